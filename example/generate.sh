@@ -1,0 +1,78 @@
+#!/usr/bin/env bash
+# Regenerate the example data set of this folder.
+#
+# A population sample is simulated with the scrm coalescent simulator, then
+# example/simulate.py builds from it the study cohort (unrelated samples, trios
+# and duos), the reference panel, the genetic map, the true haplotypes and the
+# unphased genotypes in every input format. The seed is fixed: two runs give
+# byte-identical files.
+#
+# Usage: bash example/generate.sh [output-folder]   (default: this folder)
+set -euo pipefail
+
+here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
+out="${1:-$here}"
+mkdir -p "$out"
+
+# Tools: scrm (Debian package scrm) and bgzip (Debian package tabix).
+need_install=0
+command -v scrm >/dev/null 2>&1 || need_install=1
+command -v bgzip >/dev/null 2>&1 || need_install=1
+if [ "$need_install" -eq 1 ]; then
+    if [ "$(id -u)" -eq 0 ] && command -v apt-get >/dev/null 2>&1; then
+        apt-get install -y scrm tabix
+    else
+        echo "generate.sh: scrm and bgzip are needed (apt-get install scrm tabix)" >&2
+        exit 1
+    fi
+fi
+command -v python3 >/dev/null 2>&1 || { echo "generate.sh: python3 is needed" >&2; exit 1; }
+
+# Simulation parameters.
+SEED=20250611          # seed of scrm and of simulate.py
+NE=10000               # effective population size (constant)
+MU=1.25e-8             # mutation rate per bp per generation
+LENGTH=320000          # locus length in bp
+START=1000000          # position of the locus start on chromosome 20
+# Recombination map: segment start (bp from the locus start) and rate in cM/Mb,
+# a mild variation around 1 cM/Mb (1e-8 per bp per generation) with two
+# warmer intervals.
+RECOMB="0:0.6,70000:2.5,85000:0.9,170000:4.0,178000:1.2,260000:0.7"
+COHORT=200             # study samples, families included
+TRIOS=5                # father, mother, child
+DUOS=5                 # one genotyped parent and a child
+REFERENCE=100          # reference panel samples (two haplotypes each)
+MISSING=0.005          # fraction of study genotypes set missing
+
+# Haplotypes to simulate: two per cohort founder, two per ungenotyped duo
+# parent, two per reference sample.
+nsam=$(( 2 * (COHORT - TRIOS - DUOS) + 2 * DUOS + 2 * REFERENCE ))
+
+# scrm scales: theta = 4 Ne mu L; rho = 4 Ne r L for a rate r per bp, given
+# for the whole locus even when it applies from a position onwards (-sr).
+theta=$(awk -v ne="$NE" -v mu="$MU" -v l="$LENGTH" 'BEGIN { printf "%.6f", 4 * ne * mu * l }')
+rho_args=$(awk -v ne="$NE" -v l="$LENGTH" -v segs="$RECOMB" 'BEGIN {
+    n = split(segs, s, ",");
+    for (k = 1; k <= n; k++) {
+        split(s[k], f, ":");
+        rho = 4 * ne * f[2] * 1e-8 * l;
+        if (k == 1) printf "-r %.6f %d", rho, l;
+        else printf " -sr %d %.6f", f[1], rho;
+    }
+}')
+
+tmp="$(mktemp -d)"
+trap 'rm -rf "$tmp"' EXIT
+
+# Exact coalescent with recombination (-l -1), positions in bp (-SC abs).
+# shellcheck disable=SC2086
+scrm "$nsam" 1 -t "$theta" $rho_args -l -1 -SC abs -p 12 -seed "$SEED" > "$tmp/scrm.out"
+
+python3 "$here/simulate.py" --ms "$tmp/scrm.out" --out "$out" --seed "$SEED" \
+    --length "$LENGTH" --start "$START" --recomb "$RECOMB" \
+    --cohort "$COHORT" --trios "$TRIOS" --duos "$DUOS" --reference "$REFERENCE" \
+    --missing "$MISSING"
+
+bgzip -c "$out/cohort.vcf" > "$out/cohort.vcf.gz"
+
+echo "Example data written to $out"

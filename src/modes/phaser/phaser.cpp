@@ -1,0 +1,171 @@
+#include "modes/phaser/phaser.h"
+#include "utils/futils.h"
+#include "utils/lfile.h"
+#include "utils/sutils.h"
+
+phaser::phaser() : model_version1(false), predefined_states(false) {
+}
+
+phaser::~phaser() {
+}
+
+void phaser::phase(std::vector < std::string > & args) {
+	declare_options();
+	parse_command_line(args, "Phaser");
+	check_options();
+	check_files();
+	verbose_mode();
+	verbose_options();
+	read_files_and_initialise();
+}
+
+void phaser::declare_options() {
+	sorvane::declare_options();
+
+	bpo::options_description opt_mcmc ("\033[33mMCMC options\033[0m", 80, 40);
+	opt_mcmc.add_options()
+		("burn", bpo::value< int >()->default_value(7), "Number of burn-in MCMC iterations.")
+		("prune", bpo::value< int >()->default_value(8), "Number of pruning MCMC iterations.")
+		("main", bpo::value< int >()->default_value(20), "Number of main MCMC iterations.")
+		("run", bpo::value< int >()->default_value(1), "Number of pruning stages")
+		("no-mcmc", "No MCMC iteration (just phase given the reference panel haplotypes).");
+
+	bpo::options_description opt_input ("\033[33mInput files options\033[0m", 80, 40);
+	opt_input.add_options()
+		("input-ped,P", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in PED/MAP format.")
+		("missing-code", bpo::value< std::string >()->default_value("0"), "Missing data character in PED/MAP format.")
+		("input-bed,B", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in BED/BIM/FAM format.")
+		("noped", "No pedigree information taken into account.")
+		("duohmm", "Phase pedigrees using the duoHMM algorithm.")
+		("input-gen,G", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in GEN/SAMPLE format.")
+		("input-thr", bpo::value< double >()->default_value(0.9), "Probability threshold used to call genotypes in GEN file.")
+		("input-vcf,V", bpo::value< std::string >(), "Unphased genotypes in VCF format.")
+		("input-map,M", bpo::value< std::string >(), "Genetic map in HapMap format.")
+		("input-ref,R", bpo::value< std::vector < std::string > >()->multitoken(), "Reference set of haplotypes in HAPS/SAMPLE format.")
+		("input-init", bpo::value< std::vector < std::string > >()->multitoken(), "Phased haplotypes in HAPS/SAMPLE format used for initialisation.")
+		("input-sex", bpo::value< std::string >(), "Sex of the samples.")
+		("missing-maf", "MAF based initialisation of missing genotypes prior to phasing")
+		("chrX,X", "Unphased genotypes are from chromosome X non autosomal region.")
+		("force", "proceed with phasing regardless of QC warnings.");
+
+	bpo::options_description opt_model ("\033[33mModel options\033[0m", 80, 40);
+	opt_model.add_options()
+		("states,S", bpo::value< int >()->default_value(100), "Number of hidden states used for phasing (selected using Hamming distance minimisation).")
+		("states-random", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected at random).")
+		("states-pmatch", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected using perfect match maximisation).")
+		("states-cov", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected using perfect match that maximise coverage of the region).")
+		("window,W", bpo::value< double >()->default_value(2), "Mean size of the windows in which conditioning haplotypes are defined.")
+		("model-version1", "Use the graphical model to represent the conditioning haplotypes (as in SORVANE v1).")
+		("effective-size", bpo::value< int >()->default_value(15000), "Effective size of the population.")
+		("rho", bpo::value< double >()->default_value(0.0004), "Constant recombination rate.")
+		("input-copy-states", bpo::value< std::string >(), "To specify who to copy from");
+
+	bpo::options_description opt_output ("\033[33mOutput file options\033[0m", 80, 40);
+	opt_output.add_options()
+		("output-max,O", bpo::value< std::vector < std::string > >()->multitoken(), "Phased haplotypes in HAPS/SAMPLE format.")
+		("output-graph", bpo::value< std::string >(), "Phased haplotype graphs in binary format (v2.2).");
+
+	descriptions.add(opt_mcmc).add(opt_input).add(opt_model).add(opt_output);
+}
+
+void phaser::check_options() {
+	sorvane::check_options();
+	if (options.count("model-version1")) model_version1 = true;
+	if (options.count("input-copy-states")) predefined_states = true;
+	if (options.count("noped") && options.count("duohmm"))
+		LOG.error("The --noped and --duohmm options are incompatible with one another.");
+	if (options.count("chrX") && options.count("duohmm"))
+		LOG.error("The --chrX and --duohmm options are incompatible with one another.");
+	if (options["burn"].as < int > () < 0) LOG.error("You must use at least 0 burn-in iteration");
+	if (options["prune"].as < int > () < 1) LOG.error("You must use at least 1 pruning iteration");
+	if (options["main"].as < int > () < 1) LOG.error("You must use at least 1 main iteration");
+	if (options["run"].as < int > () < 1) LOG.error("You must use at least 1 run of pruning iterations");
+	if (model_version1) {
+		if (options["states"].as < int > () < 10) LOG.error("You must use at least 10 conditioning states for phasing");
+	} else if (!options["states"].defaulted()) {
+		int total = options["states"].as < int > () + options["states-pmatch"].as < int > () + options["states-random"].as < int > () + options["states-cov"].as < int > ();
+		if (total < 5) LOG.error("You must use at least 5 conditioning haplotypes for phasing");
+	}
+	if (options["window"].as < double > () < 0.1) LOG.error("You must specify a window size of at least 0.1 Mb");
+	if (!options["effective-size"].defaulted() && options["effective-size"].as < int > () < 1)
+		LOG.error("You must specify a positive effective size");
+	if (!options["rho"].defaulted()) {
+		double rho = options["rho"].as < double > ();
+		if (rho <= 0 || rho >= 1) LOG.error("You must specify a rho value comprised between 0 and 1");
+	}
+	if (!options["input-thr"].defaulted()) {
+		double thr = options["input-thr"].as < double > ();
+		if (thr <= 0.5 || thr > 1) LOG.error("You must specify a --input-thr value comprised between 0.5 and 1");
+	}
+	if (options.count("no-mcmc") && !options.count("input-ref"))
+		LOG.error("To get rid of the MCMC scheme, you must specify a reference panel of haplotypes via --input-ref");
+}
+
+void phaser::check_files() {
+	sorvane::check_files();
+	checkUnphasedInputCount();
+	if (!options.count("output-max") && !options.count("output-graph"))
+		LOG.error("You must specify at least one output file with --output-max and/or --output-graph");
+	checkInputFileSet("input-bed", { ".bed", ".bim", ".fam" }, 3, "Incorrect number of arguments given to --input-bed (it must be 3 files)");
+	checkInputFileSet("input-ped", { ".ped", ".map" }, 2, "Incorrect number of arguments given to --input-ped (it must be 2 files)");
+	checkInputFileSet("input-gen", { ".gen", ".sample" }, 2, "Incorrect number of arguments given to --input-gen (it must be 2 files)");
+	checkInputFile("input-vcf");
+	checkInputFile("input-map");
+	checkInputFile("input-sex");
+	checkInputFileSet("input-ref", { }, 3, "Incorrect number of arguments given to --input-ref (it must be 3 files)");
+	checkInputFileSet("input-init", { ".haps", ".sample" }, 2, "Incorrect number of arguments given to --input-init (it must be 2 files)");
+	if (options.count("output-max")) {
+		std::vector < std::string > values = options["output-max"].as < std::vector < std::string > > ();
+		std::vector < std::string > files;
+		if (values.size() == 1) files = { values[0] + ".haps", values[0] + ".sample" };
+		else if (values.size() == 2) files = values;
+		else LOG.error("Incorrect number of arguments given to --output-max");
+		for (const std::string & f : files)
+			if (!futils::createFile(f)) LOG.error(f + " is impossible to create, check writing permissions");
+	}
+	checkInputFile("input-copy-states");
+	checkOutputFile("output-graph");
+}
+
+void phaser::verbose_mode() {
+	sorvane::verbose_mode();
+	LOG.printlnL("\nMODE -phase : PHASING GENOTYPE DATA");
+	LOG.printlnC("\nMODE \033[33m-phase\033[0m : PHASING GENOTYPE DATA");
+	if (options.count("chrX")) LOG.println("  * Allosome (chrX)");
+	else LOG.println("  * Autosome (chr1 ... chr22)");
+	if (model_version1) LOG.println("  * Graph-based model (SORVANE v1)");
+	else if (predefined_states) LOG.println("  * Window-based model with user specification of the copying states (SORVANE v2)");
+	else LOG.println("  * Window-based model (SORVANE v2)");
+	if (options.count("input-ref")) LOG.println("  * Reference panel of haplotypes used");
+	if (options.count("no-mcmc")) LOG.println("  * No MCMC iteration");
+	else LOG.println("  * MCMC iteration");
+	if (options.count("duohmm")) LOG.println("  * duoHMM is used to refine family haplotypes");
+}
+
+void phaser::verbose_options() {
+	sorvane::verbose_options();
+	int burn = options["burn"].as < int > ();
+	int prune = options["prune"].as < int > ();
+	int run = options["run"].as < int > ();
+	int main = options["main"].as < int > ();
+	if (options.count("no-mcmc")) LOG.println("  * No MCMC");
+	else LOG.println("  * MCMC: " + sutils::int2str(burn + prune * run + main) + " iterations [" + sutils::int2str(burn) + " B + " + sutils::int2str(run) + " runs of " + sutils::int2str(prune) + " P + " + sutils::int2str(main) + " M]");
+	LOG.print("  * Model: ");
+	if (model_version1) LOG.print(sutils::int2str(options["states"].as < int > ()) + " states per segment ");
+	else {
+		int H = options["states"].as < int > ();
+		int PM = options["states-pmatch"].as < int > ();
+		int R = options["states-random"].as < int > ();
+		int COV = options["states-cov"].as < int > ();
+		LOG.print(sutils::int2str(H + PM + R + COV) + " states per window [" + sutils::int2str(H) + " H + " + sutils::int2str(PM) + " PM + " + sutils::int2str(R) + " R + " + sutils::int2str(COV) + " COV ] / Windows of ~" + sutils::double2str(options["window"].as < double > (), 1) + " Mb ");
+	}
+	if (options.count("input-map")) LOG.println("/ Ne = " + sutils::int2str(options["effective-size"].as < int > ()));
+	else LOG.println("/ rho = " + sutils::double2str(options["rho"].as < double > (), 5));
+	if (options.count("noped")) LOG.println("  * Pedigree information not taken into account");
+	if (options.count("missing-maf")) LOG.println("  * Missing genotypes initialised according to MAF");
+}
+
+void phaser::read_files_and_initialise() {
+	sorvane::read_files_and_initialise();
+	LOG.error("The -phase mode is not available in this build yet");
+}

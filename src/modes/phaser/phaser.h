@@ -1,0 +1,28 @@
+#ifndef _PHASER_H
+#define _PHASER_H
+
+#include "modes/sorvane.h"
+
+#include <string>
+#include <vector>
+
+// The phasing mode.
+class phaser : public sorvane {
+public:
+	bool model_version1;
+	bool predefined_states;
+
+	phaser();
+	~phaser();
+
+	void phase(std::vector < std::string > & args);
+
+	void declare_options() override;
+	void check_options() override;
+	void check_files() override;
+	void verbose_mode() override;
+	void verbose_options() override;
+	void read_files_and_initialise() override;
+};
+
+#endif

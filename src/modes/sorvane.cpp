@@ -1,0 +1,188 @@
+#include "modes/sorvane.h"
+#include "utils/futils.h"
+#include "utils/lfile.h"
+#include "utils/putils.h"
+#include "utils/sutils.h"
+
+#include <iostream>
+
+time_t START_DATE;
+unsigned char flippable = 0;
+
+static const std::string input_options[4] = { "input-bed", "input-ped", "input-gen", "input-vcf" };
+
+sorvane::sorvane() : descriptions(80, 40), i_workers(0) {
+}
+
+sorvane::~sorvane() {
+}
+
+void sorvane::declare_options() {
+	bpo::options_description opt_base ("\033[33mBasic options\033[0m", 80, 40);
+	opt_base.add_options()
+		("help,H", "Produce help message.")
+		("licence", "Produce licence description.")
+		("version", "Produce version number.")
+		("source", "Produce source file version details.")
+		("seed", bpo::value< int >()->default_value(time(NULL)), "Seed of the random number generator.")
+		("aligned", "Ref allele is aligned on the reference genome")
+		("thread,T", bpo::value< int >()->default_value(1), "Number of thread used for phasing.")
+		("output-log,L", bpo::value< std::string >()->default_value("sorvane_date_time_UUID.log"), "Log file containing a copy of the screen output.");
+
+	bpo::options_description opt_subset ("\033[33mSubsetting options\033[0m", 80, 40);
+	opt_subset.add_options()
+		("exclude-snp", bpo::value< std::string >(), "List of positions to exclude in input/output files.")
+		("include-snp", bpo::value< std::string >(), "List of positions to include in input/output files.")
+		("exclude-ind", bpo::value< std::string >(), "List of samples to exclude in input/output files.")
+		("include-ind", bpo::value< std::string >(), "List of samples to include in input/output files.")
+		("exclude-grp", bpo::value< std::string >(), "List of populations to exclude in input files. Works only on the reference panel of haplotypes.")
+		("include-grp", bpo::value< std::string >(), "List of populations to include in input files. Works only on the reference panel of haplotypes.")
+		("input-from", bpo::value< double >()->default_value(0), "First physical position to consider in input files.")
+		("input-to", bpo::value< double >()->default_value(1e9), "Last physical position to consider in input file.")
+		("output-from", bpo::value< double >()->default_value(0), "First physical position to output.")
+		("output-to", bpo::value< double >()->default_value(1e9), "Last physical position to output.");
+
+	descriptions.add(opt_base).add(opt_subset);
+}
+
+void sorvane::parse_command_line(std::vector < std::string > & args, std::string mode) {
+	try {
+		bpo::store(bpo::command_line_parser(args).options(descriptions).run(), options);
+		bpo::notify(options);
+	} catch (bpo::error const & e) {
+		std::cout << mode << " mode : " << e.what() << std::endl;
+		exit(0);
+	}
+
+	std::cout << std::endl;
+	std::cout << "\033[33mS\033[0mampled \033[33mOR\033[0mdered \033[33mVA\033[0mriant \033[33mN\033[0mearest \033[33mE\033[0mstimator" << std::endl;
+	std::cout << "  * Authors : the sorvane developers" << std::endl;
+	std::cout << "  * Contact : through the project's issue tracker" << std::endl;
+	std::cout << "  * Webpage : see README.md in the source distribution" << std::endl;
+	std::cout << "  * Version : v2.r" << SORVANE_REVISION << std::endl;
+	std::cout << std::endl;
+
+	if (options.count("help")) {
+		std::cout << descriptions << std::endl;
+		exit(0);
+	}
+	if (options.count("version")) {
+		std::cout << std::endl;
+		exit(0);
+	}
+	if (options.count("source")) {
+		std::cerr << std::endl << "Files:" << std::endl << SORVANE_REVISION << std::endl;
+		exit(0);
+	}
+	if (options.count("licence")) {
+		std::cout << "sorvane is free software for academic and non-commercial use." << std::endl;
+		std::cout << "It comes with absolutely no warranty: use it at your own risk." << std::endl;
+		exit(0);
+	}
+
+	std::string name = "sorvane_" + sutils::date2str(&START_DATE, "%d%m%Y_%Hh%Mm%Ss") + "_" + putils::getRandomID() + ".log";
+	if (!options["output-log"].defaulted()) name = options["output-log"].as < std::string > ();
+	if (!LOG.open(name)) {
+		std::cerr << "Impossible to open log file[" << name << "] check writing permissions!" << std::endl;
+		exit(1);
+	}
+	flippable = 1;
+
+	LOG.printlnL("Mode    : " + mode);
+	LOG.printL("Options :");
+	for (const std::string & a : args) LOG.printL(" " + a);
+	LOG.printlnL("");
+}
+
+void sorvane::check_options() {
+	if (options.count("seed") && options["seed"].as < int > () < 0)
+		LOG.error("Random number generator needs a positive seed value");
+	if (options.count("thread")) {
+		if (options["thread"].as < int > () < 1) LOG.error("You must use at least 1 thread");
+		if (options["thread"].as < int > () >= 51) LOG.warning("High number of thread, check parameters");
+	}
+	// Compared in single precision: coordinates that round to one float are equal here.
+	float ifrom = options["input-from"].as < double > ();
+	float ito = options["input-to"].as < double > ();
+	if (ifrom < 0 || ito <= 0 || ito <= ifrom)
+		LOG.error("The input window coordinates are incorrect (must have --input-from >= 0 & --input-to > 0 & --input-from < input-to");
+	float ofrom = options["output-from"].as < double > ();
+	float oto = options["output-to"].as < double > ();
+	if (ofrom < 0 || oto <= 0 || oto <= ofrom)
+		LOG.error("The output window coordinates are incorrect (must have --output-from >= 0 & --output-to > 0 & --output-from < output-to");
+	if (options.count("aligned")) flippable = 0;
+}
+
+void sorvane::check_files() {
+	const std::string lists[6] = { "exclude-snp", "include-snp", "exclude-ind", "include-ind", "exclude-grp", "include-grp" };
+	for (const std::string & opt : lists) {
+		if (options.count(opt) && !futils::isFile(options[opt].as < std::string > ()))
+			LOG.error("[" + options[opt].as < std::string > () + "] is impossible to open, check file existence or reading permissions");
+	}
+}
+
+void sorvane::verbose_mode() {
+	LOG.printlnL("Version : v2.r" + sutils::int2str(SORVANE_REVISION));
+	LOG.printlnL("Date    : " + sutils::date2str(&START_DATE, "%d/%m/%Y %H:%M:%S"));
+	LOG.printlnC("  * Date    : " + sutils::date2str(&START_DATE, "%d/%m/%Y %H:%M:%S"));
+	LOG.printlnC("  * LOGfile : [" + LOG.name() + "]");
+}
+
+void sorvane::verbose_options() {
+	LOG.println("\nParameters :");
+	LOG.println("  * Seed : " + sutils::int2str(options["seed"].as < int > ()));
+	if (!options["input-from"].defaulted() || !options["input-to"].defaulted())
+		LOG.println("  * Input  window: [" + sutils::int2str((int)options["input-from"].as < double > ()) + " -> " + sutils::int2str((int)options["input-to"].as < double > ()) + "]");
+	if (!options["output-from"].defaulted() || !options["output-to"].defaulted())
+		LOG.println("  * Output window: [" + sutils::int2str((int)options["output-from"].as < double > ()) + " -> " + sutils::int2str((int)options["output-to"].as < double > ()) + "]");
+	LOG.println("  * Parallelisation: " + sutils::int2str(options["thread"].as < int > ()) + " threads");
+	if (flippable) LOG.println("  * Ref allele is NOT aligned on the reference genome");
+	else LOG.println("  * Ref allele is aligned on the reference genome");
+}
+
+void sorvane::read_files_and_initialise() {
+	filter_in.initialise((int)options["input-from"].as < double > (), (int)options["input-to"].as < double > ());
+	if (options.count("exclude-snp")) filter_in.readSnpExcludeList(options["exclude-snp"].as < std::string > ());
+	if (options.count("include-snp")) filter_in.readSnpIncludeList(options["include-snp"].as < std::string > ());
+	if (options.count("exclude-ind")) filter_in.readIndExcludeList(options["exclude-ind"].as < std::string > ());
+	if (options.count("include-ind")) filter_in.readIndIncludeList(options["include-ind"].as < std::string > ());
+	if (options.count("exclude-grp")) filter_in.readGrpExcludeList(options["exclude-grp"].as < std::string > ());
+	if (options.count("include-grp")) filter_in.readGrpIncludeList(options["include-grp"].as < std::string > ());
+	filter_out.initialise(filter_in);
+	if (!options["output-from"].defaulted()) filter_out.setL((int)options["output-from"].as < double > ());
+	if (!options["output-to"].defaulted()) filter_out.setR((int)options["output-to"].as < double > ());
+	putils::initRandom((long)options["seed"].as < int > ());
+}
+
+void sorvane::write_files_and_finalise() {
+}
+
+void sorvane::checkUnphasedInputCount() {
+	int n = 0;
+	for (const std::string & opt : input_options) if (options.count(opt)) n ++;
+	if (n == 0) LOG.error("You must specify at least one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf");
+	if (n > 1) LOG.error("You must specify no more than one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf");
+}
+
+// A set of `count` files given in full, or, when suffixes are given, as one stem to which
+// the suffixes are added.
+void sorvane::checkInputFileSet(std::string option, std::vector < std::string > suffixes, unsigned int count, std::string message) {
+	if (!options.count(option)) return;
+	std::vector < std::string > values = options[option].as < std::vector < std::string > > ();
+	std::vector < std::string > files;
+	if (values.size() == 1 && !suffixes.empty()) for (const std::string & s : suffixes) files.push_back(values[0] + s);
+	else if (values.size() == count) files = values;
+	else LOG.error(message);
+	for (const std::string & f : files)
+		if (!futils::isFile(f)) LOG.error(f + " is impossible to open, check file existence or reading permissions");
+}
+
+void sorvane::checkInputFile(std::string option) {
+	if (options.count(option) && !futils::isFile(options[option].as < std::string > ()))
+		LOG.error(options[option].as < std::string > () + " is impossible to open, check file existence or reading permissions");
+}
+
+void sorvane::checkOutputFile(std::string option) {
+	if (options.count(option) && !futils::createFile(options[option].as < std::string > ()))
+		LOG.error(options[option].as < std::string > () + " is impossible to create, check writing permissions");
+}

@@ -1,0 +1,54 @@
+#ifndef _SORVANE_H
+#define _SORVANE_H
+
+#include "input/filter_reader.h"
+#include "input/filter_writer.h"
+
+#include <boost/program_options.hpp>
+#include <ctime>
+#include <pthread.h>
+#include <string>
+#include <vector>
+
+#define SORVANE_REVISION 904
+
+namespace bpo = boost::program_options;
+
+// Set by main before anything else; the log and the output headers print it.
+extern time_t START_DATE;
+// Whether the alleles of a site may be swapped when matched with another data set.
+extern unsigned char flippable;
+
+// The frame every mode derives from: common options, parsing, log, banner, filters, seeding.
+class sorvane {
+public:
+	filter_reader filter_in;
+	filter_writer filter_out;
+	bpo::options_description descriptions;
+	bpo::variables_map options;
+	int i_workers;
+	pthread_mutex_t mutex_workers;
+	std::vector < pthread_t > id_workers;
+	std::vector < int > idx_workers;
+
+	sorvane();
+	virtual ~sorvane();
+
+	virtual void declare_options();
+	virtual void check_options();
+	virtual void check_files();
+	virtual void verbose_mode();
+	virtual void verbose_options();
+	virtual void read_files_and_initialise();
+	virtual void write_files_and_finalise();
+
+	void parse_command_line(std::vector < std::string > & args, std::string mode);
+
+	// Shared checks of the modes that read unphased genotypes.
+	void checkUnphasedInputCount();
+	void checkInputFileSet(std::string option, std::vector < std::string > suffixes, unsigned int count, std::string message);
+	void checkInputFile(std::string option);
+	void checkOutputFile(std::string option);
+};
+
+#endif

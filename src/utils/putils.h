@@ -1,0 +1,26 @@
+#ifndef _PUTILS_H
+#define _PUTILS_H
+
+#include <pthread.h>
+#include <string>
+#include <vector>
+
+// State word of the random generator; -123456789 until initRandom runs.
+extern long seed;
+// Held for each draw: all threads share one stream.
+extern pthread_mutex_t mutex_rng;
+
+// Random generator and probability helpers.
+namespace putils {
+	void initRandom(long s);
+	long getSeed();
+	double getRandom();
+	int getRandom(int n);
+	int sample(const std::vector < double > & v, double sum);
+	void normalise(std::vector < double > & v);
+	double entropy(const std::vector < double > & v);
+	double KLdistance(const std::vector < double > & P, const std::vector < double > & Q);
+	std::string getRandomID();
+}
+
+#endif

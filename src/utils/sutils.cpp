@@ -1,0 +1,86 @@
+#include "utils/sutils.h"
+
+#include <ctime>
+#include <sstream>
+
+namespace sutils {
+
+std::string int2str(int n) {
+	return std::to_string(n);
+}
+
+std::string long2str(long n) {
+	return std::to_string(n);
+}
+
+std::string double2str(double n, int precision) {
+	std::ostringstream s;
+	if (precision > 0) s.precision(precision);
+	s << std::fixed << n;
+	return s.str();
+}
+
+std::string int2str(const std::vector < int > & v) {
+	std::ostringstream s;
+	for (int x : v) {
+		if (x < 0) s << "-";
+		else s << x;
+	}
+	return s.str();
+}
+
+std::string bool2str(const std::vector < bool > & v) {
+	std::string s(v.size(), '0');
+	for (size_t i = 0 ; i < v.size() ; i ++) if (v[i]) s[i] = '1';
+	return s;
+}
+
+std::string double2str(const std::vector < double > & v, int precision) {
+	std::ostringstream s;
+	if (precision > 0) s.precision(precision);
+	for (double x : v) s << std::fixed << x << " ";
+	return s.str();
+}
+
+std::string date2str(time_t * t, std::string format) {
+	struct tm * tm_info = localtime(t);
+	char buffer[128];
+	strftime(buffer, 128, format.c_str(), tm_info);
+	return std::string(buffer);
+}
+
+int tokenize(std::string & s, std::vector < std::string > & out, std::string separators) {
+	out.clear();
+	std::string::size_type last = s.find_first_not_of(separators, 0);
+	std::string::size_type pos = s.find_first_of(separators, last);
+	while (std::string::npos != pos || std::string::npos != last) {
+		out.push_back(s.substr(last, pos - last));
+		last = s.find_first_not_of(separators, pos);
+		pos = s.find_first_of(separators, last);
+	}
+	// Files written with CR LF line ends leave a carriage return on the last token.
+	if (!out.empty() && !out.back().empty() && out.back().back() == '\r') {
+		out.back().pop_back();
+		if (out.back().empty()) out.pop_back();
+	}
+	return out.size();
+}
+
+int tokenize(std::string & s, std::vector < std::string > & out) {
+	return tokenize(s, out, " \t");
+}
+
+int tokenize(std::string & s, std::vector < std::string > & out, int n) {
+	out.clear();
+	const std::string separators = " \t";
+	std::string::size_type last = s.find_first_not_of(separators, 0);
+	std::string::size_type pos = s.find_first_of(separators, last);
+	while ((std::string::npos != pos || std::string::npos != last) && (int)out.size() < n) {
+		out.push_back(s.substr(last, pos - last));
+		last = s.find_first_not_of(separators, pos);
+		pos = s.find_first_of(separators, last);
+	}
+	return out.size();
+}
+
+}

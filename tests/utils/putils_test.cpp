@@ -1,0 +1,148 @@
+#include "utils/putils.h"
+#include "utils/autils.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+// Expected draws computed independently from the minimal standard generator with its
+// 32-word shuffle table.
+TEST(putils, GeneratorSequenceIsFixedBySeed) {
+	putils::initRandom(1);
+	EXPECT_NEAR(putils::getRandom(), 0.41599935685098144, 1e-15);
+	EXPECT_NEAR(putils::getRandom(), 0.09196489075755929, 1e-15);
+	EXPECT_NEAR(putils::getRandom(), 0.7564104859514211, 1e-15);
+	EXPECT_NEAR(putils::getRandom(), 0.5297001933351626, 1e-15);
+
+	putils::initRandom(42);
+	EXPECT_NEAR(putils::getRandom(), 0.4719729877412193, 1e-15);
+	EXPECT_NEAR(putils::getRandom(), 0.5390094013600654, 1e-15);
+
+	// Seed 0 is taken as 1, and re-seeding restarts the sequence.
+	putils::initRandom(0);
+	EXPECT_NEAR(putils::getRandom(), 0.41599935685098144, 1e-15);
+
+	std::vector < double > a, b;
+	putils::initRandom(7);
+	for (int i = 0 ; i < 1000 ; i ++) a.push_back(putils::getRandom());
+	putils::initRandom(7);
+	for (int i = 0 ; i < 1000 ; i ++) b.push_back(putils::getRandom());
+	EXPECT_EQ(a, b);
+	for (double x : a) { EXPECT_GT(x, 0.0); EXPECT_LT(x, 1.0); }
+
+	putils::initRandom(3);
+	for (int i = 0 ; i < 1000 ; i ++) {
+		int k = putils::getRandom(5);
+		EXPECT_GE(k, 0);
+		EXPECT_LT(k, 5);
+	}
+}
+
+TEST(putils, SampleWalksTheCumulativeMass) {
+	putils::initRandom(1);
+	std::vector < double > one = { 0.0 };
+	EXPECT_EQ(putils::sample(one, 0.0), 0);
+	// A zero mass with a zero sum falls through to the last index.
+	std::vector < double > zeros = { 0.0, 0.0, 0.0 };
+	EXPECT_EQ(putils::sample(zeros, 0.0), 2);
+	// All the mass on one element always picks it.
+	std::vector < double > spike = { 0.0, 3.0, 0.0, 0.0 };
+	for (int i = 0 ; i < 100 ; i ++) EXPECT_EQ(putils::sample(spike, 3.0), 1);
+	// First draw of seed 1 is 0.416: with equal masses over 4 elements that is index 1.
+	putils::initRandom(1);
+	std::vector < double > flat = { 1.0, 1.0, 1.0, 1.0 };
+	EXPECT_EQ(putils::sample(flat, 4.0), 1);
+	// The single-element case still consumes a draw.
+	putils::initRandom(1);
+	putils::sample(one, 1.0);
+	EXPECT_NEAR(putils::getRandom(), 0.09196489075755929, 1e-15);
+}
+
+TEST(putils, NormaliseEntropyDistance) {
+	std::vector < double > v = { 1.0, 3.0 };
+	putils::normalise(v);
+	EXPECT_DOUBLE_EQ(v[0], 0.25);
+	EXPECT_DOUBLE_EQ(v[1], 0.75);
+	std::vector < double > z = { 0.0, 0.0 };
+	putils::normalise(z);
+	EXPECT_EQ(z, std::vector < double > ({ 0.0, 0.0 }));
+
+	std::vector < double > h = { 0.5, 0.5, 0.0 };
+	EXPECT_NEAR(putils::entropy(h), -log(2.0), 1e-12);
+
+	std::vector < double > P = { 0.5, 0.5, 0.0 };
+	std::vector < double > Q = { 0.25, 0.0, 0.75 };
+	EXPECT_NEAR(putils::KLdistance(P, Q), 0.5 * (log(0.5) - log(0.25)), 1e-12);
+	EXPECT_DOUBLE_EQ(putils::KLdistance(P, P), 0.0);
+
+	std::string id = putils::getRandomID();
+	EXPECT_EQ(id.size(), 36u);
+	EXPECT_NE(id, putils::getRandomID());
+}
+
+TEST(autils, MaxAndUniqueSet) {
+	EXPECT_EQ(autils::max(std::vector < double > ({ 1.0, 5.0, 5.0, 2.0 })), 1);
+	EXPECT_EQ(autils::max(std::vector < double > ()), 0);
+	EXPECT_EQ(autils::max(std::vector < int > ({ -3, -1, -2 })), 1);
+	std::vector < int > out = { 9 };
+	autils::findUniqueSet(std::vector < bool > ({ false, true, true, false, true }), out);
+	EXPECT_EQ(out, std::vector < int > ({ 1, 2, 4 }));
+}
+
+TEST(autils, MendelTests) {
+	EXPECT_EQ(autils::checkDuo(0, 0, 1, 1), -1);
+	EXPECT_EQ(autils::checkDuo(1, 1, 0, 0), -1);
+	EXPECT_EQ(autils::checkDuo(0, 1, 1, 1), 1);
+	EXPECT_EQ(autils::checkDuo(1, 0, 0, 0), 1);
+	EXPECT_EQ(autils::checkDuo(0, 1, 0, 1), 0);
+	EXPECT_EQ(autils::checkDuo(0, 0, 0, 1), 0);
+	EXPECT_EQ(autils::checkDuo(1, 1, 1, 0), 0);
+
+	EXPECT_EQ(autils::checkTrio(0, 1, 0, 1, 0, 0), 2);
+	EXPECT_EQ(autils::checkTrio(0, 1, 0, 1, 1, 1), 2);
+	EXPECT_EQ(autils::checkTrio(0, 1, 0, 1, 0, 1), 0);
+	EXPECT_EQ(autils::checkTrio(0, 1, 1, 1, 0, 1), 1);
+	EXPECT_EQ(autils::checkTrio(0, 1, 1, 1, 1, 1), 1);
+	EXPECT_EQ(autils::checkTrio(0, 0, 0, 0, 0, 1), -1);
+	EXPECT_EQ(autils::checkTrio(0, 0, 1, 1, 1, 1), -1);
+	EXPECT_EQ(autils::checkTrio(0, 0, 1, 1, 0, 1), 0);
+	// Swapping the alleles of any one individual changes nothing.
+	for (int g = 0 ; g < 64 ; g ++) {
+		int a[6];
+		for (int k = 0 ; k < 6 ; k ++) a[k] = (g >> k) & 1;
+		int r = autils::checkTrio(a[0], a[1], a[2], a[3], a[4], a[5]);
+		EXPECT_EQ(r, autils::checkTrio(a[1], a[0], a[2], a[3], a[4], a[5]));
+		EXPECT_EQ(r, autils::checkTrio(a[0], a[1], a[3], a[2], a[4], a[5]));
+		EXPECT_EQ(r, autils::checkTrio(a[0], a[1], a[2], a[3], a[5], a[4]));
+	}
+}
+
+TEST(autils, DecomposeCutsIntoOverlappingPieces) {
+	std::vector < std::vector < int > > in;
+	for (int i = 0 ; i < 2 ; i ++) in.push_back({ i });
+	std::vector < std::vector < std::vector < int > > > out;
+	autils::decompose(1, in, out);
+	ASSERT_EQ(out.size(), 1u);
+	EXPECT_EQ(out[0], in);
+
+	// Too short for two pieces of the minimal length: one piece.
+	in.clear();
+	for (int i = 0 ; i < 7 ; i ++) in.push_back({ i });
+	out.clear();
+	autils::decompose(4, in, out);
+	ASSERT_EQ(out.size(), 1u);
+
+	// Longer lists: consecutive pieces share exactly two elements and cover everything.
+	in.clear();
+	for (int i = 0 ; i < 60 ; i ++) in.push_back({ i });
+	putils::initRandom(5);
+	out.clear();
+	autils::decompose(5, in, out);
+	ASSERT_GT(out.size(), 1u);
+	EXPECT_EQ(out.front().front()[0], 0);
+	EXPECT_EQ(out.back().back()[0], 59);
+	for (size_t p = 1 ; p < out.size() ; p ++) {
+		ASSERT_GE(out[p - 1].size(), 2u);
+		EXPECT_EQ(out[p][0][0], out[p - 1][out[p - 1].size() - 2][0]);
+		EXPECT_EQ(out[p][1][0], out[p - 1].back()[0]);
+	}
+}
