@@ -1,0 +1,71 @@
+#include "test_utils.h"
+#include "utils/ofile.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <sys/wait.h>
+
+namespace testutils {
+
+TempDir::TempDir() {
+	char tmpl[] = "/tmp/sorvane_test_XXXXXX";
+	char * p = mkdtemp(tmpl);
+	if (!p) abort();
+	path = p;
+}
+
+TempDir::~TempDir() {
+	std::string cmd = "rm -rf '" + path + "'";
+	if (system(cmd.c_str()) != 0) fprintf(stderr, "could not remove %s\n", path.c_str());
+}
+
+std::string TempDir::file(const std::string & name) const {
+	return path + "/" + name;
+}
+
+void TempDir::write(const std::string & name, const std::string & content) const {
+	std::ofstream f(file(name).c_str(), std::ios::binary);
+	f << content;
+}
+
+std::string TempDir::read(const std::string & name) const {
+	std::ifstream f(file(name).c_str(), std::ios::binary);
+	std::stringstream s;
+	s << f.rdbuf();
+	return s.str();
+}
+
+static std::string slurp(const std::string & name) {
+	std::ifstream f(name.c_str(), std::ios::binary);
+	std::stringstream s;
+	s << f.rdbuf();
+	return s.str();
+}
+
+Run runSorvane(const std::string & args, const std::string & dir) {
+	std::string out = dir + "/.stdout", err = dir + "/.stderr";
+	std::string cmd = "cd '" + dir + "' && " + std::string(SORVANE_BIN) + " " + args + " > .stdout 2> .stderr < /dev/null";
+	int raw = system(cmd.c_str());
+	Run r;
+	r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+	r.out = slurp(out);
+	r.err = slurp(err);
+	remove(out.c_str());
+	remove(err.c_str());
+	return r;
+}
+
+void writeCompressed(const std::string & name, const std::string & content) {
+	ofile f(name);
+	f << content;
+	f.close();
+}
+
+void silenceLog() {
+	LOG.muteC();
+	LOG.muteL();
+}
+
+}

@@ -1,0 +1,46 @@
+#ifndef _TEST_UTILS_H
+#define _TEST_UTILS_H
+
+#include "utils/lfile.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <unistd.h>
+
+// LOG.error writes to standard output and exits 1; death tests read standard error, so
+// the child sends its standard output there before running the statement.
+#define EXPECT_LOG_ERROR(statement, regex) \
+	EXPECT_EXIT({ LOG.muteL(); dup2(2, 1); statement; }, ::testing::ExitedWithCode(1), regex)
+
+namespace testutils {
+
+// A fresh temporary folder, removed with its content at the end of the test.
+class TempDir {
+public:
+	std::string path;
+	TempDir();
+	~TempDir();
+	std::string file(const std::string & name) const;
+	void write(const std::string & name, const std::string & content) const;
+	std::string read(const std::string & name) const;
+};
+
+// Result of running the sorvane binary.
+struct Run {
+	int status;
+	std::string out;
+	std::string err;
+};
+
+// Runs the built binary with the given argument string inside `dir`.
+Run runSorvane(const std::string & args, const std::string & dir);
+
+// Writes `content` gzip- or bzip2-compressed according to the name's extension.
+void writeCompressed(const std::string & name, const std::string & content);
+
+// Log output of the library goes nowhere during unit tests.
+void silenceLog();
+
+}
+
+#endif
