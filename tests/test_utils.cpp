@@ -44,11 +44,11 @@ static std::string slurp(const std::string & name) {
 	return s.str();
 }
 
-Run runSorvane(const std::string & args, const std::string & dir) {
+RunResult runSorvane(const std::string & args, const std::string & dir) {
 	std::string out = dir + "/.stdout", err = dir + "/.stderr";
 	std::string cmd = "cd '" + dir + "' && " + std::string(SORVANE_BIN) + " " + args + " > .stdout 2> .stderr < /dev/null";
 	int raw = system(cmd.c_str());
-	Run r;
+	RunResult r;
 	r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
 	r.out = slurp(out);
 	r.err = slurp(err);

@@ -26,14 +26,14 @@ public:
 };
 
 // Result of running the sorvane binary.
-struct Run {
+struct RunResult {
 	int status;
 	std::string out;
 	std::string err;
 };
 
 // Runs the built binary with the given argument string inside `dir`.
-Run runSorvane(const std::string & args, const std::string & dir);
+RunResult runSorvane(const std::string & args, const std::string & dir);
 
 // Writes `content` gzip- or bzip2-compressed according to the name's extension.
 void writeCompressed(const std::string & name, const std::string & content);
