@@ -1,0 +1,121 @@
+#include "test_utils.h"
+
+#include <fstream>
+
+using testutils::RunResult;
+using testutils::TempDir;
+using testutils::runSorvane;
+
+static bool has(const std::string & text, const std::string & part) {
+	return text.find(part) != std::string::npos;
+}
+
+// Each case either stops with its message, or passes every option and file check: the
+// runs that pass stop later, past the checks.
+struct OptionCase {
+	std::string args;
+	std::string message;
+	bool refused;
+};
+
+static void runCases(const TempDir & d, const std::vector < OptionCase > & cases) {
+	for (const OptionCase & c : cases) {
+		RunResult r = runSorvane(c.args + " -L log", d.path);
+		EXPECT_EQ(r.status, 1) << c.args;
+		if (c.refused) {
+			EXPECT_TRUE(has(r.out, "\033[33mERROR:\033[0m " + c.message + "\n")) << c.args << "\n" << r.out;
+		} else {
+			EXPECT_FALSE(has(r.out, c.message)) << c.args << "\n" << r.out;
+			EXPECT_TRUE(has(r.out, "Parameters :")) << c.args << "\n" << r.out;
+		}
+	}
+}
+
+TEST(cli_phase_options, ValueChecks) {
+	TempDir d;
+	d.write("in.vcf", "x");
+	d.write("ref.hap", "x");
+	d.write("ref.legend", "x");
+	d.write("ref.sample", "x");
+	const std::string io = "--input-vcf in.vcf --output-max out ";
+	const std::string ref = "--input-ref ref.hap ref.legend ref.sample ";
+	runCases(d, {
+		{ io + "--noped --duohmm", "The --noped and --duohmm options are incompatible with one another.", true },
+		{ io + "--chrX --duohmm", "The --chrX and --duohmm options are incompatible with one another.", true },
+		{ io + "--burn -1", "You must use at least 0 burn-in iteration", true },
+		{ io + "--burn 0", "burn-in iteration", false },
+		{ io + "--prune 0", "You must use at least 1 pruning iteration", true },
+		{ io + "--main 0", "You must use at least 1 main iteration", true },
+		{ io + "--run 0", "You must use at least 1 run of pruning iterations", true },
+		{ io + "--states 9 --model-version1", "You must use at least 10 conditioning states for phasing", true },
+		{ io + "--states 10 --model-version1", "conditioning states", false },
+		{ io + "--states 4", "You must use at least 5 conditioning haplotypes for phasing", true },
+		{ io + "--states 3 --states-random 2", "conditioning haplotypes", false },
+		{ io + "--states-random 1", "conditioning haplotypes", false },
+		{ io + "--window 0.09", "You must specify a window size of at least 0.1 Mb", true },
+		{ io + "--window 0.1", "window size", false },
+		{ io + "--effective-size 0", "You must specify a positive effective size", true },
+		{ io + "--rho 0", "You must specify a rho value comprised between 0 and 1", true },
+		{ io + "--rho 1", "You must specify a rho value comprised between 0 and 1", true },
+		{ io + "--rho 0.5", "rho value", false },
+		{ io + "--input-thr 0.5", "You must specify a --input-thr value comprised between 0.5 and 1", true },
+		{ io + "--input-thr 1.01", "You must specify a --input-thr value comprised between 0.5 and 1", true },
+		{ io + "--input-thr 1", "--input-thr value", false },
+		{ io + "--no-mcmc", "To get rid of the MCMC scheme, you must specify a reference panel of haplotypes via --input-ref", true },
+		{ io + ref + "--no-mcmc", "MCMC scheme", false },
+	});
+
+	RunResult r = runSorvane(io + ref + "--no-mcmc --model-version1 --states 12 --input-copy-states in.vcf --chrX --noped --missing-maf --window 1.25 -L log", d.path);
+	std::string log = d.read("log.log");
+	EXPECT_TRUE(has(log, "\nMODE -phase : PHASING GENOTYPE DATA\n  * Allosome (chrX)\n  * Graph-based model (SORVANE v1)\n  * Reference panel of haplotypes used\n  * No MCMC iteration\n")) << log;
+	EXPECT_TRUE(has(log, "  * No MCMC\n  * Model: 12 states per segment / rho = 0.00040\n  * Pedigree information not taken into account\n  * Missing genotypes initialised according to MAF\n")) << log;
+
+	d.write("map.txt", "x");
+	r = runSorvane(io + "--input-copy-states in.vcf --states 3 --states-pmatch 1 --states-random 2 --states-cov 4 --window 1.25 --burn 2 --prune 3 --run 2 --main 4 --duohmm --input-map map.txt --effective-size 1000 -L log", d.path);
+	log = d.read("log.log");
+	EXPECT_TRUE(has(log, "  * Window-based model with user specification of the copying states (SORVANE v2)\n  * MCMC iteration\n  * duoHMM is used to refine family haplotypes\n")) << log;
+	EXPECT_TRUE(has(log, "  * MCMC: 12 iterations [2 B + 2 runs of 3 P + 4 M]\n  * Model: 10 states per window [3 H + 1 PM + 2 R + 4 COV ] / Windows of ~1.2 Mb / Ne = 1000\n")) << log;
+}
+
+TEST(cli_phase_options, FileChecks) {
+	TempDir d;
+	for (std::string f : { "in.vcf", "g.gen", "g.sample", "p.ped", "p.map", "b.bed", "b.bim", "b.fam", "i.haps", "i.sample", "r1", "r2", "r3" }) d.write(f, "x");
+	const std::string out = " --output-max out";
+	const std::string no_input = "You must specify at least one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf";
+	const std::string two_inputs = "You must specify no more than one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf";
+	const std::string cannot_open = " is impossible to open, check file existence or reading permissions";
+	runCases(d, {
+		{ "--seed 1" + out, no_input, true },
+		{ "--input-vcf in.vcf --input-gen g" + out, two_inputs, true },
+		{ "--input-bed b --input-ped p" + out, two_inputs, true },
+		{ "--input-vcf in.vcf", "You must specify at least one output file with --output-max and/or --output-graph", true },
+		{ "--input-bed b b.bim" + out, "Incorrect number of arguments given to --input-bed (it must be 3 files)", true },
+		{ "--input-bed b.bed b.bim b.fam" + out, "Incorrect number", false },
+		{ "--input-bed x" + out, "x.bed" + cannot_open, true },
+		{ "--input-bed b.bed b.bim nothere.fam" + out, "nothere.fam" + cannot_open, true },
+		{ "--input-ped p p.map p.ped" + out, "Incorrect number of arguments given to --input-ped (it must be 2 files)", true },
+		{ "--input-ped p" + out, "Incorrect number", false },
+		{ "--input-gen g.gen g.sample g.x" + out, "Incorrect number of arguments given to --input-gen (it must be 2 files)", true },
+		{ "--input-gen i" + out, "i.gen" + cannot_open, true },
+		{ "--input-vcf nothere.vcf" + out, "nothere.vcf" + cannot_open, true },
+		{ "--input-vcf in.vcf --input-map nomap" + out, "nomap" + cannot_open, true },
+		{ "--input-vcf in.vcf --input-sex nosex" + out, "nosex" + cannot_open, true },
+		{ "--input-vcf in.vcf --input-ref r1 r2" + out, "Incorrect number of arguments given to --input-ref (it must be 3 files)", true },
+		{ "--input-vcf in.vcf --input-ref r1 r2 r4" + out, "r4" + cannot_open, true },
+		{ "--input-vcf in.vcf --input-init i i.haps i.sample" + out, "Incorrect number of arguments given to --input-init (it must be 2 files)", true },
+		{ "--input-vcf in.vcf --input-init g" + out, "g.haps" + cannot_open, true },
+		{ "--input-vcf in.vcf --input-init i" + out, "Incorrect number", false },
+		{ "--input-vcf in.vcf --output-max a b c", "Incorrect number of arguments given to --output-max", true },
+		{ "--input-vcf in.vcf --output-max nodir/o", "nodir/o.haps is impossible to create, check writing permissions", true },
+		{ "--input-vcf in.vcf --output-max o.haps nodir/o.sample", "nodir/o.sample is impossible to create, check writing permissions", true },
+		{ "--input-vcf in.vcf --input-copy-states nocopy" + out, "nocopy" + cannot_open, true },
+		{ "--input-vcf in.vcf --output-graph nodir/g.bin", "nodir/g.bin is impossible to create, check writing permissions", true },
+	});
+
+	// The checks create the output files before any data is read.
+	RunResult r = runSorvane("--input-vcf in.vcf --output-max made --output-graph made.graph -L log", d.path);
+	EXPECT_EQ(r.status, 1);
+	for (std::string f : { "made.haps", "made.sample", "made.graph" }) EXPECT_TRUE(std::ifstream(d.file(f).c_str()).good()) << f;
+	r = runSorvane("--input-vcf in.vcf --output-max two.haps two.sample -L log", d.path);
+	EXPECT_TRUE(std::ifstream(d.file("two.sample").c_str()).good());
+}
