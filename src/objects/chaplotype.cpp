@@ -1,0 +1,101 @@
+#include "objects/chaplotype.h"
+
+#include <algorithm>
+
+const int distance_lookup[256] = {
+	0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4, 1, 2, 2, 3, 2, 3, 3, 4, 2, 3, 3, 4, 3, 4, 4, 5,
+	1, 2, 2, 3, 2, 3, 3, 4, 2, 3, 3, 4, 3, 4, 4, 5, 2, 3, 3, 4, 3, 4, 4, 5, 3, 4, 4, 5, 4, 5, 5, 6,
+	1, 2, 2, 3, 2, 3, 3, 4, 2, 3, 3, 4, 3, 4, 4, 5, 2, 3, 3, 4, 3, 4, 4, 5, 3, 4, 4, 5, 4, 5, 5, 6,
+	2, 3, 3, 4, 3, 4, 4, 5, 3, 4, 4, 5, 4, 5, 5, 6, 3, 4, 4, 5, 4, 5, 5, 6, 4, 5, 5, 6, 5, 6, 6, 7,
+	1, 2, 2, 3, 2, 3, 3, 4, 2, 3, 3, 4, 3, 4, 4, 5, 2, 3, 3, 4, 3, 4, 4, 5, 3, 4, 4, 5, 4, 5, 5, 6,
+	2, 3, 3, 4, 3, 4, 4, 5, 3, 4, 4, 5, 4, 5, 5, 6, 3, 4, 4, 5, 4, 5, 5, 6, 4, 5, 5, 6, 5, 6, 6, 7,
+	2, 3, 3, 4, 3, 4, 4, 5, 3, 4, 4, 5, 4, 5, 5, 6, 3, 4, 4, 5, 4, 5, 5, 6, 4, 5, 5, 6, 5, 6, 6, 7,
+	3, 4, 4, 5, 4, 5, 5, 6, 4, 5, 5, 6, 5, 6, 6, 7, 4, 5, 5, 6, 5, 6, 6, 7, 5, 6, 6, 7, 6, 7, 7, 8
+};
+
+// Bytes needed for n bits: ceil(n / 8).
+static unsigned int byteCount(unsigned int n) {
+	return (n >> 3) + ((n & 7) ? 1 : 0);
+}
+
+chaplotype::chaplotype() : n(0) {
+}
+
+chaplotype::chaplotype(unsigned int _n) : data(byteCount(_n), 0), n(_n) {
+}
+
+chaplotype::chaplotype(const std::vector < bool > & v) : data(byteCount(v.size()), 0), n(v.size()) {
+	for (unsigned int i = 0 ; i < n ; i ++) if (v[i]) set(i, true);
+}
+
+void chaplotype::clear() {
+	std::vector < unsigned char > ().swap(data);
+	n = 0;
+}
+
+void chaplotype::push_back(const std::vector < bool > & v) {
+	unsigned int first = n;
+	n += v.size();
+	data.resize(byteCount(n), 0);
+	for (unsigned int i = 0 ; i < v.size() ; i ++) set(first + i, v[i]);
+}
+
+std::string chaplotype::toString() const {
+	std::string s(n, '0');
+	for (unsigned int i = 0 ; i < n ; i ++) if (get(i)) s[i] = '1';
+	return s;
+}
+
+// State -1: not yet known which of a and b this haplotype follows; 0: a; 1: b.
+void chaplotype::switcherror(const chaplotype & a, const chaplotype & b, int start, int stop, int & nswitch, int & nerror) const {
+	nswitch = nerror = 0;
+	int state = -1;
+	for (int i = start ; i <= stop ; i ++) {
+		int x = get(i);
+		if (x != a.get(i) && x != b.get(i)) nerror ++;
+		else if (state < 0) state = (x == b.get(i)) ? 1 : 0;
+		else if (state == 0 && x != a.get(i)) { nswitch ++; state = 1; }
+		else if (state == 1 && x != b.get(i)) { nswitch ++; state = 0; }
+	}
+}
+
+// As the member form for a pair against a pair; a site where the genotypes disagree is an error.
+void switcherror(const chaplotype & a0, const chaplotype & a1, const chaplotype & b0, const chaplotype & b1, int start, int stop, int & nswitch, int & nerror) {
+	nswitch = nerror = 0;
+	int state = -1;
+	for (int i = start ; i <= stop ; i ++) {
+		if (a0.get(i) + a1.get(i) != b0.get(i) + b1.get(i)) nerror ++;
+		else if (state < 0) state = (a1.get(i) == b0.get(i)) ? 1 : 0;
+		else if (state == 0 && a0.get(i) != b0.get(i)) { nswitch ++; state = 1; }
+		else if (state == 1 && a0.get(i) != b1.get(i)) { nswitch ++; state = 0; }
+	}
+}
+
+// Bit count, byte count, then the bytes, all in native byte order.
+void chaplotype::write(ofile & f) const {
+	int nbytes = data.size();
+	f.write((const char *)&n, sizeof(n));
+	f.write((const char *)&nbytes, sizeof(nbytes));
+	f.write((const char *)data.data(), nbytes);
+}
+
+// The bytes are read in bounded chunks, so that a corrupt byte count ends in a failed
+// read at the end of the stream rather than in one huge allocation.
+bool chaplotype::read(ifile & f) {
+	int nbytes = 0;
+	n = 0;
+	f.read((char *)&n, sizeof(n));
+	f.read((char *)&nbytes, sizeof(nbytes));
+	data.clear();
+	const int chunk = 65536;
+	while ((int)data.size() < nbytes) {
+		int offset = data.size();
+		int count = std::min(chunk, nbytes - offset);
+		data.resize(offset + count);
+		if (!f.read((char *)data.data() + offset, count)) {
+			data.resize(offset + f.gcount());
+			return false;
+		}
+	}
+	return true;
+}
