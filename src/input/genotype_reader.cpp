@@ -1,0 +1,152 @@
+#include "input/genotype_reader.h"
+#include "utils/lfile.h"
+#include "utils/sutils.h"
+
+genotype_reader::genotype_reader(filter_reader & _filter, bool _chrX) : filter(_filter), chrX(_chrX) {
+	sites = new snp_set();
+}
+
+void genotype_reader::openInput(ifile & fd, std::string file, bool binary) {
+	if (!fd.open(file, binary)) LOG.error("Impossible to open file [" + file + "]");
+}
+
+int genotype_reader::putInd(std::string & id) {
+	if (getInd(id) >= 0) LOG.error("Two individuals or more have the following ID : " + id);
+	if (!filter.checkInd(id)) return false;
+	int index = ind_id.size();
+	ind_id.push_back(id);
+	ind_male.push_back(false);
+	ind_father.push_back(-1);
+	ind_mother.push_back(-1);
+	ind_children.push_back(std::vector < int > ());
+	ind_family.push_back(-1);
+	ind_order.push_back(index);
+	ind_fields.push_back(std::vector < std::string > ());
+	hap0.push_back(std::vector < bool > ());
+	hap1.push_back(std::vector < bool > ());
+	missing.push_back(std::vector < bool > ());
+	likelihoods.push_back(std::vector < float > ());
+	scaffold.push_back(std::vector < bool > ());
+	return true;
+}
+
+snp * genotype_reader::putSnp(std::string chr, int pos, std::string a0, std::string a1, char source) {
+	if (!filter.checkSnp(pos) || pos < 0) return NULL;
+	if (sites->size() > 0) {
+		int prev = sites->getByIndex(sites->size() - 1)->bp;
+		if (pos < prev) LOG.error("Wrong ordering in physical positions curr_pos=" + sutils::int2str(pos) + " prev_pos=" + sutils::int2str(prev));
+	}
+	if (source == 5 && a1.find(',') != std::string::npos) LOG.error("Site pos=" + sutils::int2str(pos) + " alt=" + a1 + " is not bi-allelic!");
+	if (sites->getByRef(pos, a0, a1)) LOG.error("Duplicate site pos=" + sutils::int2str(pos) + " ref=" + a0 + " alt=" + a1);
+	snp * s = new snp(chr, pos, a0, a1, source);
+	sites->put(s);
+	return s;
+}
+
+int genotype_reader::getInd(std::string & id) {
+	for (int i = 0 ; i < (int)ind_id.size() ; i ++) if (ind_id[i] == id) return i;
+	return -1;
+}
+
+bool genotype_reader::isFounder(int ind) {
+	return ind_father[ind] < 0 && ind_mother[ind] < 0;
+}
+
+void genotype_reader::indexingPedigrees(std::vector < std::string > & fathers, std::vector < std::string > & mothers) {
+	int n_unr = 0, n_duo = 0, n_trio = 0;
+	for (int i = 0 ; i < (int)ind_id.size() ; i ++) {
+		ind_father[i] = getInd(fathers[i]);
+		if (ind_father[i] >= 0) ind_children[ind_father[i]].push_back(i);
+		ind_mother[i] = getInd(mothers[i]);
+		if (ind_mother[i] >= 0) ind_children[ind_mother[i]].push_back(i);
+		int n_parents = (ind_father[i] >= 0) + (ind_mother[i] >= 0);
+		if (n_parents == 2) n_trio ++;
+		if (n_parents == 1) n_duo ++;
+	}
+	for (int i = 0 ; i < (int)ind_id.size() ; i ++) if (isFounder(i) && ind_children[i].empty()) n_unr ++;
+
+	int family = 0;
+	for (int i = 0 ; i < (int)ind_id.size() ; i ++) {
+		std::vector < int > members;
+		indexingFamily(i, family, members);
+		if (!members.empty()) family ++;
+	}
+	LOG.println("  * " + sutils::int2str(n_unr) + " unrelateds / " + sutils::int2str(n_duo) + " duos / " + sutils::int2str(n_trio) + " trios in " + sutils::int2str(family) + " different families");
+}
+
+void genotype_reader::indexingFamily(int ind, int family, std::vector < int > & members) {
+	if (ind_family[ind] >= 0) return;
+	ind_family[ind] = family;
+	members.push_back(ind);
+	if (ind_father[ind] >= 0) indexingFamily(ind_father[ind], family, members);
+	if (ind_mother[ind] >= 0) indexingFamily(ind_mother[ind], family, members);
+	for (int c : ind_children[ind]) indexingFamily(c, family, members);
+}
+
+int genotype_reader::resetSnp(bool allele, int site) {
+	int n_missing = 0;
+	for (int i = 0 ; i < (int)ind_id.size() ; i ++) {
+		hap0[i][site] = allele;
+		hap1[i][site] = allele;
+		if (missing[i][site]) n_missing ++;
+		missing[i][site] = false;
+	}
+	return n_missing;
+}
+
+// A PED site seen with one allele only has an empty second allele.
+void genotype_reader::fixPed() {
+	for (int s = 0 ; s < sites->size() ; s ++) {
+		snp * site = sites->getByIndex(s);
+		if (site->a1.empty()) site->a1 = site->a0;
+	}
+}
+
+void genotype_reader::pushGenotype(int ind, bool h0, bool h1, bool miss) {
+	hap0[ind].push_back(h0);
+	hap1[ind].push_back(h1);
+	missing[ind].push_back(miss);
+}
+
+// Fields of a PED or FAM line: family, individual, father, mother, sex, phenotype. The
+// individual is the last one accepted by putInd.
+void genotype_reader::putPlinkFields(std::vector < std::string > & tokens, std::vector < std::string > & fathers, std::vector < std::string > & mothers) {
+	int ind = ind_id.size() - 1;
+	ind_fields[ind] = { tokens[0], "0", tokens[2], tokens[3], tokens[4], tokens[5] };
+	fathers.push_back(tokens[2]);
+	mothers.push_back(tokens[3]);
+	ind_male[ind] = (tokens[4] == "1");
+}
+
+void genotype_reader::printSampleCounts(int n_excluded, bool with_sex) {
+	LOG.println("  * " + sutils::int2str(ind_id.size()) + " samples included");
+	if (n_excluded) LOG.println("  * " + sutils::int2str(n_excluded) + " samples excluded");
+	if (with_sex && chrX) {
+		int n_males = 0;
+		for (int i = 0 ; i < (int)ind_male.size() ; i ++) n_males += ind_male[i];
+		LOG.println("  * " + sutils::int2str(n_males) + " males / " + sutils::int2str(ind_male.size() - n_males) + " females");
+	}
+}
+
+void genotype_reader::printSiteCounts(int n_excluded, std::string what) {
+	LOG.println("  * " + sutils::int2str(sites->size()) + " " + what + " included");
+	if (n_excluded) LOG.println("  * " + sutils::int2str(n_excluded) + " " + what + " excluded");
+}
+
+int hard_call(float & p0, float & p1, float & p2, double threshold, long & n_failed, long & n_passed) {
+	int call = -1;
+	if (threshold >= 0) {
+		// Tests in sequence on the live values: a test that passes turns the triple one-hot.
+		if ((double)p0 >= threshold) { p0 = 1.0f; p1 = 0.0f; p2 = 0.0f; call = 0; }
+		if ((double)p1 >= threshold) { p0 = 0.0f; p1 = 1.0f; p2 = 0.0f; call = 1; }
+		if ((double)p2 >= threshold) { p0 = 0.0f; p1 = 0.0f; p2 = 1.0f; call = 2; }
+	} else {
+		// Highest probability; the one-hot triple after a pass sends ties to the lower genotype.
+		if (p0 >= p1 && p0 >= p2) { p0 = 1.0f; p1 = 0.0f; p2 = 0.0f; call = 0; }
+		if (p1 >= p0 && p1 >= p2) { p0 = 0.0f; p1 = 1.0f; p2 = 0.0f; call = 1; }
+		if (p2 >= p0 && p2 >= p1) { p0 = 0.0f; p1 = 0.0f; p2 = 1.0f; call = 2; }
+	}
+	if (call < 0) n_failed ++;
+	else n_passed ++;
+	return call;
+}

@@ -1,0 +1,116 @@
+#include "input/genotype_reader.h"
+#include "utils/lfile.h"
+#include "utils/sutils.h"
+
+#include <cstdlib>
+
+// Finds entry k of the colon-separated field s, without copying it. Returns false when
+// the field has fewer entries.
+static bool colonEntry(const std::string & s, int k, const char * & begin, int & length) {
+	std::string::size_type from = 0;
+	for (int e = 0 ; e < k ; e ++) {
+		from = s.find(':', from);
+		if (from == std::string::npos) return false;
+		from ++;
+	}
+	std::string::size_type to = s.find(':', from);
+	if (to == std::string::npos) to = s.size();
+	begin = s.data() + from;
+	length = to - from;
+	return true;
+}
+
+// Index of the last "GT" entry of a FORMAT field, -1 when there is none.
+static int findGT(const std::string & format) {
+	int key = -1;
+	const char * begin;
+	int length;
+	for (int e = 0 ; colonEntry(format, e, begin, length) ; e ++) if (length == 2 && begin[0] == 'G' && begin[1] == 'T') key = e;
+	return key;
+}
+
+// A diploid call is read from its characters 0 and 2 only, whatever the separator, so
+// phased and unphased calls read alike. A single character is a haploid call, read as
+// homozygous. Anything shorter than a call is missing.
+static void decodeGT(const char * g, int length, bool & h0, bool & h1, bool & miss) {
+	char a, b;
+	if (length >= 3) { a = g[0]; b = g[2]; }
+	else if (length == 1) { a = b = g[0]; }
+	else { a = b = '.'; }
+	miss = (a == '.' || b == '.');
+	bool hom0 = (a == '0' && b == '0');
+	bool het = (a == '0' && b == '1') || (a == '1' && b == '0');
+	h0 = !miss && !hom0 && !het;
+	h1 = !miss && !hom0;
+}
+
+void genotype_reader::readGenotypeVcf(std::string vcf) {
+	sample_header1 = "ID_1 ID_2 missing";
+	sample_header2 = "0 0 0";
+	LOG.println("\nReading unphased data in [" + vcf + "]");
+	ifile fd;
+	openInput(fd, vcf);
+	std::string line;
+	std::vector < std::string > tokens;
+	std::vector < bool > mask;
+	std::vector < std::string > fathers, mothers;
+	int n_line = 0, n_data = 0, n_excluded = 0;
+	while (getline(fd, line)) {
+		n_line ++;
+		if (!line.empty() && line[0] == '#') {
+			if (line.compare(0, 6, "#CHROM") != 0) continue;
+			int n_fields = sutils::tokenize(line, tokens);
+			if (tokens[0] != "#CHROM") continue;
+			// Samples are known from the header only: data read before it would lack them.
+			if (n_data > 0) LOG.error("Line=" + sutils::int2str(n_line) + " sample header found after the first data line");
+			int n_before = ind_id.size();
+			int n_refused = 0;
+			for (int t = 9 ; t < n_fields ; t ++) {
+				bool kept = putInd(tokens[t]);
+				mask.push_back(kept);
+				if (!kept) {
+					n_refused ++;
+					continue;
+				}
+				ind_fields.back() = { tokens[t], "0" };
+				fathers.push_back("0");
+				mothers.push_back("0");
+			}
+			LOG.println("  * " + sutils::int2str(ind_id.size() - n_before) + " samples included");
+			if (n_refused) LOG.println("  * " + sutils::int2str(n_refused) + " samples excluded");
+			continue;
+		}
+
+		int N = mask.size();
+		int n_fields = sutils::tokenize(line, tokens);
+		if (n_fields < 5) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields, expected=" + sutils::int2str(9 + N));
+		int pos = strtol(tokens[1].c_str(), NULL, 10);
+		snp * s = putSnp(tokens[0], pos, tokens[3], tokens[4], 5);
+		int idx = n_data ++;
+		if (!s) {
+			n_excluded ++;
+			continue;
+		}
+		int key = (n_fields > 8) ? findGT(tokens[8]) : -1;
+		if (key < 0) LOG.error("No GT found at site idx=" + sutils::int2str(idx) + " pos=" + sutils::int2str(pos));
+		if (n_fields < 9 + N) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields, expected=" + sutils::int2str(9 + N));
+		s->id = tokens[2];
+		s->properties.push_back(tokens[5]);
+		s->properties.push_back(tokens[6]);
+		s->properties.push_back(tokens[7]);
+
+		for (int j = 0, ind = 0 ; j < N ; j ++) {
+			if (!mask[j]) continue;
+			const char * g = NULL;
+			int length = 0;
+			bool h0, h1, miss;
+			colonEntry(tokens[9 + j], key, g, length);
+			decodeGT(g, length, h0, h1, miss);
+			pushGenotype(ind ++, h0, h1, miss);
+		}
+	}
+	fd.close();
+	sites->indexing();
+	indexingPedigrees(fathers, mothers);
+	printSiteCounts(n_excluded, "SNPs");
+}
