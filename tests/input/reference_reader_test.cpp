@@ -1,0 +1,213 @@
+#include "input/reference_reader.h"
+#include "modes/sorvane.h"
+#include "test_utils.h"
+
+#include <ios>
+#include <memory>
+
+using testutils::TempDir;
+
+namespace {
+
+struct site { int pos; std::string a0, a1; };
+
+// Study sites named "m" + position, indexed as a genotype reader leaves them.
+std::unique_ptr < snp_set > studySites(const std::vector < site > & list) {
+	std::unique_ptr < snp_set > S(new snp_set());
+	for (const site & s : list) {
+		snp * x = new snp("1", s.pos, s.a0, s.a1, 3);
+		x->id = "m" + std::to_string(s.pos);
+		S->put(x);
+	}
+	S->indexing();
+	return S;
+}
+
+void readPanel(filter_reader & F, snp_set * S, const TempDir & d) {
+	reference_reader R(F, S);
+	R.readReferenceImpute(d.file("p.hap"), d.file("p.legend"), d.file("p.samples"));
+}
+
+// Opens the log inside the temporary folder, so that reports are written there.
+void readPanelWithLog(filter_reader & F, snp_set * S, const TempDir & d) {
+	LOG.open(d.file("run"));
+	readPanel(F, S, d);
+}
+
+const std::string samples3 = "ID POP GROUP sex\ns1 EUR EUR 1\ns2 AFR AFR 2\ns3 EUR EUR 2\n";
+
+}
+
+// A panel with a site absent from the study (its haplotype line is not even split), a
+// swapped site, two rows at one position of which one matches, a site outside the input
+// window, a dropped group and a haplotype file shorter than the legend.
+TEST(reference_reader, AlignedPanelAtStudyResolution) {
+	flippable = 1;
+	std::unique_ptr < snp_set > S = studySites({ { 100, "A", "C" }, { 200, "G", "T" }, { 300, "A", "G" }, { 400, "C", "T" } });
+	const std::string legend = "id position a0 a1\nr100 100 A C\nr150 150 C G\nr200 200 T G\nr300 300 A G\nr300b 300 A T\nr400 400 C T extra cols\n";
+	const std::string haps = "0 1 1 1 1 0\nnot split\n0 1 1 0 0 0\n1 0 0 0 1 ?\nbad\n";
+	for (std::string ext : { "", ".gz", ".bz2" }) {
+		SCOPED_TRACE("suffix " + ext);
+		TempDir d;
+		testutils::writeCompressed(d.file("p.samples" + ext), samples3);
+		testutils::writeCompressed(d.file("p.legend" + ext), legend);
+		testutils::writeCompressed(d.file("p.hap" + ext), haps);
+		filter_reader F;
+		F.initialise(0, 250);
+		F.grp_exclude["AFR"] = false;
+
+		LOG.muteC();
+		LOG.unmuteL();
+		ASSERT_TRUE(LOG.open(d.file("run")));
+		reference_reader R(F, S.get());
+		R.readReferenceImpute(d.file("p.hap" + ext), d.file("p.legend" + ext), d.file("p.samples" + ext));
+		LOG.close();
+		LOG.muteL();
+
+		EXPECT_FALSE(R.empty());
+		EXPECT_EQ(R.ind_id, std::vector < std::string > ({ "s1", "s3" }));
+		EXPECT_EQ(R.ind_male, std::vector < bool > ({ true, false }));
+		EXPECT_TRUE(R.problems.empty());
+		ASSERT_EQ(R.ref_sites->size(), 6);
+		EXPECT_EQ(R.ref_sites->getByIndex(5)->chr, "r400");
+		EXPECT_EQ(R.ref_sites->getByIndex(5)->id, "r400");
+		EXPECT_EQ(R.ref_sites->getByIndex(5)->source, 6);
+		// Bit 1 is the study's second allele: the swapped site at index 1 reads inverted,
+		// "?" reads as the first allele and the site without a haplotype line stays 0.
+		EXPECT_EQ(R.hap0[0], std::vector < bool > ({ 0, 1, 1, 0 }));
+		EXPECT_EQ(R.hap1[0], std::vector < bool > ({ 1, 0, 0, 0 }));
+		EXPECT_EQ(R.hap0[1], std::vector < bool > ({ 1, 1, 1, 0 }));
+		EXPECT_EQ(R.hap1[1], std::vector < bool > ({ 0, 1, 0, 0 }));
+
+		EXPECT_EQ(d.read("run.log"),
+			"\nReading sample list [" + d.file("p.samples" + ext) + "]\n"
+			"  * Column gender detected (idx=3)\n"
+			"  * 4 reference haplotypes included\n"
+			"  * 2 reference haplotypes excluded\n"
+			"  * 1 males / 1 females\n"
+			"\nReading SNPs in [" + d.file("p.legend" + ext) + "]\n"
+			"  * 4 reference panel sites included\n"
+			"  * 2 reference panel sites excluded\n"
+			"\nReading reference haplotypes in [" + d.file("p.hap" + ext) + "]\n");
+	}
+}
+
+// Missing, duplicated and misaligned sites: report rows, the exclude list and the stop,
+// first with swapped alleles accepted, then with --aligned.
+TEST(reference_reader, AlignmentFaultsStopWithReports) {
+	std::unique_ptr < snp_set > S = studySites({ { 100, "A", "C" }, { 200, "G", "T" }, { 300, "A", "G" }, { 400, "C", "T" }, { 500, "A", "T" }, { 600, "A", "T" } });
+	TempDir d;
+	d.write("p.samples", "ID POP GROUP\ns1 EUR EUR\n");
+	d.write("p.legend", "id position a0 a1\nr100 100 A C\nr200 200 T G\nr400a 400 C T\nr400b 400 C T\nr500a 500 C G\nr500b 500 G C\nr600a 600 A T\nr600b 600 T A\n");
+	filter_reader F;
+	const std::string header = "type\tpos\tmain_id\tmain_A\tmain_B\tmain_flippable\tref_id\tref_A\tref_B\tref_flippable\n";
+
+	flippable = 1;
+	EXPECT_LOG_ERROR(readPanelWithLog(F, S.get(), d), "Reference and Main panels are not well aligned:\n"
+		"  \\* #Missing sites in reference panel = 1\n"
+		"  \\* #Misaligned sites between panels = 1\n"
+		"  \\* #Multiple alignments between panels = 2");
+	EXPECT_EQ(d.read("run.snp.strand"), header +
+		"Missing\tMissing\t300\tm300\tA\tG\t1\tNA\tNA\tNA\t1\n"
+		"Duplicate\tDuplicate\t400\tm400\tC\tT\t1\tr400a\tC\tT\t0\n"
+		"Duplicate\tDuplicate\t400\tm400\tC\tT\t1\tr400b\tC\tT\t0\n"
+		"Strand\tStrand\t500\tm500\tA\tT\t1\tr500a\tC\tG\t0\n"
+		"Strand\tStrand\t500\tm500\tA\tT\t1\tr500b\tG\tC\t0\n"
+		"Duplicate\tDuplicate\t600\tm600\tA\tT\t1\tr600a\tA\tT\t0\n"
+		"Duplicate\tDuplicate\t600\tm600\tA\tT\t1\tr600b\tT\tA\t0\n");
+	EXPECT_EQ(d.read("run.snp.strand.exclude"), "300\n400\n400\n500\n500\n600\n600\n");
+
+	// Aligned alleles: the swapped site becomes a strand fault, and T/A no longer
+	// duplicates A/T.
+	flippable = 0;
+	EXPECT_LOG_ERROR(readPanelWithLog(F, S.get(), d), "Reference and Main panels are not well aligned:\n"
+		"  \\* #Missing sites in reference panel = 1\n"
+		"  \\* #Misaligned sites between panels = 2\n"
+		"  \\* #Multiple alignments between panels = 1");
+	EXPECT_EQ(d.read("run.snp.strand"), header +
+		"Strand\tStrand\t200\tm200\tG\tT\t0\tr200\tT\tG\t0\n"
+		"Missing\tMissing\t300\tm300\tA\tG\t0\tNA\tNA\tNA\t0\n"
+		"Duplicate\tDuplicate\t400\tm400\tC\tT\t0\tr400a\tC\tT\t0\n"
+		"Duplicate\tDuplicate\t400\tm400\tC\tT\t0\tr400b\tC\tT\t0\n"
+		"Strand\tStrand\t500\tm500\tA\tT\t0\tr500a\tC\tG\t0\n"
+		"Strand\tStrand\t500\tm500\tA\tT\t0\tr500b\tG\tC\t0\n");
+	EXPECT_EQ(d.read("run.snp.strand.exclude"), "200\n300\n400\n400\n500\n500\n");
+
+	// Without faulty study sites the same panel reads through: T/A at 600 no longer
+	// matches, so its haplotype line is skipped unsplit.
+	std::unique_ptr < snp_set > good = studySites({ { 100, "A", "C" }, { 600, "A", "T" } });
+	d.write("p.hap", "1 0\nx\nx\nx\nx\nx\n0 1\nx\n");
+	testutils::silenceLog();
+	reference_reader R(F, good.get());
+	R.readReferenceImpute(d.file("p.hap"), d.file("p.legend"), d.file("p.samples"));
+	EXPECT_TRUE(R.problems.empty());
+	EXPECT_EQ(R.hap0[0], std::vector < bool > ({ 1, 0 }));
+	EXPECT_EQ(R.hap1[0], std::vector < bool > ({ 0, 1 }));
+	flippable = 1;
+}
+
+// Group columns: a two-column sample line belongs to "ALL", either group column can
+// match, exclusion wins, excluded samples still take their columns, and identifiers may repeat.
+TEST(reference_reader, GroupFilters) {
+	flippable = 1;
+	testutils::silenceLog();
+	std::unique_ptr < snp_set > S = studySites({ { 100, "A", "C" } });
+	filter_reader F;
+	F.grp_include["ALL"] = false;
+	F.grp_include["EAS"] = false;
+	F.grp_exclude["CHB"] = false;
+	TempDir d;
+	d.write("p.samples", "sample population group\na ALL\nb EUR EUR\nc EAS JPT\nd CHB EAS\na ALL\r\n");
+	d.write("p.legend", "id position a0 a1\nr100 100 A C\n");
+	d.write("p.hap", "1 1 0 0 1 0 0 0 0 1\n");
+	reference_reader R(F, S.get());
+	R.readReferenceImpute(d.file("p.hap"), d.file("p.legend"), d.file("p.samples"));
+	EXPECT_EQ(R.ind_id, std::vector < std::string > ({ "a", "c", "a" }));
+	EXPECT_EQ(R.ind_male, std::vector < bool > ({ false, false, false }));
+	EXPECT_EQ(R.hap0, std::vector < std::vector < bool > > ({ { 1 }, { 1 }, { 0 } }));
+	EXPECT_EQ(R.hap1, std::vector < std::vector < bool > > ({ { 1 }, { 0 }, { 1 } }));
+
+	F.grp_exclude["ALL"] = false;
+	F.grp_exclude["EAS"] = false;
+	reference_reader Q(F, S.get());
+	Q.readReferenceImpute(d.file("p.hap"), d.file("p.legend"), d.file("p.samples"));
+	EXPECT_TRUE(Q.empty());
+}
+
+TEST(reference_reader, BadInput) {
+	flippable = 1;
+	std::unique_ptr < snp_set > S = studySites({ { 100, "A", "C" }, { 200, "G", "T" } });
+	filter_reader F;
+	F.grp_exclude["AFR"] = false;
+	TempDir d;
+	const std::string legend = "id position a0 a1\nr100 100 A C\nr200 200 G T\n";
+
+	d.write("p.samples", "ID POP GROUP\ns1 EUR EUR\ns2\n");
+	d.write("p.legend", legend);
+	d.write("p.hap", "0 0\n0 0\n");
+	EXPECT_LOG_ERROR(readPanel(F, S.get(), d), "Line=1 found=1 fields, expected more than 3");
+
+	// The sex column of a kept sample must be present.
+	d.write("p.samples", "ID POP GROUP sex\ns1 EUR EUR 1\ns2 EUR EUR\n");
+	EXPECT_LOG_ERROR(readPanel(F, S.get(), d), "Line=1 found=3 fields, the sex column \\(idx=3\\) is missing");
+
+	d.write("p.samples", "ID POP GROUP\ns1 EUR EUR\ns2 AFR AFR\n");
+	d.write("p.legend", "id position a0 a1\nr100 100 A C\nr200 200 G\n");
+	EXPECT_LOG_ERROR(readPanel(F, S.get(), d), "Line=2 found=3 fields, expected more  than 4");
+
+	// The dropped AFR sample still counts in the field count.
+	d.write("p.legend", legend);
+	d.write("p.hap", "0 0 1 1\n0 1\n");
+	EXPECT_LOG_ERROR(readPanel(F, S.get(), d), "Line=2 found=2 fields, expected=4");
+	d.write("p.hap", "0 0 1 1\n0 1 1 1\n1 1 1 1\n");
+	EXPECT_LOG_ERROR(readPanel(F, S.get(), d), "Line=3 of \\[.*p.hap\\] has no matching line in the legend file");
+
+	EXPECT_LOG_ERROR(reference_reader(F, S.get()).readReferenceImpute(d.file("none.hap"), d.file("p.legend"), d.file("p.samples")), "Impossible to open file \\[.*none.hap\\]");
+	EXPECT_LOG_ERROR(reference_reader(F, S.get()).readReferenceImpute(d.file("p.hap"), d.file("none.legend"), d.file("p.samples")), "Impossible to open file \\[.*none.legend\\]");
+
+	// A damaged compressed file is not taken for a short one.
+	d.write("bad.legend.gz", "this is not gzip data\n");
+	testutils::silenceLog();
+	reference_reader R(F, S.get());
+	EXPECT_THROW(R.readReferenceImpute(d.file("p.hap"), d.file("bad.legend.gz"), d.file("p.samples")), std::ios_base::failure);
+}
