@@ -1,0 +1,43 @@
+#include "input/bamlist_reader.h"
+#include "test_utils.h"
+
+using testutils::TempDir;
+
+namespace {
+
+void readList(const std::string & file) {
+	bamlist_reader B;
+	B.readBamList(file);
+}
+
+}
+
+TEST(bamlist_reader, ReadsThreeColumns) {
+	const std::string list = "s1 /data/s1.bam 3\ns2\t/data/s2.bam\t-1\r\n";
+	for (std::string name : { "l.txt", "l.txt.gz", "l.txt.bz2" }) {
+		SCOPED_TRACE(name);
+		TempDir d;
+		if (name == "l.txt") d.write(name, list);
+		else testutils::writeCompressed(d.file(name), list);
+		testutils::silenceLog();
+		bamlist_reader B;
+		B.readBamList(d.file(name));
+		EXPECT_EQ(B.col0, std::vector < std::string > ({ "s1", "s2" }));
+		EXPECT_EQ(B.col1, std::vector < std::string > ({ "/data/s1.bam", "/data/s2.bam" }));
+		EXPECT_EQ(B.col2, std::vector < int > ({ 3, -1 }));
+	}
+	TempDir d;
+	d.write("empty", "");
+	bamlist_reader B;
+	B.readBamList(d.file("empty"));
+	EXPECT_TRUE(B.col0.empty() && B.col1.empty() && B.col2.empty());
+}
+
+TEST(bamlist_reader, BadListsAreFatal) {
+	TempDir d;
+	d.write("few", "s1 a.bam 1\ns2 b.bam\n");
+	EXPECT_LOG_ERROR(readList(d.file("few")), "Parsing line 1 : incorrect number of columns, observed: 2 expected: 3");
+	d.write("many", "s1 a.bam 1 x\n");
+	EXPECT_LOG_ERROR(readList(d.file("many")), "Parsing line 0 : incorrect number of columns, observed: 4 expected: 3");
+	EXPECT_LOG_ERROR(readList(d.file("missing")), "Impossible to open file");
+}

@@ -1,0 +1,217 @@
+#include "objects/chaplotype.h"
+#include "utils/putils.h"
+#include "test_utils.h"
+
+#include <algorithm>
+
+using testutils::TempDir;
+
+namespace {
+
+std::vector < bool > randomBits(int n, double p1) {
+	std::vector < bool > v(n);
+	for (int i = 0 ; i < n ; i ++) v[i] = putils::getRandom() < p1;
+	return v;
+}
+
+// Copy of a with each bit flipped with probability p.
+std::vector < bool > mutate(const std::vector < bool > & a, double p) {
+	std::vector < bool > v = a;
+	for (size_t i = 0 ; i < v.size() ; i ++) if (putils::getRandom() < p) v[i] = !v[i];
+	return v;
+}
+
+// Per-bit references over the bytes start >> 3 .. stop >> 3, bits past the end counting as 0.
+int naiveHamming(const std::vector < bool > & a, const std::vector < bool > & b, int start, int stop) {
+	int d = 0;
+	for (int i = (start >> 3) * 8 ; i < (stop >> 3) * 8 + 8 && i < (int)a.size() ; i ++) d += a[i] != b[i];
+	return d;
+}
+
+int naivePerfectMatch(const std::vector < bool > & a, const std::vector < bool > & b, int start, int stop) {
+	int best = 0, cur = 0;
+	for (int k = start >> 3 ; k <= (stop >> 3) ; k ++) {
+		bool equal = true;
+		for (int i = k * 8 ; i < k * 8 + 8 && i < (int)a.size() ; i ++) equal = equal && a[i] == b[i];
+		cur = equal ? cur + 8 : 0;
+		best = std::max(best, cur);
+	}
+	return best;
+}
+
+}
+
+TEST(chaplotype, ConstructionAccessAndPushBack) {
+	chaplotype e;
+	EXPECT_EQ(e.size(), 0);
+	EXPECT_TRUE(e.data.empty());
+	EXPECT_EQ(e.toString(), "");
+
+	chaplotype z(13);
+	EXPECT_EQ(z.size(), 13);
+	EXPECT_EQ(z.data.size(), 2u);
+	EXPECT_EQ(z.toString(), "0000000000000");
+
+	chaplotype h(std::vector < bool > ({ 1, 0, 1, 1, 0, 0, 0, 0, 0, 1 }));
+	EXPECT_EQ(h.data, std::vector < unsigned char > ({ 0x0D, 0x02 }));
+	EXPECT_EQ(h.toString(), "1011000001");
+	EXPECT_EQ(h.get(2), 1);
+	EXPECT_EQ(h[1], 0);
+	h.set(1, true);
+	h.set(0, false);
+	h.set(1, true);
+	EXPECT_EQ(h.toString(), "0111000001");
+
+	std::vector < bool > none;
+	h.push_back(none);
+	EXPECT_EQ(h.size(), 10);
+	EXPECT_EQ(h.data.size(), 2u);
+	h.push_back(std::vector < bool > ({ 1, 1, 0, 0, 0, 0, 1, 1 }));
+	EXPECT_EQ(h.size(), 18);
+	EXPECT_EQ(h.data, std::vector < unsigned char > ({ 0x0E, 0x0E, 0x03 }));
+	EXPECT_EQ(h.toString(), "011100000111000011");
+
+	chaplotype c(h);
+	chaplotype a;
+	a = h;
+	EXPECT_EQ(c.data, h.data);
+	EXPECT_EQ(a.n, h.n);
+	h.clear();
+	EXPECT_EQ(h.size(), 0);
+	EXPECT_TRUE(h.data.empty());
+	EXPECT_EQ(c.toString(), "011100000111000011");
+}
+
+TEST(chaplotype, DistanceLookupCountsBits) {
+	for (int v = 0 ; v < 256 ; v ++) {
+		int bits = 0;
+		for (int j = 0 ; j < 8 ; j ++) bits += (v >> j) & 1;
+		EXPECT_EQ(distance_lookup[v], bits) << "byte " << v;
+	}
+}
+
+// Byte ranges widen to whole bytes: ranges ending inside a byte, short ranges under the
+// 8-byte blocks and long ones across them, on lengths that are no multiple of 8.
+TEST(chaplotype, DistancesMatchPerBitReference) {
+	putils::initRandom(20240611);
+	for (int n : { 1, 7, 9, 61, 67, 133, 1001 }) {
+		for (int rep = 0 ; rep < 20 ; rep ++) {
+			std::vector < bool > va = randomBits(n, 0.4);
+			std::vector < bool > vb = mutate(va, rep % 2 ? 0.02 : 0.3);
+			chaplotype a(va), b(vb);
+			ASSERT_EQ(a.hamming(b), naiveHamming(va, vb, 0, n - 1));
+			for (int r = 0 ; r < 10 ; r ++) {
+				int start = putils::getRandom(n), stop = start + putils::getRandom(n - start);
+				int d = naiveHamming(va, vb, start, stop);
+				ASSERT_EQ(a.hamming(b, start, stop), d) << n << " " << start << " " << stop;
+				ASSERT_EQ(b.hamming(a, start, stop), d);
+				ASSERT_EQ(a.hamming(b, start, stop, d), d);
+				ASSERT_EQ(a.hamming(b, start, stop, d + 5), d);
+				if (d > 0) {
+					ASSERT_EQ(a.hamming(b, start, stop, d - 1), 1000000000);
+				}
+				ASSERT_EQ(a.perfectmatch(b, start, stop, 0), naivePerfectMatch(va, vb, start, stop));
+				ASSERT_EQ(a.perfectmatch(b, start, stop, -3), naivePerfectMatch(va, vb, start, stop));
+				ASSERT_EQ(a.perfectmatch(b, start, stop, 1), 0);
+			}
+		}
+	}
+}
+
+TEST(chaplotype, DistanceEdgeCases) {
+	// One difference at bit 5: hamming(0, 0) still sees it, the byte range being 0 .. 7.
+	chaplotype a(20), b(20);
+	b.set(5, true);
+	b.set(17, true);
+	EXPECT_EQ(a.hamming(b, 0, 0), 1);
+	EXPECT_EQ(a.hamming(b, 8, 15), 0);
+	EXPECT_EQ(a.hamming(b, 3, 16), 2);
+	EXPECT_EQ(a.hamming(b, 16, 8), 0);
+	EXPECT_EQ(a.hamming(b, 16, 8, -1), 0);
+	EXPECT_EQ(a.hamming(b, 0, 19, 2), 2);
+	EXPECT_EQ(a.hamming(b, 0, 19, 1), 1000000000);
+	// The limit is tested from the first byte on.
+	EXPECT_EQ(a.hamming(b, 0, 19, 0), 1000000000);
+	EXPECT_EQ(a.hamming(b), 2);
+	EXPECT_EQ(chaplotype().hamming(chaplotype()), 0);
+
+	chaplotype x(100), y(100);
+	EXPECT_EQ(x.perfectmatch(y, 0, 99, 0), 104);
+	EXPECT_EQ(x.perfectmatch(y, 0, 99, 1), 0);
+	EXPECT_EQ(x.perfectmatch(y, 10, 10, 0), 8);
+	EXPECT_EQ(x.perfectmatch(y, 20, 10, 0), 0);
+	y.set(40, true);
+	EXPECT_EQ(x.perfectmatch(y, 0, 99, 0), 56);
+	EXPECT_EQ(x.perfectmatch(y, 0, 47, 0), 40);
+}
+
+TEST(chaplotype, SwitchErrors) {
+	int ns = -1, ne = -1;
+	// Follows a, jumps to b at 3, back to a at 5; an error at 6 leaves the state alone.
+	chaplotype a(std::vector < bool > ({ 0, 0, 0, 0, 0, 1, 0, 0 }));
+	chaplotype b(std::vector < bool > ({ 1, 0, 1, 1, 1, 0, 0, 1 }));
+	chaplotype h(std::vector < bool > ({ 0, 0, 0, 1, 1, 1, 1, 0 }));
+	h.switcherror(a, b, 0, 7, ns, ne);
+	EXPECT_EQ(ns, 2);
+	EXPECT_EQ(ne, 1);
+	h.switcherror(a, b, 3, 4, ns, ne);
+	EXPECT_EQ(ns, 0);
+	EXPECT_EQ(ne, 0);
+	h.switcherror(a, b, 5, 4, ns, ne);
+	EXPECT_EQ(ns, 0);
+	EXPECT_EQ(ne, 0);
+	// Identical at all sites: the state is set to b at the first site and never left.
+	a.switcherror(a, a, 0, 7, ns, ne);
+	EXPECT_EQ(ns, 0);
+	EXPECT_EQ(ne, 0);
+
+	// Pair against pair: genotypes differ at 4; phase flips at 2.
+	chaplotype a0(std::vector < bool > ({ 0, 1, 1, 0, 1, 0 }));
+	chaplotype a1(std::vector < bool > ({ 1, 0, 0, 1, 1, 1 }));
+	chaplotype b0(std::vector < bool > ({ 0, 1, 0, 1, 0, 1 }));
+	chaplotype b1(std::vector < bool > ({ 1, 0, 1, 0, 0, 0 }));
+	switcherror(a0, a1, b0, b1, 0, 5, ns, ne);
+	EXPECT_EQ(ns, 1);
+	EXPECT_EQ(ne, 1);
+	switcherror(a0, a1, a0, a1, 0, 5, ns, ne);
+	EXPECT_EQ(ns, 0);
+	EXPECT_EQ(ne, 0);
+	switcherror(a0, a1, a1, a0, 0, 5, ns, ne);
+	EXPECT_EQ(ns, 0);
+	EXPECT_EQ(ne, 0);
+}
+
+TEST(chaplotype, StreamRoundTrip) {
+	TempDir d;
+	putils::initRandom(5);
+	chaplotype h(randomBits(77, 0.5)), empty;
+	for (std::string name : { "h.bin", "h.bin.gz", "h.bin.bz2" }) {
+		SCOPED_TRACE(name);
+		ofile out(d.file(name), true);
+		h.write(out);
+		empty.write(out);
+		h.write(out);
+		out.close();
+		ifile in(d.file(name), true);
+		chaplotype r1, r2(5), r3;
+		EXPECT_TRUE(r1.read(in));
+		EXPECT_TRUE(r2.read(in));
+		EXPECT_TRUE(r3.read(in));
+		EXPECT_EQ(r1.toString(), h.toString());
+		EXPECT_EQ(r1.data, h.data);
+		EXPECT_EQ(r2.size(), 0);
+		EXPECT_TRUE(r2.data.empty());
+		EXPECT_EQ(r3.data, h.data);
+		in.close();
+	}
+	std::string raw = d.read("h.bin");
+	EXPECT_EQ(raw.size(), 2 * (8 + 10) + 8u);
+	EXPECT_EQ(raw.substr(18, 8), std::string(8, '\0'));
+
+	// Cut inside the bytes of the first haplotype.
+	d.write("cut.bin", raw.substr(0, 12));
+	ifile in(d.file("cut.bin"), true);
+	chaplotype r;
+	EXPECT_FALSE(r.read(in));
+	in.close();
+}

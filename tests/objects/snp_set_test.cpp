@@ -1,0 +1,140 @@
+#include "objects/snp_set.h"
+#include "objects/chaplotype.h"
+#include "modes/sorvane.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+void putSites(snp_set & S, const std::vector < int > & bps) {
+	for (int bp : bps) S.put(new snp("1", bp, "A", "C", 5));
+	S.indexing();
+}
+
+}
+
+TEST(snp_set, PutIndexingAndAccess) {
+	snp_set S;
+	EXPECT_EQ(S.size(), 0);
+	EXPECT_TRUE(S.getIndexes().empty());
+	S.put(new snp("1", 30, "A", "C", 5));
+	S.put(new snp("1", 10, "G", "T", 5));
+	S.put(new snp("1", 10, "G", "A", 5));
+	EXPECT_EQ(S.getIndexes(), std::vector < int > ({ -1, -1, -1 }));
+	S.indexing();
+	EXPECT_EQ(S.size(), 3);
+	EXPECT_EQ(S.getIndexes(), std::vector < int > ({ 0, 1, 2 }));
+	EXPECT_EQ(S.getByIndex(0)->bp, 30);
+	EXPECT_EQ(S.getByIndex(2)->a1, "A");
+	EXPECT_EQ(S.mapS.count(10), 2u);
+}
+
+TEST(snp_set, LookupByPositionAndAlleles) {
+	unsigned char saved = flippable;
+	snp_set S;
+	S.put(new snp("1", 100, "A", "C", 5));
+	S.put(new snp("1", 100, "A", "G", 5));
+	S.put(new snp("1", 200, "A", "T", 5));
+	S.put(new snp("1", 300, "A", "T", 5));
+	S.put(new snp("1", 300, "T", "A", 5));
+	S.indexing();
+	std::string A = "A", C = "C", G = "G", T = "T";
+	int strand = 99;
+
+	flippable = 1;
+	// Exact form: alleles in the stored order only.
+	EXPECT_EQ(S.getByRef(100, A, G), S.getByIndex(1));
+	EXPECT_EQ(S.getByRef(100, G, A), nullptr);
+	EXPECT_EQ(S.getByRef(101, A, C), nullptr);
+	EXPECT_EQ(S.getByRef(300, T, A), S.getByIndex(4));
+
+	EXPECT_EQ(S.getByRef(100, A, G, strand), S.getByIndex(1));
+	EXPECT_EQ(strand, 0);
+	EXPECT_EQ(S.getByRef(100, G, A, strand), S.getByIndex(1));
+	EXPECT_EQ(strand, 1);
+	EXPECT_EQ(S.getByRef(100, C, G, strand), nullptr);
+	EXPECT_EQ(strand, -2);
+	EXPECT_EQ(S.getByRef(150, A, C, strand), nullptr);
+	EXPECT_EQ(strand, -3);
+	EXPECT_EQ(S.getByRef(200, T, A, strand), S.getByIndex(2));
+	EXPECT_EQ(strand, 1);
+	// A/T and T/A at one position both match either query: ambiguous, no match.
+	EXPECT_EQ(S.getByRef(300, A, T, strand), nullptr);
+	EXPECT_EQ(strand, -1);
+
+	flippable = 0;
+	EXPECT_EQ(S.getByRef(200, T, A, strand), nullptr);
+	EXPECT_EQ(strand, -2);
+	EXPECT_EQ(S.getByRef(300, T, A, strand), S.getByIndex(4));
+	EXPECT_EQ(strand, 0);
+	flippable = saved;
+}
+
+TEST(snp_set, Pos2Indexes) {
+	snp_set S;
+	putSites(S, { 10, 20, 30 });
+	std::vector < int > pos, idx = { 7, 7 };
+	S.pos2indexes(pos, idx);
+	EXPECT_EQ(idx, std::vector < int > ({ 0 }));
+	pos = { 5, 10, 11, 25, 30, 40 };
+	S.pos2indexes(pos, idx);
+	EXPECT_EQ(idx, std::vector < int > ({ 0, -1, -1, 0, 1, 1, 2 }));
+
+	snp_set E;
+	S.pos2indexes(pos, idx);
+	E.pos2indexes(pos, idx);
+	EXPECT_EQ(idx, std::vector < int > ({ 0, -1, -1, -1, -1, -1, -1 }));
+}
+
+// Map 100:1 200:2 400:6, mean rate 5/300 cM per bp outside it.
+TEST(snp_set, CentiMorganExactAndInterpolated) {
+	snp_set S;
+	putSites(S, { 50, 100, 150, 200, 250, 300, 400, 400, 500 });
+	S.getByIndex(4)->cm = 0.0;
+	std::vector < int > pos = { 100, 200, 400 };
+	std::vector < double > cm = { 1.0, 2.0, 6.0 };
+	EXPECT_EQ(S.setCentiMorgan(pos, cm), 4);
+	EXPECT_EQ(S.interpolateCentiMorgan(pos, cm), 4);
+	std::vector < double > expected = { 1.0 - 50 * 5.0 / 300, 1.0, 1.5, 2.0, 0.0, 4.0, 6.0, 6.0, 6.0 + 100 * 5.0 / 300 };
+	for (int i = 0 ; i < S.size() ; i ++) EXPECT_NEAR(S.getByIndex(i)->cm, expected[i], 1e-12) << "site " << i;
+	// Nothing left to interpolate.
+	EXPECT_EQ(S.interpolateCentiMorgan(pos, cm), 0);
+
+	// Equal map positions, and a site on a map position whose value is still unset.
+	snp_set D;
+	putSites(D, { 150, 200, 250 });
+	pos = { 100, 200, 200, 300 };
+	cm = { 1.0, 2.0, 3.0, 4.0 };
+	EXPECT_EQ(D.interpolateCentiMorgan(pos, cm), 3);
+	EXPECT_NEAR(D.getByIndex(0)->cm, 1.5, 1e-12);
+	EXPECT_NEAR(D.getByIndex(1)->cm, 2.5, 1e-12);
+	EXPECT_NEAR(D.getByIndex(2)->cm, 3.5, 1e-12);
+}
+
+// Extrapolating left of the map below 0 moves all sites so that the first is at 0.
+TEST(snp_set, CentiMorganShiftedToStartAtZero) {
+	snp_set S;
+	putSites(S, { 100, 1000, 1500, 2000, 3000 });
+	std::vector < int > pos = { 1000, 2000 };
+	std::vector < double > cm = { 0.5, 1.5 };
+	EXPECT_EQ(S.setCentiMorgan(pos, cm), 2);
+	EXPECT_EQ(S.interpolateCentiMorgan(pos, cm), 3);
+	std::vector < double > expected = { 0.0, 0.9, 1.4, 1.9, 2.9 };
+	for (int i = 0 ; i < S.size() ; i ++) EXPECT_NEAR(S.getByIndex(i)->cm, expected[i], 1e-12) << "site " << i;
+}
+
+TEST(snp_set, AlleleStrings) {
+	snp_set S;
+	S.put(new snp("1", 1, "A", "C", 5));
+	S.put(new snp("1", 2, "G", "T", 5));
+	S.put(new snp("1", 3, "AT", "A", 5));
+	S.indexing();
+	chaplotype h(std::vector < bool > ({ 1, 0, 0 }));
+	EXPECT_EQ(S.toString(h, " "), "C G AT");
+	chaplotype t(std::vector < bool > ({ 1, 1 }));
+	EXPECT_EQ(S.toString(t, 1, ","), "T,A");
+	chaplotype e;
+	EXPECT_EQ(S.toString(e, "-"), "");
+	std::vector < int > sites = { 2, 0 };
+	EXPECT_EQ(S.toString(std::vector < bool > ({ 0, 1 }), sites, "|"), "AT|C");
+}
