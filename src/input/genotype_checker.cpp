@@ -8,7 +8,6 @@
 
 #include <algorithm>
 
-
 namespace {
 
 // Report files are named after the log and hold one tab-separated header line.
