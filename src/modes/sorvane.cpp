@@ -1,4 +1,6 @@
 #include "modes/sorvane.h"
+#include "input/gmap_reader.h"
+#include "objects/snp_set.h"
 #include "utils/futils.h"
 #include "utils/lfile.h"
 #include "utils/putils.h"
@@ -169,11 +171,8 @@ void sorvane::checkUnphasedInputCount() {
 void sorvane::checkInputFileSet(std::string option, std::vector < std::string > suffixes, unsigned int count, std::string message) {
 	if (!options.count(option)) return;
 	std::vector < std::string > values = options[option].as < std::vector < std::string > > ();
-	std::vector < std::string > files;
-	if (values.size() == 1 && !suffixes.empty()) for (const std::string & s : suffixes) files.push_back(values[0] + s);
-	else if (values.size() == count) files = values;
-	else LOG.error(message);
-	for (const std::string & f : files)
+	if (!(values.size() == 1 && !suffixes.empty()) && values.size() != count) LOG.error(message);
+	for (const std::string & f : fileSet(option, suffixes))
 		if (!futils::isFile(f)) LOG.error(f + " is impossible to open, check file existence or reading permissions");
 }
 
@@ -185,4 +184,29 @@ void sorvane::checkInputFile(std::string option) {
 void sorvane::checkOutputFile(std::string option) {
 	if (options.count(option) && !futils::createFile(options[option].as < std::string > ()))
 		LOG.error(options[option].as < std::string > () + " is impossible to create, check writing permissions");
+}
+
+// The files of an option given as a stem (suffixes added) or in full; the option's
+// count has already been checked.
+std::vector < std::string > sorvane::fileSet(std::string option, std::vector < std::string > suffixes) {
+	std::vector < std::string > values = options[option].as < std::vector < std::string > > ();
+	if (values.size() != 1 || suffixes.empty()) return values;
+	std::vector < std::string > files;
+	for (const std::string & s : suffixes) files.push_back(values[0] + s);
+	return files;
+}
+
+// Places the sites on the genetic map: exactly where the map has their position, by
+// interpolation elsewhere.
+void sorvane::readGeneticMap(std::string file, snp_set * sites) {
+	gmap_reader readerGM;
+	readerGM.readGeneticMapFile(file);
+	int n_set = sites->setCentiMorgan(readerGM.pos, readerGM.cm);
+	int n_interpolated = sites->interpolateCentiMorgan(readerGM.pos, readerGM.cm);
+	LOG.println("  * #set=" + sutils::int2str(n_set) + " / #interpolated=" + sutils::int2str(n_interpolated));
+	if (sites->size() == 0) return;
+	snp * first = sites->getByIndex(0);
+	snp * last = sites->getByIndex(sites->size() - 1);
+	LOG.print("  * Physical map [" + sutils::double2str(first->bp * 1e-6, 2) + " Mb -> " + sutils::double2str(last->bp * 1e-6, 2) + " Mb]");
+	LOG.println(" / Genetic map [" + sutils::double2str(first->cm, 2) + " cM -> " + sutils::double2str(last->cm, 2) + " cM]");
 }

@@ -14,6 +14,8 @@
 
 namespace bpo = boost::program_options;
 
+class snp_set;
+
 // Set by main before anything else; the log and the output headers print it.
 extern time_t START_DATE;
 // Whether the alleles of a site may be swapped when matched with another data set.
@@ -49,6 +51,10 @@ public:
 	void checkInputFileSet(std::string option, std::vector < std::string > suffixes, unsigned int count, std::string message);
 	void checkInputFile(std::string option);
 	void checkOutputFile(std::string option);
+
+	// Shared steps of the modes that read unphased genotypes.
+	std::vector < std::string > fileSet(std::string option, std::vector < std::string > suffixes);
+	void readGeneticMap(std::string file, snp_set * sites);
 };
 
 #endif
