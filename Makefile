@@ -39,7 +39,8 @@ example: build
 	$(BUILD)/sorvane -check --input-vcf example/cohort.vcf.gz \
 		--input-ref example/reference.haplotypes example/reference.legend example/reference.samples \
 		--input-map example/genetic_map.txt --output-log $(EXAMPLE_OUT)/check
-	@echo "Check of the example data done: log in $(EXAMPLE_OUT)/check.log"
+	@echo "Phasing is not built yet: the example data were checked instead (sorvane -check)."
+	@echo "Log and check reports: $(EXAMPLE_OUT)/check.log, $(EXAMPLE_OUT)/check.ind.mm, $(EXAMPLE_OUT)/check.snp.mm, $(EXAMPLE_OUT)/check.ind.me, $(EXAMPLE_OUT)/check.snp.me"
 
 clean:
 	rm -rf $(BUILD)

@@ -1,0 +1,89 @@
+#include "test_utils.h"
+
+#include <fstream>
+
+using testutils::RunResult;
+using testutils::TempDir;
+using testutils::runSorvane;
+
+static bool has(const std::string & text, const std::string & part) {
+	return text.find(part) != std::string::npos;
+}
+
+static const std::string E = SORVANE_EXAMPLE_DATA;
+
+// The example cohort checks clean in every input format, with the panel and the map.
+TEST(cli_check, ExampleDataInEveryFormat) {
+	TempDir d;
+	const std::string ref = " --input-ref " + E + "/reference.haplotypes " + E + "/reference.legend " + E + "/reference.samples --input-map " + E + "/genetic_map.txt";
+	const std::string inputs[] = { "--input-vcf " + E + "/cohort.vcf.gz", "--input-vcf " + E + "/cohort.vcf", "--input-gen " + E + "/cohort",
+		"--input-ped " + E + "/cohort", "--input-bed " + E + "/cohort.bed " + E + "/cohort.bim " + E + "/cohort.fam" };
+	std::vector < std::string > snp_mm;
+	for (const std::string & in : inputs) {
+		RunResult r = runSorvane("-check " + in + ref + " -L run1", d.path);
+		EXPECT_EQ(r.status, 0) << in << "\n" << r.out;
+		EXPECT_TRUE(has(r.out, "MODE \033[33m-summarise\033[0m : GENERATING SUMMARY STATISTICS OF THE INPUT DATA")) << r.out;
+		std::string log = d.read("run1.log");
+		EXPECT_TRUE(has(log, "\nMODE -summarise : GENERATING SUMMARY STATISTICS OF THE INPUT DATA\n  * Autosome (chr1 ... chr22)\n  * Reference panel of haplotypes used\n")) << log;
+		EXPECT_TRUE(has(log, "  * #set=0 / #interpolated=1081\n  * Physical map [1.00 Mb -> 1.32 Mb] / Genetic map [0.00 cM -> 0.33 cM]\n")) << log;
+		EXPECT_TRUE(has(log, "\nRunning time: ")) << log;
+		EXPECT_FALSE(has(log, "WARNING")) << log;
+		snp_mm.push_back(d.read("run1.snp.mm"));
+		EXPECT_GT(snp_mm.back().size(), 1000u);
+	}
+	// Every format carries the same genotypes; VCF has no pedigree, so its founder counts
+	// differ from those of the formats that carry families.
+	EXPECT_TRUE(snp_mm[0] == snp_mm[1]);
+	EXPECT_TRUE(snp_mm[2] == snp_mm[3]);
+	EXPECT_TRUE(snp_mm[2] == snp_mm[4]);
+	// Nothing but the log and the check reports is written.
+	std::string cmd = "ls " + d.path + " > " + d.file("listing");
+	ASSERT_EQ(system(cmd.c_str()), 0);
+	EXPECT_EQ(d.read("listing"), "listing\nrun1.ind.me\nrun1.ind.mm\nrun1.log\nrun1.snp.me\nrun1.snp.mm\n");
+}
+
+static std::string smallVcf(int n_samples) {
+	std::string v = "##fileformat=VCFv4.2\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT";
+	for (int i = 0 ; i < n_samples ; i ++) v += "\tS" + std::to_string(i);
+	v += "\n";
+	for (int s = 0 ; s < 4 ; s ++) {
+		v += "1\t" + std::to_string(100 + 10 * s) + "\t.\tA\tC\t.\tPASS\t.\tGT";
+		for (int i = 0 ; i < n_samples ; i ++) v += ((i + s) % 3 == 0) ? "\t0/1" : ((i + s) % 3 == 1 ? "\t0/0" : "\t1/1");
+		v += "\n";
+	}
+	return v;
+}
+
+TEST(cli_check, SmallCohortWarningAndChecks) {
+	TempDir d;
+	d.write("s49.vcf", smallVcf(49));
+	d.write("s50.vcf", smallVcf(50));
+	const std::string warning = "It is advice to use a reference panel when dealing with less than 50 individuals";
+	RunResult r = runSorvane("-check --input-vcf s49.vcf -L a", d.path);
+	EXPECT_EQ(r.status, 0) << r.out;
+	EXPECT_TRUE(has(r.out, "\033[33mWARNING:\033[0m " + warning)) << r.out;
+	EXPECT_TRUE(has(d.read("a.log"), "  * No reference panel used\n"));
+	r = runSorvane("-check --input-vcf s50.vcf -L a --noped", d.path);
+	EXPECT_EQ(r.status, 0) << r.out;
+	EXPECT_FALSE(has(r.out, warning)) << r.out;
+	EXPECT_TRUE(has(d.read("a.log"), "  * Pedigree information not taken into account\n"));
+
+	r = runSorvane("-check --input-vcf s50.vcf --input-thr 0.5 -L a", d.path);
+	EXPECT_EQ(r.status, 1);
+	EXPECT_TRUE(has(r.out, "You must specify a --input-thr value comprised between 0.5 and 1")) << r.out;
+	r = runSorvane("-check --input-vcf s50.vcf --input-gen x -L a", d.path);
+	EXPECT_TRUE(has(r.out, "You must specify no more than one unphased input file")) << r.out;
+	r = runSorvane("-check -L a", d.path);
+	EXPECT_TRUE(has(r.out, "You must specify at least one unphased input file")) << r.out;
+	r = runSorvane("-check --input-vcf s50.vcf --input-ref r1 r2 -L a", d.path);
+	EXPECT_TRUE(has(r.out, "Incorrect number of arguments given to --input-ref (it must be 3 files)")) << r.out;
+
+	// A truncated compressed input ends the run with a clear error, never a partial read.
+	testutils::writeCompressed(d.file("full.vcf.gz"), smallVcf(60));
+	std::ifstream in(d.file("full.vcf.gz").c_str(), std::ios::binary);
+	std::string gz((std::istreambuf_iterator < char > (in)), std::istreambuf_iterator < char > ());
+	d.write("cut.vcf.gz", gz.substr(0, gz.size() - 12));
+	r = runSorvane("-check --input-vcf cut.vcf.gz -L a", d.path);
+	EXPECT_EQ(r.status, 1) << r.out;
+	EXPECT_TRUE(has(r.out, "\033[33mERROR:\033[0m File [cut.vcf.gz] is corrupted or truncated")) << r.out;
+}
