@@ -2,7 +2,7 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-genotype_reader::genotype_reader(filter_reader & _filter, bool _chrX) : filter(_filter), chrX(_chrX) {
+genotype_reader::genotype_reader(filter_reader & _filter, bool _chrX) : filter(_filter), chrX(_chrX), n_staged(0) {
 	sites = new snp_set();
 }
 
@@ -106,6 +106,27 @@ void genotype_reader::pushGenotype(int ind, bool h0, bool h1, bool miss) {
 	hap0[ind].push_back(h0);
 	hap1[ind].push_back(h1);
 	missing[ind].push_back(miss);
+}
+
+// Code: bit 0 hap0, bit 1 hap1, bit 2 missing.
+void genotype_reader::stageGenotype(int ind, bool h0, bool h1, bool miss) {
+	size_t at = (size_t)n_staged * ind_id.size() + ind;
+	if (at >= staged.size()) staged.resize(64 * ind_id.size());
+	staged[at] = h0 | (h1 << 1) | (miss << 2);
+}
+
+void genotype_reader::endStagedSite() {
+	if (++ n_staged == 64) flushStaged();
+}
+
+void genotype_reader::flushStaged() {
+	int N = ind_id.size();
+	for (int i = 0 ; i < N ; i ++)
+		for (int s = 0 ; s < n_staged ; s ++) {
+			unsigned char code = staged[(size_t)s * N + i];
+			pushGenotype(i, code & 1, code & 2, code & 4);
+		}
+	n_staged = 0;
 }
 
 // Fields of a PED or FAM line: family, individual, father, mother, sex, phenotype. The

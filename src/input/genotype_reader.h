@@ -63,8 +63,17 @@ public:
 	void readScaffoldImpute(std::string haps, std::string sample);
 
 private:
+	// Site-major readers stage the genotypes of up to 64 sites, one code per site and
+	// individual, then append them individual by individual: each individual's bit vectors
+	// are then touched once per block of sites instead of once per site.
+	std::vector < unsigned char > staged;
+	int n_staged;
+
 	static void openInput(ifile & fd, std::string file, bool binary = false);
 	void pushGenotype(int ind, bool h0, bool h1, bool miss);
+	void stageGenotype(int ind, bool h0, bool h1, bool miss);
+	void endStagedSite();
+	void flushStaged();
 	void putPlinkFields(std::vector < std::string > & tokens, std::vector < std::string > & fathers, std::vector < std::string > & mothers);
 	void printSampleCounts(int n_excluded, bool with_sex);
 	void printSiteCounts(int n_excluded, std::string what);

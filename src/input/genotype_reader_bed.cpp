@@ -73,11 +73,14 @@ void genotype_reader::readGenotypesBed(std::string bed, std::vector < bool > & s
 			if (!inner_mask[i]) continue;
 			int code = (record[i >> 2] >> (2 * (i & 3))) & 3;
 			bool L = code & 1, U = code & 2;
-			pushGenotype(snp_major ? i_kept : o_kept, L && U, U, L && !U);
+			if (snp_major) stageGenotype(i_kept, L && U, U, L && !U);
+			else pushGenotype(o_kept, L && U, U, L && !U);
 			i_kept ++;
 		}
+		if (snp_major) endStagedSite();
 		o_kept ++;
 	}
+	flushStaged();
 	char extra;
 	if (fd.read(&extra, 1)) LOG.error("Binary file corrupted : terminating bits");
 	fd.close();

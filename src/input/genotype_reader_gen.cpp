@@ -104,9 +104,9 @@ void genotype_reader::readGenotypeImpute(std::string gen, std::string sample, do
 				p2 = (double)p2 / sum;
 			}
 			int call = hard_call(p0, p1, p2, threshold, n_failed, n_passed);
-			if (call < 0) pushGenotype(ind, false, false, true);
-			else if (same_alleles) pushGenotype(ind, false, false, false);
-			else pushGenotype(ind, call == 2, call > 0, false);
+			if (call < 0) stageGenotype(ind, false, false, true);
+			else if (same_alleles) stageGenotype(ind, false, false, false);
+			else stageGenotype(ind, call == 2, call > 0, false);
 			if (keep_likelihoods) {
 				likelihoods[ind].push_back(p0);
 				likelihoods[ind].push_back((chrX && ind_male[ind]) ? 0.0f : p1);
@@ -114,7 +114,9 @@ void genotype_reader::readGenotypeImpute(std::string gen, std::string sample, do
 			}
 			ind ++;
 		}
+		endStagedSite();
 	}
+	flushStaged();
 	fd.close();
 	sites->indexing();
 

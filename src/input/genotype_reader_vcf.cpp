@@ -4,18 +4,39 @@
 
 #include <cstdlib>
 
-// Finds entry k of the colon-separated field s, without copying it. Returns false when
-// the field has fewer entries.
-static bool colonEntry(const std::string & s, int k, const char * & begin, int & length) {
-	std::string::size_type from = 0;
+// Splits a line on runs of blanks and tabs as sutils::tokenize does, dropping a carriage
+// return that ends it, but only records where each field starts and ends: a data line
+// holds one field per sample, which is not worth a string of its own.
+static int splitFields(const std::string & line, std::vector < int > & bounds) {
+	bounds.clear();
+	int n = line.size();
+	if (n > 0 && line[n - 1] == '\r') n --;
+	for (int i = 0 ; ; ) {
+		while (i < n && (line[i] == ' ' || line[i] == '\t')) i ++;
+		if (i == n) break;
+		bounds.push_back(i);
+		while (i < n && line[i] != ' ' && line[i] != '\t') i ++;
+		bounds.push_back(i);
+	}
+	return bounds.size() / 2;
+}
+
+static std::string field(const std::string & line, const std::vector < int > & bounds, int f) {
+	return line.substr(bounds[2 * f], bounds[2 * f + 1] - bounds[2 * f]);
+}
+
+// Finds entry k of the colon-separated text [s, s + n). Returns false when it has fewer
+// entries.
+static bool colonEntry(const char * s, int n, int k, const char * & begin, int & length) {
+	int from = 0;
 	for (int e = 0 ; e < k ; e ++) {
-		from = s.find(':', from);
-		if (from == std::string::npos) return false;
+		while (from < n && s[from] != ':') from ++;
+		if (from == n) return false;
 		from ++;
 	}
-	std::string::size_type to = s.find(':', from);
-	if (to == std::string::npos) to = s.size();
-	begin = s.data() + from;
+	int to = from;
+	while (to < n && s[to] != ':') to ++;
+	begin = s + from;
 	length = to - from;
 	return true;
 }
@@ -25,7 +46,7 @@ static int findGT(const std::string & format) {
 	int key = -1;
 	const char * begin;
 	int length;
-	for (int e = 0 ; colonEntry(format, e, begin, length) ; e ++) if (length == 2 && begin[0] == 'G' && begin[1] == 'T') key = e;
+	for (int e = 0 ; colonEntry(format.data(), format.size(), e, begin, length) ; e ++) if (length == 2 && begin[0] == 'G' && begin[1] == 'T') key = e;
 	return key;
 }
 
@@ -52,6 +73,7 @@ void genotype_reader::readGenotypeVcf(std::string vcf) {
 	openInput(fd, vcf);
 	std::string line;
 	std::vector < std::string > tokens;
+	std::vector < int > bounds;
 	std::vector < bool > mask;
 	std::vector < std::string > fathers, mothers;
 	int n_line = 0, n_data = 0, n_excluded = 0;
@@ -82,33 +104,35 @@ void genotype_reader::readGenotypeVcf(std::string vcf) {
 		}
 
 		int N = mask.size();
-		int n_fields = sutils::tokenize(line, tokens);
+		int n_fields = splitFields(line, bounds);
 		if (n_fields < 5) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields, expected=" + sutils::int2str(9 + N));
-		int pos = strtol(tokens[1].c_str(), NULL, 10);
-		snp * s = putSnp(tokens[0], pos, tokens[3], tokens[4], 5);
+		std::string pos_text = field(line, bounds, 1);
+		int pos = strtol(pos_text.c_str(), NULL, 10);
+		snp * s = putSnp(field(line, bounds, 0), pos, field(line, bounds, 3), field(line, bounds, 4), 5);
 		int idx = n_data ++;
 		if (!s) {
 			n_excluded ++;
 			continue;
 		}
-		int key = (n_fields > 8) ? findGT(tokens[8]) : -1;
+		int key = (n_fields > 8) ? findGT(field(line, bounds, 8)) : -1;
 		if (key < 0) LOG.error("No GT found at site idx=" + sutils::int2str(idx) + " pos=" + sutils::int2str(pos));
 		if (n_fields < 9 + N) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields, expected=" + sutils::int2str(9 + N));
-		s->id = tokens[2];
-		s->properties.push_back(tokens[5]);
-		s->properties.push_back(tokens[6]);
-		s->properties.push_back(tokens[7]);
+		s->id = field(line, bounds, 2);
+		for (int f = 5 ; f < 8 ; f ++) s->properties.push_back(field(line, bounds, f));
 
 		for (int j = 0, ind = 0 ; j < N ; j ++) {
 			if (!mask[j]) continue;
 			const char * g = NULL;
 			int length = 0;
 			bool h0, h1, miss;
-			colonEntry(tokens[9 + j], key, g, length);
+			int from = bounds[2 * (9 + j)], to = bounds[2 * (9 + j) + 1];
+			colonEntry(line.data() + from, to - from, key, g, length);
 			decodeGT(g, length, h0, h1, miss);
-			pushGenotype(ind ++, h0, h1, miss);
+			stageGenotype(ind ++, h0, h1, miss);
 		}
+		endStagedSite();
 	}
+	flushStaged();
 	fd.close();
 	sites->indexing();
 	indexingPedigrees(fathers, mothers);
