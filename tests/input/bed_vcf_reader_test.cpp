@@ -168,8 +168,6 @@ TEST(bed_reader, FormatFaults) {
 	d.write("p.fam", fam);
 	d.write("p.bim", "1 rs1 0 100 A\n");
 	EXPECT_LOG_ERROR(readBed(S, d, "sm.bed"), "Line=1 found=5 fields expected=6");
-	d.write("p.bim", "1 rs1 0 100 A G\n1 rs2 0 100 A G\n");
-	EXPECT_LOG_ERROR(readBed(S, d, "sm.bed"), "Duplicate site pos=100 ref=A alt=G");
 }
 
 TEST(vcf_reader, GenotypeFieldsFormatAndMessages) {
@@ -257,10 +255,6 @@ TEST(vcf_reader, FormatFaults) {
 	EXPECT_LOG_ERROR(S.G.readGenotypeVcf(d.file("stub.vcf")), "Line=2 found=4 fields, expected=11");
 	d.write("order.vcf", head + "1\t300\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n");
 	EXPECT_LOG_ERROR(S.G.readGenotypeVcf(d.file("order.vcf")), "Wrong ordering in physical positions curr_pos=200 prev_pos=300");
-	d.write("dupsite.vcf", head + "1\t300\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n1\t300\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeVcf(d.file("dupsite.vcf")), "Duplicate site pos=300 ref=A alt=G");
-	d.write("dupsample.vcf", "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tA\tA\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeVcf(d.file("dupsample.vcf")), "Two individuals or more have the following ID : A");
 	d.write("late.vcf", head + "1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n" + head);
 	EXPECT_LOG_ERROR(S.G.readGenotypeVcf(d.file("late.vcf")), "Line=3 sample header found after the first data line");
 

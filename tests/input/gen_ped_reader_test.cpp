@@ -167,10 +167,6 @@ TEST(gen_reader, CompressedEmptyAndFaultyFiles) {
 	Store S;
 	d.write("count.gen", "1 r1 100 A C 1 0 0 0 0 1\n1 r2 200 A C 1 0\n");
 	EXPECT_LOG_ERROR(S.G.readGenotypeImpute(d.file("count.gen"), d.file("c.sample"), 0.9, false), "Line=2 found=7 fields, expected=11 or 12");
-	d.write("order.gen", "1 r1 100 A C 1 0 0 0 0 1\n1 r2 50 A C 1 0 0 0 0 1\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeImpute(d.file("order.gen"), d.file("c.sample"), 0.9, false), "Wrong ordering in physical positions curr_pos=50 prev_pos=100");
-	d.write("dup.gen", "1 r1 100 A C 1 0 0 0 0 1\n1 r2 100 A C 1 0 0 0 0 1\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeImpute(d.file("dup.gen"), d.file("c.sample"), 0.9, false), "Duplicate site pos=100 ref=A alt=C");
 	d.write("short.sample", "ID_1 ID_2 missing\n0 0 0\na A 0\nb B\n");
 	EXPECT_LOG_ERROR(S.G.readGenotypeImpute(d.file("c.gen"), d.file("short.sample"), 0.9, false), "Line=2 found=2 fields, expected more that 3");
 	d.write("twice.sample", "ID_1 ID_2 missing\n0 0 0\na A 0\nb A 0\n");
@@ -257,7 +253,5 @@ TEST(ped_reader, CompressedAndFaultyFiles) {
 	EXPECT_LOG_ERROR(S.G.readGenotypePed(d.file("blank.ped"), d.file("p.map"), "0"), "Line=2 found=0 expected=14");
 	d.write("bad.map", "1 rs1 0 100\n1 rs2 150\n");
 	EXPECT_LOG_ERROR(S.G.readGenotypePed(d.file("p.ped"), d.file("bad.map"), "0"), "Line=2 found=3 fields expected=4");
-	d.write("order.map", "1 rs1 0 100\n1 rs2 0 90\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypePed(d.file("p.ped"), d.file("order.map"), "0"), "Wrong ordering in physical positions curr_pos=90 prev_pos=100");
 	EXPECT_LOG_ERROR(S.G.readGenotypePed(d.file("none.ped"), d.file("p.map"), "0"), "Impossible to open file");
 }
