@@ -1,4 +1,5 @@
 #include "input/genotype_reader.h"
+#include "utils/assertion.h"
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
@@ -53,6 +54,7 @@ bool genotype_reader::isFounder(int ind) {
 }
 
 void genotype_reader::indexingPedigrees(std::vector < std::string > & fathers, std::vector < std::string > & mothers) {
+	sorvane_assert(fathers.size() == ind_id.size() && mothers.size() == ind_id.size());
 	int n_unr = 0, n_duo = 0, n_trio = 0;
 	for (int i = 0 ; i < (int)ind_id.size() ; i ++) {
 		ind_father[i] = getInd(fathers[i]);
