@@ -15,6 +15,7 @@ int genotype_reader::putInd(std::string & id) {
 	if (getInd(id) >= 0) LOG.error("Two individuals or more have the following ID : " + id);
 	if (!filter.checkInd(id)) return false;
 	int index = ind_id.size();
+	ind_index[id] = ind_id.size();
 	ind_id.push_back(id);
 	ind_male.push_back(false);
 	ind_father.push_back(-1);
@@ -45,8 +46,8 @@ snp * genotype_reader::putSnp(std::string chr, int pos, std::string a0, std::str
 }
 
 int genotype_reader::getInd(std::string & id) {
-	for (int i = 0 ; i < (int)ind_id.size() ; i ++) if (ind_id[i] == id) return i;
-	return -1;
+	std::unordered_map < std::string, int >::const_iterator it = ind_index.find(id);
+	return it == ind_index.end() ? -1 : it->second;
 }
 
 bool genotype_reader::isFounder(int ind) {

@@ -6,6 +6,7 @@
 #include "utils/ifile.h"
 
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 // The unphased study data: kept individuals with their pedigree links and sex, kept sites,
@@ -22,6 +23,8 @@ public:
 	std::string sample_header2;
 
 	std::vector < std::string > ind_id;
+	// Position of each identifier in ind_id: duplicate and parent look-ups stay constant-time in large cohorts.
+	std::unordered_map < std::string, int > ind_index;
 	std::vector < bool > ind_male;
 	std::vector < int > ind_father;
 	std::vector < int > ind_mother;

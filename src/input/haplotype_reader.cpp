@@ -9,13 +9,14 @@ haplotype_reader::haplotype_reader(filter_reader & _filter) : filter(_filter), s
 }
 
 int haplotype_reader::getInd(std::string & id) {
-	for (int i = 0 ; i < (int)ind_id.size() ; i ++) if (ind_id[i] == id) return i;
-	return -1;
+	std::unordered_map < std::string, int >::const_iterator it = ind_index.find(id);
+	return it == ind_index.end() ? -1 : it->second;
 }
 
 bool haplotype_reader::putInd(std::string & id) {
 	if (getInd(id) >= 0) LOG.error("Two individuals or more have the following ID : " + id);
 	if (!filter.checkInd(id)) return false;
+	ind_index[id] = ind_id.size();
 	ind_id.push_back(id);
 	ind_fields.push_back(std::vector < std::string > ());
 	hap0.push_back(std::vector < bool > ());

@@ -5,6 +5,7 @@
 #include "objects/snp_set.h"
 
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 // Reads phased haplotypes from a HAPS/SAMPLE pair. Like the genotype store, it leaves
@@ -15,6 +16,8 @@ public:
 	std::string sample_header1;
 	std::string sample_header2;
 	std::vector < std::string > ind_id;
+	// Position of each identifier in ind_id: duplicate and parent look-ups stay constant-time in large cohorts.
+	std::unordered_map < std::string, int > ind_index;
 	std::vector < std::vector < std::string > > ind_fields;
 	snp_set * sites;
 	std::vector < std::vector < bool > > hap0;
