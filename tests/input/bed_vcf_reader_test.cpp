@@ -1,9 +1,6 @@
 #include "genotype_test_utils.h"
-#include "utils/ofile.h"
 #include "utils/putils.h"
 
-#include <chrono>
-#include <cstdio>
 #include <ios>
 
 using genotest::Store;
@@ -338,41 +335,4 @@ TEST(genotype_formats, SameCohortSameStore) {
 		EXPECT_EQ(genotest::siteList(X->G), genotest::siteList(V.G));
 		for (size_t i = 0 ; i < ids.size() ; i ++) EXPECT_EQ(genotest::genotypes(X->G, i, true), genotest::genotypes(V.G, i, true)) << ids[i];
 	}
-}
-
-// Reading time of a 1000-sample, 100000-site compressed VCF, generated once in /tmp.
-// Run with --gtest_also_run_disabled_tests --gtest_filter='*ReadLargeVcf*'.
-TEST(vcf_reader, DISABLED_ReadLargeVcf) {
-	const std::string file = "/tmp/sorvane_bench_1000x100000.vcf.gz";
-	const int n_samples = 1000, n_sites = 100000;
-	FILE * f = fopen(file.c_str(), "r");
-	if (f) fclose(f);
-	else {
-		putils::initRandom(2024);
-		ofile out(file);
-		out << "##fileformat=VCFv4.2\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT";
-		for (int i = 0 ; i < n_samples ; i ++) out << "\tS" << i;
-		out << "\n";
-		const char * calls[4] = { "\t0/0", "\t0/1", "\t1/1", "\t./." };
-		std::string line;
-		for (int l = 0 ; l < n_sites ; l ++) {
-			double freq = putils::getRandom();
-			line = "20\t" + std::to_string(100 + 10 * l) + "\trs" + std::to_string(l) + "\tA\tG\t.\tPASS\t.\tGT";
-			for (int i = 0 ; i < n_samples ; i ++) {
-				double u = putils::getRandom();
-				int x = u < 0.01 ? 3 : (u < freq * freq ? 2 : (u < freq * (2 - freq) ? 1 : 0));
-				line += calls[x];
-			}
-			out << line << "\n";
-		}
-		out.close();
-	}
-	testutils::silenceLog();
-	Store S;
-	auto start = std::chrono::steady_clock::now();
-	S.G.readGenotypeVcf(file);
-	double seconds = std::chrono::duration < double > (std::chrono::steady_clock::now() - start).count();
-	EXPECT_EQ(S.G.sites->size(), n_sites);
-	EXPECT_EQ((int)S.G.ind_id.size(), n_samples);
-	printf("Read %d samples x %d sites in %.2f s\n", n_samples, n_sites, seconds);
 }
