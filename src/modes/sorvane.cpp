@@ -1,4 +1,5 @@
 #include "modes/sorvane.h"
+#include "input/genotype_reader.h"
 #include "input/gmap_reader.h"
 #include "objects/snp_set.h"
 #include "utils/futils.h"
@@ -194,6 +195,22 @@ std::vector < std::string > sorvane::fileSet(std::string option, std::vector < s
 	std::vector < std::string > files;
 	for (const std::string & s : suffixes) files.push_back(values[0] + s);
 	return files;
+}
+
+// Fills the store from the one unphased input given.
+void sorvane::readGenotypes(genotype_reader & readerG) {
+	if (options.count("input-bed")) {
+		std::vector < std::string > f = fileSet("input-bed", { ".bed", ".bim", ".fam" });
+		readerG.readGenotypeBed(f[0], f[1], f[2]);
+	} else if (options.count("input-ped")) {
+		std::vector < std::string > f = fileSet("input-ped", { ".ped", ".map" });
+		readerG.readGenotypePed(f[0], f[1], options["missing-code"].as < std::string > ());
+	} else if (options.count("input-gen")) {
+		std::vector < std::string > f = fileSet("input-gen", { ".gen", ".sample" });
+		readerG.readGenotypeImpute(f[0], f[1], options["input-thr"].as < double > (), false);
+	} else {
+		readerG.readGenotypeVcf(options["input-vcf"].as < std::string > ());
+	}
 }
 
 // Places the sites on the genetic map: exactly where the map has their position, by

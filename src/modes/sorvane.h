@@ -14,6 +14,7 @@
 
 namespace bpo = boost::program_options;
 
+class genotype_reader;
 class snp_set;
 
 // Set by main before anything else; the log and the output headers print it.
@@ -54,6 +55,7 @@ public:
 
 	// Shared steps of the modes that read unphased genotypes.
 	std::vector < std::string > fileSet(std::string option, std::vector < std::string > suffixes);
+	void readGenotypes(genotype_reader & readerG);
 	void readGeneticMap(std::string file, snp_set * sites);
 };
 

@@ -119,3 +119,27 @@ TEST(cli_phase_options, FileChecks) {
 	r = runSorvane("--input-vcf in.vcf --output-max two.haps two.sample -L log", d.path);
 	EXPECT_TRUE(std::ifstream(d.file("two.sample").c_str()).good());
 }
+
+TEST(cli_phase_options, SampleCountWithoutPanel) {
+	TempDir d;
+	const std::string E = SORVANE_EXAMPLE_DATA;
+	const std::string stop = "You cannot phase less than 10 samples wihout using a reference panel!";
+	std::string nine, ten;
+	for (int i = 1 ; i <= 10 ; i ++) {
+		std::string id = "IND" + std::string(i < 10 ? "000" : "00") + std::to_string(i) + "\n";
+		if (i < 10) nine += id;
+		ten += id;
+	}
+	d.write("nine", nine);
+	d.write("ten", ten);
+	const std::string vcf = "--input-vcf " + E + "/cohort.vcf.gz --output-max out -L log ";
+	RunResult r = runSorvane(vcf + "--include-ind nine", d.path);
+	EXPECT_EQ(r.status, 1);
+	EXPECT_TRUE(has(r.out, stop)) << r.out;
+	r = runSorvane(vcf + "--include-ind ten", d.path);
+	EXPECT_FALSE(has(r.out, stop)) << r.out;
+	EXPECT_TRUE(has(d.read("log.log"), "  * 10 samples included\n")) << d.read("log.log");
+	r = runSorvane(vcf + "--include-ind nine --input-ref " + E + "/reference.haplotypes " + E + "/reference.legend " + E + "/reference.samples", d.path);
+	EXPECT_FALSE(has(r.out, stop)) << r.out;
+	EXPECT_TRUE(has(d.read("log.log"), "  * 200 reference haplotypes included\n")) << d.read("log.log");
+}

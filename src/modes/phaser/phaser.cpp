@@ -1,7 +1,12 @@
 #include "modes/phaser/phaser.h"
+#include "input/genotype_checker.h"
+#include "input/genotype_reader.h"
+#include "input/reference_reader.h"
 #include "utils/futils.h"
 #include "utils/lfile.h"
 #include "utils/sutils.h"
+
+#include <map>
 
 phaser::phaser() : model_version1(false), predefined_states(false) {
 }
@@ -167,5 +172,36 @@ void phaser::verbose_options() {
 
 void phaser::read_files_and_initialise() {
 	sorvane::read_files_and_initialise();
-	LOG.error("The -phase mode is not available in this build yet");
+	int T = options["thread"].as < int > ();
+	if (T >= 2) {
+		i_workers = 0;
+		id_workers = std::vector < pthread_t > (T);
+		pthread_mutex_init(&mutex_workers, NULL);
+	}
+
+	genotype_reader readerG(filter_in, options.count("chrX") > 0);
+	readGenotypes(readerG);
+	if (options.count("input-sex")) readerG.readSex(options["input-sex"].as < std::string > ());
+	if (!options.count("input-ref") && readerG.ind_id.size() <= 9)
+		LOG.error("You cannot phase less than 10 samples wihout using a reference panel!");
+	sample_header1 = readerG.sample_header1;
+	sample_header2 = readerG.sample_header2;
+
+	reference_reader readerR(filter_in, readerG.sites);
+	if (options.count("input-ref")) {
+		std::vector < std::string > f = options["input-ref"].as < std::vector < std::string > > ();
+		readerR.readReferenceImpute(f[0], f[1], f[2]);
+	}
+	if (options.count("input-map")) readGeneticMap(options["input-map"].as < std::string > (), readerG.sites);
+
+	genotype_checker checkerG(readerG, readerR, options.count("chrX") > 0, options.count("force") > 0);
+	if (options.count("noped")) checkerG.resetPedigrees();
+	if (options.count("duohmm")) {
+		checkerG.wipeMendelErrors();
+		checkerG.resetPedigrees();
+	}
+	checkerG.checkGenotypeData();
+	std::vector < std::map < std::string, int > > units;
+	checkerG.order(units);
+	LOG.error("The -phase mode is not available in this build yet: graph building and the models come next");
 }

@@ -11,6 +11,9 @@ class phaser : public sorvane {
 public:
 	bool model_version1;
 	bool predefined_states;
+	// Header lines of the SAMPLE file, kept for the output once the readers are gone.
+	std::string sample_header1;
+	std::string sample_header2;
 
 	phaser();
 	~phaser();

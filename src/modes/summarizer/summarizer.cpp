@@ -78,18 +78,7 @@ void summarizer::verbose_options() {
 void summarizer::read_files_and_initialise() {
 	sorvane::read_files_and_initialise();
 	genotype_reader readerG(filter_in, options.count("chrX") > 0);
-	if (options.count("input-bed")) {
-		std::vector < std::string > f = fileSet("input-bed", { ".bed", ".bim", ".fam" });
-		readerG.readGenotypeBed(f[0], f[1], f[2]);
-	} else if (options.count("input-ped")) {
-		std::vector < std::string > f = fileSet("input-ped", { ".ped", ".map" });
-		readerG.readGenotypePed(f[0], f[1], options["missing-code"].as < std::string > ());
-	} else if (options.count("input-gen")) {
-		std::vector < std::string > f = fileSet("input-gen", { ".gen", ".sample" });
-		readerG.readGenotypeImpute(f[0], f[1], options["input-thr"].as < double > (), false);
-	} else {
-		readerG.readGenotypeVcf(options["input-vcf"].as < std::string > ());
-	}
+	readGenotypes(readerG);
 
 	reference_reader readerR(filter_in, readerG.sites);
 	if (options.count("input-ref")) {
