@@ -1,0 +1,138 @@
+#ifndef _GENOTYPE_GRAPH_H
+#define _GENOTYPE_GRAPH_H
+
+#include "objects/chaplotype.h"
+#include "objects/genotype.h"
+
+#include <vector>
+
+// A sampling unit as a chain of segments. Segment s lists HapsC[s] candidate fragments of
+// HapsS[s] sites each; bit i of fragment h is Haps[HapsI[s] + h * HapsS[s] + i], and every
+// fragment holds all sites of its segment. The type is the number of tracks n: 1 haploid;
+// 2 unrelated; 3 duo (parent's transmitted, parent's other, child's other haplotype); 4 trio
+// (father's transmitted, father's other, mother's other, mother's transmitted haplotype).
+//
+// S segments are joined by S + 1 groups of transitions: group g goes from segment g - 1 to
+// segment g, group 0 from a virtual start and group S to a virtual end. A transition is n
+// bytes of trans, one per track; a byte is (next fragment << 4) + previous fragment, and a
+// position is a byte index into trans. probs holds one value per transition, group g
+// starting at probsI[g] with probsC[g] values. One path through the groups is one phasing.
+//
+// Thousands of graphs live for the whole run: one packed bit string for all fragments, one
+// byte per track and transition, float probabilities and counters reserved exactly.
+class genotype_graph : public genotype {
+public:
+	std::vector < unsigned char > trans;
+	std::vector < float > probs;
+	std::vector < float > likes;
+	std::vector < unsigned int > probsI;
+	std::vector < unsigned int > probsC;
+	chaplotype Haps;
+	std::vector < unsigned int > HapsI;
+	std::vector < unsigned int > HapsC;
+	std::vector < unsigned int > HapsS;
+	std::vector < bool > Ambs;
+	std::vector < bool > Miss;
+	// The two tracks of an unrelated graph are ordered by a phase scaffold.
+	bool scaffolded;
+
+	genotype_graph();
+	genotype_graph(int type, int famID);
+
+	// Filling.
+	void pushHaps(std::vector < std::vector < bool > > & haps);
+	void pushTrans(std::vector < std::vector < int > > & t);
+
+	// Comparisons of the transitions at positions a and b.
+	bool equalP(int a, int b) const;
+	bool equalN(int a, int b) const;
+	bool linked(int a, int b) const;
+
+	// Queries.
+	int getA(int seg, int hap, int site) const;
+	int getB(int site) const;
+	bool phased();
+	int maxN(int g, int pos) const;
+	int maxP(int g, int pos) const;
+	void mask1D(int g, std::vector < bool > & seen) const;
+	int countHaps(int g) const;
+
+	// Probability housekeeping.
+	void reset();
+	void initialise();
+	void normalize();
+	void sort();
+
+	// Building from genotypes, one bit per site.
+	int buildHap(std::vector < bool > & G0, std::vector < bool > & M);
+	int buildUnr(std::vector < bool > & G0, std::vector < bool > & G1, std::vector < bool > & M);
+	int buildUnr(std::vector < bool > & G0, std::vector < bool > & G1, std::vector < bool > & M, std::vector < bool > & S);
+	int buildDuo(std::vector < bool > & P0, std::vector < bool > & P1, std::vector < bool > & PM, std::vector < bool > & C0, std::vector < bool > & C1, std::vector < bool > & CM);
+	int buildTrio(std::vector < bool > & F0, std::vector < bool > & F1, std::vector < bool > & FM, std::vector < bool > & M0, std::vector < bool > & M1, std::vector < bool > & MM, std::vector < bool > & C0, std::vector < bool > & C1, std::vector < bool > & CM);
+
+	// From one chosen transition per group back to full-length haplotypes, one per track.
+	void buildGuesses(std::vector < chaplotype > & H, std::vector < int > & indexes, std::vector < int > & path);
+	void buildGuesses(std::vector < std::vector < bool > > & out, std::vector < int > & path, int first, int last);
+
+private:
+	// Tracks of an unrelated graph without scaffold form unordered pairs.
+	bool unordered() const { return type == 2 && !scaffolded; }
+	bool matchNibbles(int a, int b, int shiftA, int shiftB) const;
+	template < class SiteRule > void buildSegments(int n_sites, unsigned int max_states, SiteRule rule);
+	int buildFamily(std::vector < bool > ** A0, std::vector < bool > ** A1, std::vector < bool > ** AM);
+	void pushChain(std::vector < std::vector < std::vector < bool > > > & segHaps, std::vector < std::vector < std::vector < int > > > & segStates);
+	void followPath(int g, int choice, int * cur);
+};
+
+// Extends each fragment of `state` by one allele per track; fragments are shared between
+// states and tracks through `index` (old fragment x allele -> new fragment, -1 when none).
+void expand(std::vector < std::vector < bool > > & oldHaps, std::vector < std::vector < bool > > & newHaps, std::vector < std::vector < int > > & index, std::vector < int > & state, std::vector < std::vector < int > > & newStates, int a0, int a1);
+void expand(std::vector < std::vector < bool > > & oldHaps, std::vector < std::vector < bool > > & newHaps, std::vector < std::vector < int > > & index, std::vector < int > & state, std::vector < std::vector < int > > & newStates, int a0, int a1, int a2);
+void expand(std::vector < std::vector < bool > > & oldHaps, std::vector < std::vector < bool > > & newHaps, std::vector < std::vector < int > > & index, std::vector < int > & state, std::vector < std::vector < int > > & newStates, int a0, int a1, int a2, int a3);
+
+// Mendel compatibility of one allele per track with genotypes given as allele sums; a
+// negative genotype (missing) fits anything.
+bool isCompatible(int u0, int u1, int u2, int g1, int g2);
+bool isCompatible(int u0, int u1, int u2, int u3, int g1, int g2, int g3);
+
+// Appends the compatible candidates, the first track in the highest bit, in ascending order.
+void getCandidate(std::vector < int > & c, int a0, int a1, int b0, int b1);
+void getCandidate(std::vector < int > & c, int a0, int a1, int b0, int b1, int d0, int d1);
+
+// Transitions are compared byte by byte on nibbles: these run in the innermost loops of
+// sampling and pruning, hence defined here to be inlined.
+inline bool genotype_graph::matchNibbles(int a, int b, int shiftA, int shiftB) const {
+	const unsigned char * x = trans.data() + a;
+	const unsigned char * y = trans.data() + b;
+	switch (type) {
+	case 1:
+		return ((x[0] >> shiftA) & 15) == ((y[0] >> shiftB) & 15);
+	case 2:
+		if (((x[0] >> shiftA) & 15) == ((y[0] >> shiftB) & 15) && ((x[1] >> shiftA) & 15) == ((y[1] >> shiftB) & 15)) return true;
+		return !scaffolded && ((x[0] >> shiftA) & 15) == ((y[1] >> shiftB) & 15) && ((x[1] >> shiftA) & 15) == ((y[0] >> shiftB) & 15);
+	case 3:
+	case 4:
+		for (int j = 0 ; j < type ; j ++) if (((x[j] >> shiftA) & 15) != ((y[j] >> shiftB) & 15)) return false;
+		return true;
+	default:
+		return false;
+	}
+}
+
+inline bool genotype_graph::equalP(int a, int b) const {
+	return matchNibbles(a, b, 0, 0);
+}
+
+inline bool genotype_graph::equalN(int a, int b) const {
+	return matchNibbles(a, b, 4, 4);
+}
+
+inline bool genotype_graph::linked(int a, int b) const {
+	return matchNibbles(a, b, 4, 0);
+}
+
+inline int genotype_graph::getA(int seg, int hap, int site) const {
+	return Haps.get(HapsI[seg] + hap * HapsS[seg] + site);
+}
+
+#endif
