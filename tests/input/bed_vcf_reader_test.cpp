@@ -3,14 +3,9 @@
 
 #include <ios>
 
-using genotest::Store;
-using testutils::TempDir;
+using namespace genotest;
 
 namespace {
-
-bool contains(const std::string & text, const std::string & part) {
-	return text.find(part) != std::string::npos;
-}
 
 std::string bytes(std::initializer_list < int > list) {
 	std::string s;
@@ -18,18 +13,8 @@ std::string bytes(std::initializer_list < int > list) {
 	return s;
 }
 
-const std::string bim =
-	"1 rs1 0 100 A G\n"
-	"1 rs2 0 200 C T\n"
-	"1 rs3 0 300 0 T\n"
-	"1 rs4 0 400 0 C\n";
-
-const std::string fam =
-	"F s1 0 0 1 -9\n"
-	"F s2 s1 0 2 -9\n"
-	"F s3 0 0 1 -9\n"
-	"F s4 0 s3 1 -9\n"
-	"F s5 0 0 2 -9\n";
+const std::string bim = "1 rs1 0 100 A G\n1 rs2 0 200 C T\n1 rs3 0 300 0 T\n1 rs4 0 400 0 C\n";
+const std::string fam = "F s1 0 0 1 -9\nF s2 s1 0 2 -9\nF s3 0 0 1 -9\nF s4 0 s3 1 -9\nF s5 0 0 2 -9\n";
 
 // Two-bit codes 0 hom first allele, 1 missing, 2 het, 3 hom second allele.
 // site 100: s1 0, s2 2, s3 3, s4 1, s5 3
@@ -46,16 +31,6 @@ void readBed(Store & S, const TempDir & d, const std::string & bed) {
 	S.F.ind_exclude["s3"] = false;
 	S.F.snp_exclude[200] = true;
 	S.G.readGenotypeBed(d.file(bed), d.file("p.bim"), d.file("p.fam"));
-}
-
-void expectBedStore(Store & S) {
-	EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "s1", "s2", "s4", "s5" }));
-	// 300 keeps its "0" allele (a heterozygote exists); 400 has only second alleles.
-	EXPECT_EQ(genotest::siteList(S.G), "100:A/G 300:0/T 400:C/C");
-	EXPECT_EQ(genotest::genotypes(S.G, 0), "00 11 00");
-	EXPECT_EQ(genotest::genotypes(S.G, 1), "01 .. 00");
-	EXPECT_EQ(genotest::genotypes(S.G, 2), ".. 01 ..");
-	EXPECT_EQ(genotest::genotypes(S.G, 3), "11 00 00");
 }
 
 const std::string vcf =
@@ -79,120 +54,72 @@ void readVcf(Store & S, const std::string & file) {
 
 void expectVcfStore(Store & S) {
 	EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "A", "B", "D" }));
-	EXPECT_EQ(genotest::siteList(S.G), "100:A/G 200:C/T 300:G/A 400:T/C 500:A/C 600:A/T");
-	EXPECT_EQ(genotest::genotypes(S.G, 0), "00 .. 11 11 .. 11");
-	EXPECT_EQ(genotest::genotypes(S.G, 1), "01 .. 11 00 .. 11");
-	EXPECT_EQ(genotest::genotypes(S.G, 2), "11 .. 11 .. 01 11");
+	EXPECT_EQ(siteList(S.G), "100:A/G 200:C/T 300:G/A 400:T/C 500:A/C 600:A/T");
+	EXPECT_EQ(allGenotypes(S.G), "00 .. 11 11 .. 11 | 01 .. 11 00 .. 11 | 11 .. 11 .. 01 11");
 }
 
 }
 
+// Both record orders; only bit 0 of the mode byte counts; a compressed BED reads alike.
 TEST(bed_reader, BothOrdersFiltersAndMessages) {
 	TempDir d;
 	d.write("p.bim", bim);
 	d.write("p.fam", fam);
 	d.write("sm.bed", bedSM);
 	d.write("im.bed", bedIM);
-	{
+	std::string mode = bedSM;
+	mode[2] = (char)0xFD;
+	testutils::writeCompressed(d.file("mode.bed.gz"), mode);
+	for (std::string bed : { "sm.bed", "im.bed", "mode.bed.gz" }) {
+		SCOPED_TRACE(bed);
 		Store S(true);
-		genotest::logTo(d);
-		readBed(S, d, "sm.bed");
-		std::string log = genotest::loggedText(d);
-		expectBedStore(S);
-		EXPECT_EQ(S.G.sample_header1, "ID_1 ID_2 missing father mother sex plink_pheno");
-		EXPECT_EQ(S.G.sample_header2, "0 0 0 D D D B");
-		EXPECT_EQ(S.G.ind_fields[1], std::vector < std::string > ({ "F", "0", "s1", "0", "2", "-9" }));
-		EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true, false }));
-		EXPECT_EQ(S.G.ind_father, std::vector < int > ({ -1, 0, -1, -1 }));
-		EXPECT_EQ(S.G.ind_mother, std::vector < int > ({ -1, -1, -1, -1 }));	// s3 is excluded
+		std::string log = logOf(d, [&] { readBed(S, d, bed); });
+		EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "s1", "s2", "s4", "s5" }));
+		// 300 keeps its "0" allele (a heterozygote exists); 400 has only second alleles.
+		EXPECT_EQ(siteList(S.G), "100:A/G 300:0/T 400:C/C");
+		EXPECT_EQ(allGenotypes(S.G), "00 11 00 | 01 .. 00 | .. 01 .. | 11 00 00");
 		EXPECT_EQ(S.G.sites->getByIndex(1)->id, "rs3");
 		EXPECT_EQ(S.G.sites->getByIndex(1)->source, 2);
 		EXPECT_TRUE(contains(log,
-			"\nReading site list in [" + d.file("p.bim") + "]\n"
-			"  * 3 sites included\n"
-			"  * 1 sites excluded\n"
-			"\nReading sample list in [" + d.file("p.fam") + "]\n"
-			"  * 4 samples included\n"
-			"  * 1 samples excluded\n"
-			"  * 2 males / 2 females\n"
-			"  * 2 unrelateds / 1 duos / 0 trios in 3 different families\n"
-			"\nReading genotypes in [" + d.file("sm.bed") + "]\n"
-			"  * Plink binary file SNP-major mode\n")) << log;
-	}
-	{
-		Store S;
-		genotest::logTo(d);
-		readBed(S, d, "im.bed");
-		std::string log = genotest::loggedText(d);
-		expectBedStore(S);
-		EXPECT_TRUE(contains(log, "  * Plink binary file individual-major mode\n")) << log;
-		EXPECT_FALSE(contains(log, "males"));
-	}
-	{
-		// Only bit 0 of the mode byte counts; a compressed BED is read alike.
-		std::string sm = bedSM;
-		sm[2] = (char)0xFD;
-		testutils::writeCompressed(d.file("sm.bed.gz"), sm);
-		Store S;
-		testutils::silenceLog();
-		readBed(S, d, "sm.bed.gz");
-		expectBedStore(S);
+			"\nReading site list in [" + d.file("p.bim") + "]\n  * 3 sites included\n  * 1 sites excluded\n"
+			"\nReading sample list in [" + d.file("p.fam") + "]\n  * 4 samples included\n  * 1 samples excluded\n"
+			"  * 2 males / 2 females\n  * 2 unrelateds / 1 duos / 0 trios in 3 different families\n"
+			"\nReading genotypes in [" + d.file(bed) + "]\n"
+			"  * Plink binary file " + (bed == "im.bed" ? "individual" : "SNP") + "-major mode\n")) << log;
 	}
 }
 
-TEST(bed_reader, FormatFaults) {
+TEST(bed_reader, FatalMessages) {
 	TempDir d;
 	testutils::silenceLog();
-	d.write("p.bim", bim);
-	d.write("p.fam", fam);
-	Store S;
-	d.write("magic.bed", bytes({ 0x6C, 0x1C, 0x01 }) + bedSM.substr(3));
-	EXPECT_LOG_ERROR(readBed(S, d, "magic.bed"), "Binary file format unsupported");
-	d.write("empty.bed", "");
-	EXPECT_LOG_ERROR(readBed(S, d, "empty.bed"), "Binary file format unsupported");
-	d.write("short_sm.bed", bedSM.substr(0, bedSM.size() - 1));
-	EXPECT_LOG_ERROR(readBed(S, d, "short_sm.bed"), "Binary file SM corrupted");
-	d.write("short_im.bed", bedIM.substr(0, bedIM.size() - 1));
-	EXPECT_LOG_ERROR(readBed(S, d, "short_im.bed"), "Binary file IM corrupted");
-	d.write("long.bed", bedSM + bytes({ 0 }));
-	EXPECT_LOG_ERROR(readBed(S, d, "long.bed"), "Binary file corrupted : terminating bits");
-	d.write("sm.bed", bedSM);
-	// A FAM file with lines too many makes the BED file too short.
-	d.write("p.fam", fam + "F s6 0 0 1 -9\nF s7 0 0 1 -9\nF s8 0 0 1 -9\nF s9 0 0 1 -9\n");
-	EXPECT_LOG_ERROR(readBed(S, d, "sm.bed"), "Binary file SM corrupted");
-	d.write("p.fam", fam + "F s6 0 0 1\n");
-	EXPECT_LOG_ERROR(readBed(S, d, "sm.bed"), "Line=6 found=5 fields expected=6");
-	d.write("p.fam", fam);
-	d.write("p.bim", "1 rs1 0 100 A\n");
-	EXPECT_LOG_ERROR(readBed(S, d, "sm.bed"), "Line=1 found=5 fields expected=6");
+	const std::string more = "F s6 0 0 1 -9\nF s7 0 0 1 -9\nF s8 0 0 1 -9\nF s9 0 0 1 -9\n";
+	expectFaults(d, { { "p.bim", bim }, { "p.fam", fam }, { "p.bed", bedSM } }, {
+		{ "p.bed", bytes({ 0x6C, 0x1C, 0x01 }) + bedSM.substr(3), "Binary file format unsupported" },
+		{ "p.bed", "", "Binary file format unsupported" },
+		{ "p.bed", bedSM.substr(0, bedSM.size() - 1), "Binary file SM corrupted" },
+		{ "p.bed", bedIM.substr(0, bedIM.size() - 1), "Binary file IM corrupted" },
+		{ "p.bed", bedSM + bytes({ 0 }), "Binary file corrupted : terminating bits" },
+		{ "p.fam", fam + more, "Binary file SM corrupted" },	// FAM lines too many: BED too short
+		{ "p.fam", fam + "F s6 0 0 1\n", "Line=6 found=5 fields expected=6" },
+		{ "p.bim", "1 rs1 0 100 A\n", "Line=1 found=5 fields expected=6" },
+	}, [&] { Store S; readBed(S, d, "p.bed"); });
 }
 
 TEST(vcf_reader, GenotypeFieldsFormatAndMessages) {
 	TempDir d;
 	d.write("v.vcf", vcf);
 	Store S;
-	genotest::logTo(d);
-	readVcf(S, d.file("v.vcf"));
-	std::string log = genotest::loggedText(d);
+	std::string log = logOf(d, [&] { readVcf(S, d.file("v.vcf")); });
 	expectVcfStore(S);
-	EXPECT_EQ(S.G.sample_header1, "ID_1 ID_2 missing");
-	EXPECT_EQ(S.G.sample_header2, "0 0 0");
 	EXPECT_EQ(S.G.ind_fields[1], std::vector < std::string > ({ "B", "0" }));
-	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ false, false, false }));
-	EXPECT_EQ(S.G.ind_family, std::vector < int > ({ 0, 1, 2 }));
 	snp * s = S.G.sites->getByIndex(0);
 	EXPECT_EQ(s->id, "rs1");
 	EXPECT_EQ(s->source, 5);
 	EXPECT_EQ(s->properties, std::vector < std::string > ({ "50", "PASS", "DP=10" }));
 	EXPECT_EQ(S.G.sites->getByIndex(1)->properties, std::vector < std::string > ({ ".", "q10", "." }));
 	EXPECT_EQ(S.G.sites->getByIndex(2)->id, ".");
-	EXPECT_TRUE(contains(log,
-		"\nReading unphased data in [" + d.file("v.vcf") + "]\n"
-		"  * 3 samples included\n"
-		"  * 1 samples excluded\n"
-		"  * 3 unrelateds / 0 duos / 0 trios in 3 different families\n"
-		"  * 6 SNPs included\n"
-		"  * 1 SNPs excluded\n")) << log;
+	EXPECT_TRUE(contains(log, "\nReading unphased data in [" + d.file("v.vcf") + "]\n  * 3 samples included\n  * 1 samples excluded\n"
+		"  * 3 unrelateds / 0 duos / 0 trios in 3 different families\n  * 6 SNPs included\n  * 1 SNPs excluded\n")) << log;
 }
 
 TEST(vcf_reader, CompressedMultiMemberAndTruncatedFiles) {
@@ -206,9 +133,9 @@ TEST(vcf_reader, CompressedMultiMemberAndTruncatedFiles) {
 	testutils::writeCompressed(d.file("part2.gz"), vcf.substr(cut + 4));
 	d.write("bgzip.vcf.gz", d.read("part1.gz") + d.read("part2.gz"));
 	for (std::string name : { "v.vcf.gz", "v.vcf.bz2", "bgzip.vcf.gz" }) {
+		SCOPED_TRACE(name);
 		Store S;
 		readVcf(S, d.file(name));
-		SCOPED_TRACE(name);
 		expectVcfStore(S);
 	}
 
@@ -233,93 +160,52 @@ TEST(vcf_reader, CompressedMultiMemberAndTruncatedFiles) {
 	EXPECT_EQ(S.G.sites->size(), 2000);
 }
 
-TEST(vcf_reader, FormatFaults) {
+TEST(vcf_reader, FatalMessagesAndEmptyFiles) {
 	TempDir d;
 	testutils::silenceLog();
 	const std::string head = "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tA\tB\n";
-	Store S;
-	S.F.snp_exclude[100] = true;
-	d.write("multi.vcf", head + "1\t100\t.\tA\tG,T\t.\t.\t.\tGT\t0/0\t0/1\n1\t200\t.\tA\tG,T\t.\t.\t.\tGT\t0/0\t0/1\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeVcf(d.file("multi.vcf")), "Site pos=200 alt=G,T is not bi-allelic!");
-	// The data line count behind idx includes the excluded site.
-	d.write("nogt.vcf", head + "1\t100\t.\tA\tG\t.\t.\t.\tDP\t1\t1\n1\t200\t.\tA\tG\t.\t.\t.\tDP:GQ\t1:1\t1:1\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeVcf(d.file("nogt.vcf")), "No GT found at site idx=1 pos=200");
-	d.write("sitesonly.vcf", "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\n1\t200\t.\tA\tG\t.\t.\t.\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeVcf(d.file("sitesonly.vcf")), "No GT found at site idx=0 pos=200");
-	d.write("columns.vcf", head + "1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeVcf(d.file("columns.vcf")), "Line=2 found=10 fields, expected=11");
-	d.write("stub.vcf", head + "1\t200\t.\tA\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeVcf(d.file("stub.vcf")), "Line=2 found=4 fields, expected=11");
-	d.write("order.vcf", head + "1\t300\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeVcf(d.file("order.vcf")), "Wrong ordering in physical positions curr_pos=200 prev_pos=300");
-	d.write("late.vcf", head + "1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n" + head);
-	EXPECT_LOG_ERROR(S.G.readGenotypeVcf(d.file("late.vcf")), "Line=3 sample header found after the first data line");
+	const std::string line200 = "1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n";
+	expectFaults(d, {}, {
+		// Site 100 is excluded: neither its alleles nor its FORMAT are looked at, but it
+		// counts in the data line index.
+		{ "v.vcf", head + "1\t100\t.\tA\tG,T\t.\t.\t.\tDP\t1\t1\n1\t200\t.\tA\tG,T\t.\t.\t.\tGT\t0/0\t0/1\n", "Site pos=200 alt=G,T is not bi-allelic!" },
+		{ "v.vcf", head + "1\t100\t.\tA\tG\t.\t.\t.\tDP\t1\t1\n1\t200\t.\tA\tG\t.\t.\t.\tDP:GQ\t1:1\t1:1\n", "No GT found at site idx=1 pos=200" },
+		{ "v.vcf", "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\n1\t200\t.\tA\tG\t.\t.\t.\n", "No GT found at site idx=0 pos=200" },
+		{ "v.vcf", head + "1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\n", "Line=2 found=10 fields, expected=11" },
+		{ "v.vcf", head + "1\t200\t.\tA\n", "Line=2 found=4 fields, expected=11" },
+		{ "v.vcf", head + line200 + head, "Line=3 sample header found after the first data line" },
+	}, [&] { Store S; S.F.snp_exclude[100] = true; S.G.readGenotypeVcf(d.file("v.vcf")); });
 
 	// A file without data lines, and one without any line, give empty stores.
 	d.write("header.vcf", head);
-	S.G.readGenotypeVcf(d.file("header.vcf"));
-	EXPECT_EQ(S.G.ind_id.size(), 2u);
-	EXPECT_EQ(S.G.sites->size(), 0);
-	Store E;
 	d.write("empty.vcf", "");
+	Store H, E;
+	H.G.readGenotypeVcf(d.file("header.vcf"));
 	E.G.readGenotypeVcf(d.file("empty.vcf"));
+	EXPECT_EQ(H.G.ind_id.size(), 2u);
+	EXPECT_EQ(H.G.sites->size(), 0);
 	EXPECT_TRUE(E.G.ind_id.empty());
 }
 
-// One cohort of four samples and five sites written in the four formats. Genotypes:
-// 0 hom REF, 1 het, 2 hom ALT, -1 missing. The first observed allele of every site is
-// REF, so that the PED reader, which takes allele order from the data, agrees.
+// One cohort of four samples and five sites written in the four formats. The first
+// allele seen at each site in the PED file is REF, as that reader takes allele order from
+// the data; its heterozygotes are written ALT first once REF has been seen.
 TEST(genotype_formats, SameCohortSameStore) {
 	TempDir d;
 	testutils::silenceLog();
-	std::vector < std::string > ids = { "i1", "i2", "i3", "i4" };
-	std::vector < int > pos = { 100, 200, 300, 400, 500 };
-	std::vector < std::string > ref = { "A", "C", "G", "T", "A" }, alt = { "G", "T", "A", "C", "C" };
-	std::vector < std::vector < int > > g = { { 0, 1, 2, -1 }, { 1, 1, 0, 2 }, { -1, 1, 2, 0 }, { 1, 0, -1, 2 }, { 0, 0, 1, 1 } };
-
-	std::string vcfText = "##fileformat=VCFv4.2\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT";
-	for (auto & id : ids) vcfText += "\t" + id;
-	vcfText += "\n";
-	std::string gen, sample = "ID_1 ID_2 missing\n0 0 0\n", map, bimText, famText, ped;
-	std::string bed = bytes({ 0x6C, 0x1B, 0x01 });
-	for (size_t l = 0 ; l < pos.size() ; l ++) {
-		std::string p = std::to_string(pos[l]);
-		vcfText += "1\t" + p + "\tr" + p + "\t" + ref[l] + "\t" + alt[l] + "\t.\t.\t.\tGT";
-		gen += "1 r" + p + " " + p + " " + ref[l] + " " + alt[l];
-		map += "1 r" + p + " 0 " + p + "\n";
-		bimText += "1 r" + p + " 0 " + p + " " + ref[l] + " " + alt[l] + "\n";
-		int byte = 0;
-		for (size_t i = 0 ; i < ids.size() ; i ++) {
-			int x = g[l][i];
-			vcfText += x < 0 ? "\t./." : x == 0 ? "\t0/0" : x == 1 ? "\t1|0" : "\t1/1";
-			gen += x < 0 ? " 0 0 0" : x == 0 ? " 1 0 0" : x == 1 ? " 0 1 0" : " 0 0 1";
-			byte |= (x < 0 ? 1 : x == 0 ? 0 : x == 1 ? 2 : 3) << (2 * i);
-		}
-		vcfText += "\n";
-		gen += "\n";
-		bed.push_back((char)byte);
-	}
-	std::vector < bool > seen(pos.size(), false);
-	for (size_t i = 0 ; i < ids.size() ; i ++) {
-		sample += "f " + ids[i] + " 0\n";
-		famText += "f " + ids[i] + " 0 0 2 -9\n";
-		ped += "f " + ids[i] + " 0 0 2 -9";
-		for (size_t l = 0 ; l < pos.size() ; l ++) {
-			int x = g[l][i];
-			// Heterozygotes are written ALT first once the site's REF has been seen.
-			ped += x < 0 ? " 0 0" : x == 0 ? " " + ref[l] + " " + ref[l] : x == 2 ? " " + alt[l] + " " + alt[l] : seen[l] ? " " + alt[l] + " " + ref[l] : " " + ref[l] + " " + alt[l];
-			if (x >= 0) seen[l] = true;
-		}
-		ped += "\n";
-	}
-	testutils::writeCompressed(d.file("c.vcf.gz"), vcfText);
-	d.write("c.gen", gen);
-	d.write("c.sample", sample);
-	d.write("c.map", map);
-	d.write("c.ped", ped);
-	d.write("c.bim", bimText);
-	d.write("c.fam", famText);
-	d.write("c.bed", bed);
+	testutils::writeCompressed(d.file("c.vcf.gz"), "##fileformat=VCFv4.2\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\ti1\ti2\ti3\ti4\n"
+		"1\t100\tr100\tA\tG\t.\t.\t.\tGT\t0/0\t1|0\t1/1\t./.\n1\t200\tr200\tC\tT\t.\t.\t.\tGT\t1|0\t1|0\t0/0\t1/1\n"
+		"1\t300\tr300\tG\tA\t.\t.\t.\tGT\t./.\t1|0\t1/1\t0/0\n1\t400\tr400\tT\tC\t.\t.\t.\tGT\t1|0\t0/0\t./.\t1/1\n"
+		"1\t500\tr500\tA\tC\t.\t.\t.\tGT\t0/0\t0/0\t1|0\t1|0\n");
+	d.write("c.sample", "ID_1 ID_2 missing\n0 0 0\nf i1 0\nf i2 0\nf i3 0\nf i4 0\n");
+	d.write("c.gen", "1 r100 100 A G 1 0 0 0 1 0 0 0 1 0 0 0\n1 r200 200 C T 0 1 0 0 1 0 1 0 0 0 0 1\n"
+		"1 r300 300 G A 0 0 0 0 1 0 0 0 1 1 0 0\n1 r400 400 T C 0 1 0 1 0 0 0 0 0 0 0 1\n1 r500 500 A C 1 0 0 1 0 0 0 1 0 0 1 0\n");
+	d.write("c.map", "1 r100 0 100\n1 r200 0 200\n1 r300 0 300\n1 r400 0 400\n1 r500 0 500\n");
+	d.write("c.ped", "f i1 0 0 2 -9 A A C T 0 0 T C A A\nf i2 0 0 2 -9 G A T C G A T T A A\n"
+		"f i3 0 0 2 -9 G G C C A A 0 0 C A\nf i4 0 0 2 -9 0 0 T T G G C C C A\n");
+	d.write("c.bim", "1 r100 0 100 A G\n1 r200 0 200 C T\n1 r300 0 300 G A\n1 r400 0 400 T C\n1 r500 0 500 A C\n");
+	d.write("c.fam", "f i1 0 0 2 -9\nf i2 0 0 2 -9\nf i3 0 0 2 -9\nf i4 0 0 2 -9\n");
+	d.write("c.bed", bytes({ 0x6C, 0x1B, 0x01, 0x78, 0xCA, 0x39, 0xD2, 0xA0 }));
 
 	Store V, G, P, B;
 	V.G.readGenotypeVcf(d.file("c.vcf.gz"));
@@ -327,12 +213,15 @@ TEST(genotype_formats, SameCohortSameStore) {
 	P.G.readGenotypePed(d.file("c.ped"), d.file("c.map"), "0");
 	B.G.readGenotypeBed(d.file("c.bed"), d.file("c.bim"), d.file("c.fam"));
 
-	EXPECT_EQ(genotest::siteList(V.G), "100:A/G 200:C/T 300:G/A 400:T/C 500:A/C");
-	EXPECT_EQ(genotest::genotypes(V.G, 1), "01 01 01 00 00");
-	EXPECT_EQ(genotest::genotypes(P.G, 1), "10 10 01 00 00");	// PED keeps the column order
+	EXPECT_EQ(siteList(V.G), "100:A/G 200:C/T 300:G/A 400:T/C 500:A/C");
+	EXPECT_EQ(allGenotypes(V.G), "00 01 .. 01 00 | 01 01 01 00 00 | 11 00 11 .. 01 | .. 11 00 11 01");
+	EXPECT_EQ(genotypes(P.G, 1), "10 10 01 00 00");	// PED keeps the column order
 	for (Store * X : { &G, &P, &B }) {
 		EXPECT_EQ(X->G.ind_id, V.G.ind_id);
-		EXPECT_EQ(genotest::siteList(X->G), genotest::siteList(V.G));
-		for (size_t i = 0 ; i < ids.size() ; i ++) EXPECT_EQ(genotest::genotypes(X->G, i, true), genotest::genotypes(V.G, i, true)) << ids[i];
+		EXPECT_EQ(siteList(X->G), siteList(V.G));
+		EXPECT_EQ(allGenotypes(X->G, true), allGenotypes(V.G, true));
 	}
+	// Headers of the SAMPLE files written later: fixed for VCF, PED and BED, read for GEN.
+	EXPECT_EQ(V.G.sample_header1 + "/" + V.G.sample_header2, "ID_1 ID_2 missing/0 0 0");
+	for (Store * X : { &P, &B }) EXPECT_EQ(X->G.sample_header1 + "/" + X->G.sample_header2, "ID_1 ID_2 missing father mother sex plink_pheno/0 0 0 D D D B");
 }

@@ -2,21 +2,11 @@
 
 #include <cmath>
 
-using genotest::Store;
-using testutils::TempDir;
+using namespace genotest;
 
 namespace {
 
-bool contains(const std::string & text, const std::string & part) {
-	return text.find(part) != std::string::npos;
-}
-
-const std::string pedMap =
-	"1 rs1 0 100\n"
-	"1 rs2 0 150\n"
-	"1 rs3 0.5 200\n"
-	"1 rs4 0 300\n"
-	"1 rs5 0 400\n";
+const std::string pedMap = "1 rs1 0 100\n1 rs2 0 150\n1 rs3 0.5 200\n1 rs4 0 300\n1 rs5 0 400\n";
 
 // The pair of site 150 is "x x", which would be a third allele if it were read.
 const std::string pedFile =
@@ -29,13 +19,8 @@ const std::string pedFile =
 
 TEST(gen_reader, ThresholdCallsSamplesAndPedigree) {
 	TempDir d;
-	d.write("s.sample",
-		"ID_1 ID_2 missing ID_father ID_mother sex\n"
-		"0 0 0 D D D\n"
-		"F1 dad 0 0 0 1\n"
-		"F1 mum 0 0 0 2\n"
-		"F1 kid 0 dad mum 1\n"
-		"F2 skip 0 0 0 2\n");
+	d.write("s.sample", "ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n"
+		"F1 dad 0 0 0 1\nF1 mum 0 0 0 2\nF1 kid 0 dad mum 1\nF2 skip 0 0 0 2\n");
 	d.write("s.gen",
 		"1 rs1 100 A G 1 0 0 0 1 0 0 0 2 x y z\n"
 		"1 rs2 150 A G a b c a b c a b c a b c\n"
@@ -44,46 +29,32 @@ TEST(gen_reader, ThresholdCallsSamplesAndPedigree) {
 	Store S;
 	S.F.ind_exclude["skip"] = false;
 	S.F.snp_exclude[150] = true;
-	genotest::logTo(d);
-	S.G.readGenotypeImpute(d.file("s.gen"), d.file("s.sample"), 0.9, true);
-	std::string log = genotest::loggedText(d);
+	std::string log = logOf(d, [&] { S.G.readGenotypeImpute(d.file("s.gen"), d.file("s.sample"), 0.9, true); });
 
-	EXPECT_EQ(S.G.sample_header1, "ID_1 ID_2 missing ID_father ID_mother sex");
-	EXPECT_EQ(S.G.sample_header2, "0 0 0 D D D");
+	EXPECT_EQ(S.G.sample_header1 + "/" + S.G.sample_header2, "ID_1 ID_2 missing ID_father ID_mother sex/0 0 0 D D D");
 	EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "dad", "mum", "kid" }));
 	EXPECT_EQ(S.G.ind_fields[2], std::vector < std::string > ({ "F1", "0", "dad", "mum", "1" }));
 	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true }));
-	EXPECT_EQ(S.G.ind_father[2], 0);
-	EXPECT_EQ(S.G.ind_mother[2], 1);
+	EXPECT_EQ(std::make_pair(S.G.ind_father[2], S.G.ind_mother[2]), std::make_pair(0, 1));
 
-	EXPECT_EQ(genotest::siteList(S.G), "100:A/G 200:C/T 300:T/T");
+	EXPECT_EQ(siteList(S.G), "100:A/G 200:C/T 300:T/T");
 	snp * s = S.G.sites->getByIndex(1);
 	EXPECT_EQ(s->id, "rs3");
 	EXPECT_EQ(s->source, 3);
-	EXPECT_EQ(s->idx, 1);
 	EXPECT_TRUE(s->properties.empty());
 	// Site 200: an all-zero triple and a triple summing to 2 (normalised to 0.25, 0.25,
 	// 0.5) fail the threshold. Site 300 has identical alleles: passing calls are 00.
-	EXPECT_EQ(genotest::genotypes(S.G, 0), "00 .. 00");
-	EXPECT_EQ(genotest::genotypes(S.G, 1), "01 01 00");
-	EXPECT_EQ(genotest::genotypes(S.G, 2), "11 .. 00");
+	EXPECT_EQ(allGenotypes(S.G), "00 .. 00 | 01 01 00 | 11 .. 00");
 	// Passed calls keep their one-hot triple, failed ones the normalised probabilities.
 	EXPECT_EQ(S.G.likelihoods[0], std::vector < float > ({ 1, 0, 0, 0.332f, 0.334f, 0.334f, 0, 1, 0 }));
 	EXPECT_EQ(S.G.likelihoods[2], std::vector < float > ({ 0, 0, 1, 0.25f, 0.25f, 0.5f, 1, 0, 0 }));
 
-	EXPECT_TRUE(contains(log,
-		"\nReading sample list in [" + d.file("s.sample") + "]\n"
-		"  * Column ID_father detected (idx=3)\n"
-		"  * Column ID_mother detected (idx=4)\n"
-		"  * Column gender detected (idx=5)\n"
-		"  * 3 samples included\n"
-		"  * 1 samples excluded\n"
-		"  * 0 unrelateds / 0 duos / 1 trios in 1 different families\n"
+	EXPECT_TRUE(contains(log, "\nReading sample list in [" + d.file("s.sample") + "]\n"
+		"  * Column ID_father detected (idx=3)\n  * Column ID_mother detected (idx=4)\n  * Column gender detected (idx=5)\n"
+		"  * 3 samples included\n  * 1 samples excluded\n  * 0 unrelateds / 0 duos / 1 trios in 1 different families\n"
 		"\nReading site list and genotypes in [" + d.file("s.gen") + "] with a calling threshold of 0.9000\n"
-		"  * 3 sites included\n"
-		"  * 1 sites excluded\n"
-		"  * genotypes passing the threshold (= 77.8 %)\n"
-		"  * genotypes NOT passing the threshold (= 22.2 %)\n")) << log;
+		"  * 3 sites included\n  * 1 sites excluded\n"
+		"  * genotypes passing the threshold (= 77.8 %)\n  * genotypes NOT passing the threshold (= 22.2 %)\n")) << log;
 	EXPECT_FALSE(contains(log, "New GEN/SAMPLE format detected"));
 }
 
@@ -97,19 +68,16 @@ TEST(gen_reader, HighestProbabilityChrXAndSixColumnLayout) {
 		"X rs3 extra3 300 A A 0 0 1 0 1 0\n"
 		"X rs4 400 A C nan 0 0 0 0 0\n");
 	Store S(true);
-	genotest::logTo(d);
-	S.G.readGenotypeImpute(d.file("x.gen"), d.file("x.sample"), -1.0, true);
-	std::string log = genotest::loggedText(d);
+	std::string log = logOf(d, [&] { S.G.readGenotypeImpute(d.file("x.gen"), d.file("x.sample"), -1.0, true); });
 
 	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false }));
-	EXPECT_EQ(genotest::siteList(S.G), "100:A/C 200:G/G 300:A/A 400:A/C");
+	EXPECT_EQ(siteList(S.G), "100:A/C 200:G/G 300:A/A 400:A/C");
 	EXPECT_EQ(S.G.sites->getByIndex(0)->properties, std::vector < std::string > ({ "extra1" }));
 	EXPECT_EQ(S.G.sites->getByIndex(0)->source, 4);
 	EXPECT_EQ(S.G.sites->getByIndex(1)->source, 3);
 	// The all-zero triple of the man calls heterozygous. At 300 the six-column layout
 	// compares the position with the first allele, so "A A" keeps its calls.
-	EXPECT_EQ(genotest::genotypes(S.G, 0), "01 00 11 ..");
-	EXPECT_EQ(genotest::genotypes(S.G, 1), "00 00 01 01");
+	EXPECT_EQ(allGenotypes(S.G), "01 00 11 .. | 00 00 01 01");
 	// A man on X keeps 0 as second likelihood.
 	std::vector < float > man(S.G.likelihoods[0].begin(), S.G.likelihoods[0].begin() + 9);
 	EXPECT_EQ(man, std::vector < float > ({ 0, 0, 0, 0, 0, 0, 0, 0, 1 }));
@@ -125,9 +93,7 @@ TEST(gen_reader, HighestProbabilityChrXAndSixColumnLayout) {
 
 	d.write("y.gen", "X rs1 100 A C 0 1 0 0 1 0\nX rs2 e 200 A C 0 1 0 0 1 0\n");
 	Store T(true);
-	genotest::logTo(d);
-	T.G.readGenotypeImpute(d.file("y.gen"), d.file("x.sample"), 0.9, false);
-	log = genotest::loggedText(d);
+	log = logOf(d, [&] { T.G.readGenotypeImpute(d.file("y.gen"), d.file("x.sample"), 0.9, false); });
 	EXPECT_TRUE(contains(log, "  * New GEN/SAMPLE format detected\n  * 2 sites included\n  * genotypes passing the threshold (= 100.0 %)\n")) << log;
 	EXPECT_FALSE(contains(log, "NOT passing"));
 	EXPECT_TRUE(T.G.likelihoods[0].empty());
@@ -136,46 +102,35 @@ TEST(gen_reader, HighestProbabilityChrXAndSixColumnLayout) {
 TEST(gen_reader, CompressedEmptyAndFaultyFiles) {
 	TempDir d;
 	testutils::silenceLog();
-	std::string sample = "ID_1 ID_2 missing\n0 0 0\na A 0\nb B 0\n";
-	std::string gen = "1 r1 100 A C 1 0 0 0 0 1\n1 r2 200 A C 0 1 0 0.1 0.1 0.8\n";
+	const std::string sample = "ID_1 ID_2 missing\n0 0 0\na A 0\nb B 0\n";
+	const std::string gen = "1 r1 100 A C 1 0 0 0 0 1\n1 r2 200 A C 0 1 0 0.1 0.1 0.8\n";
 	testutils::writeCompressed(d.file("c.sample.gz"), sample);
-	testutils::writeCompressed(d.file("c.gen.bz2"), gen);
-	testutils::writeCompressed(d.file("c.gen.gz"), gen);
-	d.write("c.gen", gen);
-	d.write("c.sample", sample);
 	for (std::string name : { "c.gen", "c.gen.gz", "c.gen.bz2" }) {
+		SCOPED_TRACE(name);
+		testutils::writeCompressed(d.file(name), gen);
 		Store S;
 		S.G.readGenotypeImpute(d.file(name), d.file("c.sample.gz"), 0.75, false);
-		EXPECT_EQ(genotest::siteList(S.G), "100:A/C 200:A/C") << name;
-		EXPECT_EQ(genotest::genotypes(S.G, 0), "00 01") << name;
-		EXPECT_EQ(genotest::genotypes(S.G, 1), "11 11") << name;
+		EXPECT_EQ(siteList(S.G), "100:A/C 200:A/C");
+		EXPECT_EQ(allGenotypes(S.G), "00 01 | 11 11");
 		EXPECT_TRUE(S.G.likelihoods[0].empty());
 	}
 
+	d.write("c.sample", sample);
 	d.write("empty.gen", "");
-	{
-		Store S;
-		genotest::logTo(d);
-		S.G.readGenotypeImpute(d.file("empty.gen"), d.file("c.sample"), 0.9, false);
-		std::string log = genotest::loggedText(d);
-		EXPECT_EQ(S.G.sites->size(), 0);
-		EXPECT_EQ(S.G.ind_id.size(), 2u);
-		EXPECT_TRUE(contains(log, "  * 0 sites included\n")) << log;
-		EXPECT_FALSE(contains(log, "passing"));
-	}
+	Store E;
+	std::string log = logOf(d, [&] { E.G.readGenotypeImpute(d.file("empty.gen"), d.file("c.sample"), 0.9, false); });
+	EXPECT_EQ(E.G.sites->size(), 0);
+	EXPECT_EQ(E.G.ind_id.size(), 2u);
+	EXPECT_TRUE(contains(log, "  * 0 sites included\n")) << log;
+	EXPECT_FALSE(contains(log, "passing"));
 
-	Store S;
-	d.write("count.gen", "1 r1 100 A C 1 0 0 0 0 1\n1 r2 200 A C 1 0\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeImpute(d.file("count.gen"), d.file("c.sample"), 0.9, false), "Line=2 found=7 fields, expected=11 or 12");
-	d.write("short.sample", "ID_1 ID_2 missing\n0 0 0\na A 0\nb B\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeImpute(d.file("c.gen"), d.file("short.sample"), 0.9, false), "Line=2 found=2 fields, expected more that 3");
-	d.write("twice.sample", "ID_1 ID_2 missing\n0 0 0\na A 0\nb A 0\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeImpute(d.file("c.gen"), d.file("twice.sample"), 0.9, false), "Two individuals or more have the following ID : A");
-	d.write("parents.sample", "ID_1 ID_2 missing ID_father ID_mother\n0 0 0 D D\na A 0 0 0\nb B 0 0\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypeImpute(d.file("c.gen"), d.file("parents.sample"), 0.9, false), "Line=2 found=4 fields, expected at least 5");
+	expectFaults(d, { { "f.gen", gen }, { "f.sample", sample } }, {
+		{ "f.gen", "1 r1 100 A C 1 0 0 0 0 1\n1 r2 200 A C 1 0\n", "Line=2 found=7 fields, expected=11 or 12" },
+		{ "f.sample", "ID_1 ID_2 missing\n0 0 0\na A 0\nb B\n", "Line=2 found=2 fields, expected more that 3" },
+		{ "f.sample", "ID_1 ID_2 missing ID_father ID_mother\n0 0 0 D D\na A 0 0 0\nb B 0 0\n", "Line=2 found=4 fields, expected at least 5" },
+	}, [&] { Store S; S.G.readGenotypeImpute(d.file("f.gen"), d.file("f.sample"), 0.9, false); });
 	Store X(true);
 	EXPECT_LOG_ERROR(X.G.readGenotypeImpute(d.file("c.gen"), d.file("c.sample"), 0.9, false), "You need to specify the gender of the samples when using --chrX option!");
-	EXPECT_LOG_ERROR(S.G.readGenotypeImpute(d.file("c.gen"), d.file("none.sample"), 0.9, false), "Impossible to open file");
 }
 
 TEST(ped_reader, AllelesMissingCodeAndPedigree) {
@@ -185,34 +140,22 @@ TEST(ped_reader, AllelesMissingCodeAndPedigree) {
 	Store S(true);
 	S.F.ind_exclude["skip"] = false;
 	S.F.snp_exclude[150] = true;
-	genotest::logTo(d);
-	S.G.readGenotypePed(d.file("p.ped"), d.file("p.map"), "0");
-	std::string log = genotest::loggedText(d);
+	std::string log = logOf(d, [&] { S.G.readGenotypePed(d.file("p.ped"), d.file("p.map"), "0"); });
 
-	EXPECT_EQ(S.G.sample_header1, "ID_1 ID_2 missing father mother sex plink_pheno");
-	EXPECT_EQ(S.G.sample_header2, "0 0 0 D D D B");
 	EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "dad", "mum", "kid" }));
 	EXPECT_EQ(S.G.ind_fields[2], std::vector < std::string > ({ "F1", "0", "dad", "mum", "1", "-9" }));
 	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true }));
 	EXPECT_EQ(S.G.ind_father, std::vector < int > ({ -1, -1, 0 }));
 	EXPECT_EQ(S.G.ind_mother, std::vector < int > ({ -1, -1, 1 }));
 	// 300 is never observed and keeps empty alleles; 400 is seen with one allele only.
-	EXPECT_EQ(genotest::siteList(S.G), "100:A/C 200:C/T 300:/ 400:G/G");
+	EXPECT_EQ(siteList(S.G), "100:A/C 200:C/T 300:/ 400:G/G");
 	EXPECT_EQ(S.G.sites->getByIndex(1)->id, "rs3");
 	EXPECT_EQ(S.G.sites->getByIndex(1)->source, 1);
 	// Column order is kept ("C A" is 10); one missing allele makes the genotype missing.
-	EXPECT_EQ(genotest::genotypes(S.G, 0), "00 01 .. 00");
-	EXPECT_EQ(genotest::genotypes(S.G, 1), "01 10 .. ..");
-	EXPECT_EQ(genotest::genotypes(S.G, 2), "10 .. .. ..");
-
-	EXPECT_TRUE(contains(log,
-		"\nReading site list in [" + d.file("p.map") + "]\n"
-		"  * 4 sites included\n"
-		"  * 1 sites excluded\n"
+	EXPECT_EQ(allGenotypes(S.G), "00 01 .. 00 | 01 10 .. .. | 10 .. .. ..");
+	EXPECT_TRUE(contains(log, "\nReading site list in [" + d.file("p.map") + "]\n  * 4 sites included\n  * 1 sites excluded\n"
 		"\nReading sample list and genotypes in [" + d.file("p.ped") + "] where missing-code = [0]\n"
-		"  * 3 samples included\n"
-		"  * 1 samples excluded\n"
-		"  * 2 males / 1 females\n"
+		"  * 3 samples included\n  * 1 samples excluded\n  * 2 males / 1 females\n"
 		"  * 0 unrelateds / 0 duos / 1 trios in 1 different families\n")) << log;
 
 	// With another missing code "0" is an allele like any other.
@@ -220,11 +163,8 @@ TEST(ped_reader, AllelesMissingCodeAndPedigree) {
 	d.write("n.ped", "f a 0 0 1 0 0 N\nf b 0 0 1 0 0 1\nf c 0 0 1 0 N N\nf d 0 0 1 0 N 1\n");
 	Store N;
 	N.G.readGenotypePed(d.file("n.ped"), d.file("n.map"), "N");
-	EXPECT_EQ(genotest::siteList(N.G), "100:0/1");
-	EXPECT_EQ(genotest::genotypes(N.G, 0), "..");
-	EXPECT_EQ(genotest::genotypes(N.G, 1), "01");
-	EXPECT_EQ(genotest::genotypes(N.G, 2), "..");
-	EXPECT_EQ(genotest::genotypes(N.G, 3), "..");
+	EXPECT_EQ(siteList(N.G), "100:0/1");
+	EXPECT_EQ(allGenotypes(N.G), ".. | 01 | .. | ..");
 }
 
 TEST(ped_reader, CompressedAndFaultyFiles) {
@@ -232,26 +172,18 @@ TEST(ped_reader, CompressedAndFaultyFiles) {
 	testutils::silenceLog();
 	testutils::writeCompressed(d.file("p.map.bz2"), pedMap);
 	testutils::writeCompressed(d.file("p.ped.gz"), pedFile);
-	{
-		Store S;
-		S.F.ind_exclude["skip"] = false;
-		S.G.readGenotypePed(d.file("p.ped.gz"), d.file("p.map.bz2"), "0");
-		EXPECT_EQ(genotest::siteList(S.G), "100:A/C 150:x/x 200:C/T 300:/ 400:G/G");
-		EXPECT_EQ(genotest::genotypes(S.G, 1), "01 00 10 .. ..");
-	}
-
-	d.write("p.map", pedMap);
-	d.write("p.ped", pedFile);
 	Store S;
-	S.F.snp_exclude[150] = true;
-	// The short line of an included individual is refused; the printed expectation
-	// counts the included sites only.
-	EXPECT_LOG_ERROR(S.G.readGenotypePed(d.file("p.ped"), d.file("p.map"), "0"), "Line=4 found=8 expected=14");
-	d.write("third.ped", "f a 0 0 1 0 A C A A A C A A A A\nf b 0 0 1 0 C A A A A G A A A A\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypePed(d.file("third.ped"), d.file("p.map"), "0"), "Non biallelic site pos=200 a=G");
-	d.write("blank.ped", "f a 0 0 1 0 A C A A A A A A A A\n\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypePed(d.file("blank.ped"), d.file("p.map"), "0"), "Line=2 found=0 expected=14");
-	d.write("bad.map", "1 rs1 0 100\n1 rs2 150\n");
-	EXPECT_LOG_ERROR(S.G.readGenotypePed(d.file("p.ped"), d.file("bad.map"), "0"), "Line=2 found=3 fields expected=4");
-	EXPECT_LOG_ERROR(S.G.readGenotypePed(d.file("none.ped"), d.file("p.map"), "0"), "Impossible to open file");
+	S.F.ind_exclude["skip"] = false;
+	S.G.readGenotypePed(d.file("p.ped.gz"), d.file("p.map.bz2"), "0");
+	EXPECT_EQ(siteList(S.G), "100:A/C 150:x/x 200:C/T 300:/ 400:G/G");
+	EXPECT_EQ(genotypes(S.G, 1), "01 00 10 .. ..");
+
+	expectFaults(d, { { "p.map", pedMap }, { "p.ped", pedFile } }, {
+		// The short line of an included individual is refused; the printed expectation
+		// counts the included sites only.
+		{ "p.ped", pedFile, "Line=4 found=8 expected=14" },
+		{ "p.ped", "f a 0 0 1 0 A C A A A C A A A A\nf b 0 0 1 0 C A A A A G A A A A\n", "Non biallelic site pos=200 a=G" },
+		{ "p.ped", "f a 0 0 1 0 A C A A A A A A A A\n\n", "Line=2 found=0 expected=14" },
+		{ "p.map", "1 rs1 0 100\n1 rs2 150\n", "Line=2 found=3 fields expected=4" },
+	}, [&] { Store T; T.F.snp_exclude[150] = true; T.G.readGenotypePed(d.file("p.ped"), d.file("p.map"), "0"); });
 }

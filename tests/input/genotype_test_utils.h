@@ -4,9 +4,16 @@
 #include "input/genotype_reader.h"
 #include "test_utils.h"
 
+#include <functional>
+#include <map>
 #include <string>
+#include <vector>
 
+// Helpers of the reader tests: a store, log capture, fault tables and short text forms
+// of sites and genotypes.
 namespace genotest {
+
+using testutils::TempDir;
 
 // A store on its own filters. The store leaves its site list to its users; here the
 // test is the user and frees it.
@@ -17,17 +24,38 @@ struct Store {
 	~Store() { delete G.sites; }
 };
 
-// Sends the log to a file of the folder, screen off, so a test can read what was logged.
-inline void logTo(const testutils::TempDir & d) {
+inline bool contains(const std::string & text, const std::string & part) {
+	return text.find(part) != std::string::npos;
+}
+
+// Runs `read` with the log in run.log of the folder, screen off, and returns what was
+// logged. Reports named after the log are written to the folder too.
+inline std::string logOf(const TempDir & d, const std::function < void () > & read) {
 	LOG.muteC();
 	LOG.unmuteL();
 	LOG.open(d.file("run.log"));
-}
-
-inline std::string loggedText(const testutils::TempDir & d) {
+	read();
 	LOG.close();
 	LOG.muteL();
 	return d.read("run.log");
+}
+
+// One bad input: a file of the folder (compressed as its name ends in .gz or .bz2) and
+// the message, a regular expression, the reader must stop with.
+struct Fault {
+	std::string file, content, message;
+};
+
+// Each case writes the base files, then its own file over them, and expects `read` to
+// stop. The base files are left in place.
+inline void expectFaults(const TempDir & d, const std::map < std::string, std::string > & base, const std::vector < Fault > & faults, const std::function < void () > & read) {
+	for (const Fault & f : faults) {
+		SCOPED_TRACE(f.message);
+		for (const auto & b : base) testutils::writeCompressed(d.file(b.first), b.second);
+		testutils::writeCompressed(d.file(f.file), f.content);
+		EXPECT_LOG_ERROR(read(), f.message);
+	}
+	for (const auto & b : base) testutils::writeCompressed(d.file(b.first), b.second);
 }
 
 // Genotypes of one individual, one blank-separated pair of allele bits per site, ".."
@@ -45,15 +73,25 @@ inline std::string genotypes(genotype_reader & G, int ind, bool unordered = fals
 	return s;
 }
 
-// Sites as "bp:a0/a1" joined by blanks.
-inline std::string siteList(genotype_reader & G) {
+// The genotypes of all individuals joined by " | ".
+inline std::string allGenotypes(genotype_reader & G, bool unordered = false) {
 	std::string s;
-	for (int l = 0 ; l < G.sites->size() ; l ++) {
-		snp * x = G.sites->getByIndex(l);
-		if (l) s += " ";
-		s += std::to_string(x->bp) + ":" + x->a0 + "/" + x->a1;
+	for (size_t i = 0 ; i < G.ind_id.size() ; i ++) s += (i ? " | " : "") + genotypes(G, i, unordered);
+	return s;
+}
+
+// Sites as "bp:a0/a1" joined by blanks.
+inline std::string siteList(snp_set * S) {
+	std::string s;
+	for (int l = 0 ; l < S->size() ; l ++) {
+		snp * x = S->getByIndex(l);
+		s += (l ? " " : "") + std::to_string(x->bp) + ":" + x->a0 + "/" + x->a1;
 	}
 	return s;
+}
+
+inline std::string siteList(genotype_reader & G) {
+	return siteList(G.sites);
 }
 
 }
