@@ -1,25 +1,15 @@
 #include "input/bamlist_reader.h"
-#include "test_utils.h"
+#include "input/genotype_test_utils.h"
 
-using testutils::TempDir;
-
-namespace {
-
-void readList(const std::string & file) {
-	bamlist_reader B;
-	B.readBamList(file);
-}
-
-}
+using namespace genotest;
 
 TEST(bamlist_reader, ReadsThreeColumns) {
 	const std::string list = "s1 /data/s1.bam 3\ns2\t/data/s2.bam\t-1\r\n";
+	testutils::silenceLog();
 	for (std::string name : { "l.txt", "l.txt.gz", "l.txt.bz2" }) {
 		SCOPED_TRACE(name);
 		TempDir d;
-		if (name == "l.txt") d.write(name, list);
-		else testutils::writeCompressed(d.file(name), list);
-		testutils::silenceLog();
+		testutils::writeCompressed(d.file(name), list);
 		bamlist_reader B;
 		B.readBamList(d.file(name));
 		EXPECT_EQ(B.col0, std::vector < std::string > ({ "s1", "s2" }));
@@ -33,11 +23,11 @@ TEST(bamlist_reader, ReadsThreeColumns) {
 	EXPECT_TRUE(B.col0.empty() && B.col1.empty() && B.col2.empty());
 }
 
-TEST(bamlist_reader, BadListsAreFatal) {
+TEST(bamlist_reader, FatalMessages) {
 	TempDir d;
-	d.write("few", "s1 a.bam 1\ns2 b.bam\n");
-	EXPECT_LOG_ERROR(readList(d.file("few")), "Parsing line 1 : incorrect number of columns, observed: 2 expected: 3");
-	d.write("many", "s1 a.bam 1 x\n");
-	EXPECT_LOG_ERROR(readList(d.file("many")), "Parsing line 0 : incorrect number of columns, observed: 4 expected: 3");
-	EXPECT_LOG_ERROR(readList(d.file("missing")), "Impossible to open file");
+	expectFaults(d, {}, {
+		{ "l", "s1 a.bam 1\ns2 b.bam\n", "Parsing line 1 : incorrect number of columns, observed: 2 expected: 3" },
+		{ "l", "s1 a.bam 1 x\n", "Parsing line 0 : incorrect number of columns, observed: 4 expected: 3" },
+	}, [&] { bamlist_reader().readBamList(d.file("l")); });
+	EXPECT_LOG_ERROR(bamlist_reader().readBamList(d.file("missing")), "Impossible to open file \\[.*/missing\\]");
 }

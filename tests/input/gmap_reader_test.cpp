@@ -1,19 +1,9 @@
+#include "input/genotype_test_utils.h"
 #include "input/gmap_reader.h"
-#include "test_utils.h"
 
-using testutils::TempDir;
+using namespace genotest;
 
 namespace {
-
-void writeMap(const TempDir & d, const std::string & name, const std::string & content) {
-	if (name.find(".gz") != std::string::npos || name.find(".bz2") != std::string::npos) testutils::writeCompressed(d.file(name), content);
-	else d.write(name, content);
-}
-
-void readMap(const std::string & file) {
-	gmap_reader G;
-	G.readGeneticMapFile(file);
-}
 
 const std::string header = "position COMBINED_rate(cM/Mb) Genetic_Map(cM)\n";
 
@@ -25,40 +15,28 @@ TEST(gmap_reader, ReadsPlainAndCompressedMaps) {
 	for (std::string name : { "m.txt", "m.txt.gz", "m.txt.bz2" }) {
 		SCOPED_TRACE(name);
 		TempDir d;
-		writeMap(d, name, map);
-		LOG.muteC();
-		LOG.unmuteL();
-		ASSERT_TRUE(LOG.open(d.file("run")));
+		testutils::writeCompressed(d.file(name), map);
 		gmap_reader G;
-		G.readGeneticMapFile(d.file(name));
-		LOG.close();
-		testutils::silenceLog();
+		std::string log = logOf(d, [&] { G.readGeneticMapFile(d.file(name)); });
 		EXPECT_EQ(G.pos, std::vector < int > ({ 0, 1000, 1000, 5000 }));
-		ASSERT_EQ(G.cm.size(), 4u);
-		EXPECT_DOUBLE_EQ(G.cm[1], 0.0015);
-		EXPECT_DOUBLE_EQ(G.cm[3], 0.0095);
-		std::string log = d.read("run.log");
-		EXPECT_NE(log.find("\nReading genetic map in [" + d.file(name) + "]\n  * 4 genetic positions found\n"), std::string::npos) << log;
+		EXPECT_EQ(G.cm, std::vector < double > ({ 0, 0.0015, 0.0015, 0.0095 }));
+		EXPECT_TRUE(contains(log, "\nReading genetic map in [" + d.file(name) + "]\n  * 4 genetic positions found\n")) << log;
 	}
 }
 
-TEST(gmap_reader, BadMapsAreFatal) {
+TEST(gmap_reader, FatalMessages) {
 	TempDir d;
-	d.write("cols", header + "100 1 0.1\n200 1\n");
-	EXPECT_LOG_ERROR(readMap(d.file("cols")), "Parsing line 1 : incorrect number of columns, observed: 2 expected: 3");
-	d.write("blank", header + "100 1 0.1\n\n200 1 0.2\n");
-	EXPECT_LOG_ERROR(readMap(d.file("blank")), "Parsing line 1 : incorrect number of columns, observed: 0 expected: 3");
-	d.write("pos", header + "100 1 0.1\n200 1 0.2\n150 1 0.3\n");
-	EXPECT_LOG_ERROR(readMap(d.file("pos")), "Wrong order in your genetic map file 200bp / 0\\.20000cM > 150bp / 0\\.30000cM");
-	d.write("dist", header + "100 1 0.1\n200 1 0.25\n300 1 0.125\n");
-	EXPECT_LOG_ERROR(readMap(d.file("dist")), "Wrong order in your genetic map file 200bp / 0\\.25000cM > 300bp / 0\\.12500cM");
-	d.write("one", header + "100 1 0.1\n100 1 0.2\n");
-	EXPECT_LOG_ERROR(readMap(d.file("one")), "has 1 distinct positions, at least 2 are needed");
-	d.write("empty", "");
-	EXPECT_LOG_ERROR(readMap(d.file("empty")), "has 0 distinct positions");
-	EXPECT_LOG_ERROR(readMap(d.file("missing")), "Impossible to open file");
+	expectFaults(d, {}, {
+		{ "m", header + "100 1 0.1\n200 1\n", "Parsing line 1 : incorrect number of columns, observed: 2 expected: 3" },
+		{ "m", header + "100 1 0.1\n\n200 1 0.2\n", "Parsing line 1 : incorrect number of columns, observed: 0 expected: 3" },
+		{ "m", header + "100 1 0.1\n200 1 0.2\n150 1 0.3\n", "Wrong order in your genetic map file 200bp / 0\\.20000cM > 150bp / 0\\.30000cM" },
+		{ "m", header + "100 1 0.1\n200 1 0.25\n300 1 0.125\n", "Wrong order in your genetic map file 200bp / 0\\.25000cM > 300bp / 0\\.12500cM" },
+		{ "m", header + "100 1 0.1\n100 1 0.2\n", "Genetic map \\[.*/m\\] has 1 distinct positions, at least 2 are needed to interpolate" },
+		{ "m", "", "has 0 distinct positions" },
+	}, [&] { gmap_reader().readGeneticMapFile(d.file("m")); });
+	EXPECT_LOG_ERROR(gmap_reader().readGeneticMapFile(d.file("missing")), "Impossible to open file \\[.*/missing\\]");
 	testutils::writeCompressed(d.file("cut.gz"), header + std::string(20000, '1'));
 	std::string gz = d.read("cut.gz");
 	d.write("cut.gz", gz.substr(0, gz.size() / 2));
-	EXPECT_THROW(readMap(d.file("cut.gz")), std::ios_base::failure);
+	EXPECT_THROW(gmap_reader().readGeneticMapFile(d.file("cut.gz")), std::ios_base::failure);
 }

@@ -1,26 +1,15 @@
+#include "input/genotype_test_utils.h"
 #include "input/pair_reader.h"
-#include "test_utils.h"
 
-using testutils::TempDir;
+using namespace genotest;
 
 namespace {
 
 // Sites at 100, 200, 300 and two at 400, as left by a split multi-allelic locus.
 void makeSites(snp_set & S) {
-	S.put(new snp("1", 100, "A", "C", 5));
-	S.put(new snp("1", 200, "A", "G", 5));
-	S.put(new snp("1", 300, "C", "T", 5));
-	S.put(new snp("1", 400, "A", "C", 5));
+	for (int bp : { 100, 200, 300, 400 }) S.put(new snp("1", bp, "A", "C", 5));
 	S.put(new snp("1", 400, "A", "T", 5));
 	S.indexing();
-}
-
-void readSets(const std::string & file, bool check) {
-	snp_set S;
-	makeSites(S);
-	pair_reader P;
-	P.readPairs(file, &S);
-	if (check) P.checkAndOrder();
 }
 
 }
@@ -30,8 +19,7 @@ TEST(pair_reader, ReadsWindowsAndOrdersThem) {
 	for (std::string name : { "s.txt", "s.txt.gz", "s.txt.bz2" }) {
 		SCOPED_TRACE(name);
 		TempDir d;
-		if (name == "s.txt") d.write(name, sets);
-		else testutils::writeCompressed(d.file(name), sets);
+		testutils::writeCompressed(d.file(name), sets);
 		testutils::silenceLog();
 		snp_set S;
 		makeSites(S);
@@ -44,15 +32,13 @@ TEST(pair_reader, ReadsWindowsAndOrdersThem) {
 	}
 }
 
-TEST(pair_reader, BadSetsAreFatal) {
+TEST(pair_reader, FatalMessages) {
 	TempDir d;
-	d.write("short", "w1 100 200\nw2 100\n");
-	EXPECT_LOG_ERROR(readSets(d.file("short"), false), "Line=1 found=2 expected at least 3");
-	d.write("none", "w1 100 250\n");
-	EXPECT_LOG_ERROR(readSets(d.file("none"), false), "No site at position = 250");
-	d.write("multi", "w1 100 400\n");
-	EXPECT_LOG_ERROR(readSets(d.file("multi"), false), "More than 1 site at position = 400");
-	d.write("dup", "w1 100 200\nw2 100 300\nw1 200 300\n");
-	EXPECT_LOG_ERROR(readSets(d.file("dup"), true), "Duplicate window ID = w1");
-	EXPECT_LOG_ERROR(readSets(d.file("missing"), false), "Impossible to open file");
+	expectFaults(d, {}, {
+		{ "s", "w1 100 200\nw2 100\n", "Line=1 found=2 expected at least 3" },
+		{ "s", "w1 100 250\n", "No site at position = 250" },
+		{ "s", "w1 100 400\n", "More than 1 site at position = 400" },
+		{ "s", "w1 100 200\nw2 100 300\nw1 200 300\n", "Duplicate window ID = w1" },
+	}, [&] { snp_set S; makeSites(S); pair_reader P; P.readPairs(d.file("s"), &S); P.checkAndOrder(); });
+	EXPECT_LOG_ERROR(pair_reader().readPairs(d.file("missing"), nullptr), "Impossible to open file \\[.*/missing\\]");
 }
