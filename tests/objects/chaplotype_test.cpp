@@ -41,45 +41,26 @@ int naivePerfectMatch(const std::vector < bool > & a, const std::vector < bool >
 
 }
 
-TEST(chaplotype, ConstructionAccessAndPushBack) {
-	chaplotype e;
-	EXPECT_EQ(e.size(), 0);
-	EXPECT_TRUE(e.data.empty());
-	EXPECT_EQ(e.toString(), "");
-
-	chaplotype z(13);
-	EXPECT_EQ(z.size(), 13);
-	EXPECT_EQ(z.data.size(), 2u);
-	EXPECT_EQ(z.toString(), "0000000000000");
-
+// Bit i sits in byte i >> 3 at bit i & 7 from the least significant bit.
+TEST(chaplotype, BitLayoutSetAndPushBack) {
+	EXPECT_TRUE(chaplotype().data.empty());
+	EXPECT_EQ(chaplotype(13).data, std::vector < unsigned char > ({ 0, 0 }));
+	EXPECT_EQ(chaplotype(13).toString(), "0000000000000");
 	chaplotype h(std::vector < bool > ({ 1, 0, 1, 1, 0, 0, 0, 0, 0, 1 }));
 	EXPECT_EQ(h.data, std::vector < unsigned char > ({ 0x0D, 0x02 }));
-	EXPECT_EQ(h.toString(), "1011000001");
 	h.set(1, true);
 	h.set(0, false);
 	h.set(1, true);
 	EXPECT_EQ(h.toString(), "0111000001");
-
-	std::vector < bool > none;
-	h.push_back(none);
+	h.push_back(std::vector < bool > ());
 	EXPECT_EQ(h.size(), 10);
-	EXPECT_EQ(h.data.size(), 2u);
 	h.push_back(std::vector < bool > ({ 1, 1, 0, 0, 0, 0, 1, 1 }));
 	EXPECT_EQ(h.size(), 18);
 	EXPECT_EQ(h.data, std::vector < unsigned char > ({ 0x0E, 0x0E, 0x03 }));
 	EXPECT_EQ(h.toString(), "011100000111000011");
-
 	h.clear();
-	EXPECT_EQ(h.size(), 0);
-	EXPECT_TRUE(h.data.empty());
-}
-
-TEST(chaplotype, DistanceLookupCountsBits) {
-	for (int v = 0 ; v < 256 ; v ++) {
-		int bits = 0;
-		for (int j = 0 ; j < 8 ; j ++) bits += (v >> j) & 1;
-		EXPECT_EQ(distance_lookup[v], bits) << "byte " << v;
-	}
+	EXPECT_TRUE(h.size() == 0 && h.data.empty());
+	for (int v = 0 ; v < 256 ; v ++) EXPECT_EQ(distance_lookup[v], __builtin_popcount(v)) << "byte " << v;
 }
 
 // Byte ranges widen to whole bytes: ranges ending inside a byte, short ranges under the
@@ -138,39 +119,34 @@ TEST(chaplotype, DistanceEdgeCases) {
 }
 
 TEST(chaplotype, SwitchErrors) {
-	int ns = -1, ne = -1;
+	auto single = [](const chaplotype & h, const chaplotype & a, const chaplotype & b, int start, int stop) {
+		int ns = -1, ne = -1;
+		h.switcherror(a, b, start, stop, ns, ne);
+		return std::make_pair(ns, ne);
+	};
+	auto pair = [](const chaplotype & a0, const chaplotype & a1, const chaplotype & b0, const chaplotype & b1) {
+		int ns = -1, ne = -1;
+		switcherror(a0, a1, b0, b1, 0, 5, ns, ne);
+		return std::make_pair(ns, ne);
+	};
 	// Follows a, jumps to b at 3, back to a at 5; an error at 6 leaves the state alone.
 	chaplotype a(std::vector < bool > ({ 0, 0, 0, 0, 0, 1, 0, 0 }));
 	chaplotype b(std::vector < bool > ({ 1, 0, 1, 1, 1, 0, 0, 1 }));
 	chaplotype h(std::vector < bool > ({ 0, 0, 0, 1, 1, 1, 1, 0 }));
-	h.switcherror(a, b, 0, 7, ns, ne);
-	EXPECT_EQ(ns, 2);
-	EXPECT_EQ(ne, 1);
-	h.switcherror(a, b, 3, 4, ns, ne);
-	EXPECT_EQ(ns, 0);
-	EXPECT_EQ(ne, 0);
-	h.switcherror(a, b, 5, 4, ns, ne);
-	EXPECT_EQ(ns, 0);
-	EXPECT_EQ(ne, 0);
+	EXPECT_EQ(single(h, a, b, 0, 7), std::make_pair(2, 1));
+	EXPECT_EQ(single(h, a, b, 3, 4), std::make_pair(0, 0));
+	EXPECT_EQ(single(h, a, b, 5, 4), std::make_pair(0, 0));
 	// Identical at all sites: the state is set to b at the first site and never left.
-	a.switcherror(a, a, 0, 7, ns, ne);
-	EXPECT_EQ(ns, 0);
-	EXPECT_EQ(ne, 0);
+	EXPECT_EQ(single(a, a, a, 0, 7), std::make_pair(0, 0));
 
 	// Pair against pair: genotypes differ at 4; phase flips at 2.
 	chaplotype a0(std::vector < bool > ({ 0, 1, 1, 0, 1, 0 }));
 	chaplotype a1(std::vector < bool > ({ 1, 0, 0, 1, 1, 1 }));
 	chaplotype b0(std::vector < bool > ({ 0, 1, 0, 1, 0, 1 }));
 	chaplotype b1(std::vector < bool > ({ 1, 0, 1, 0, 0, 0 }));
-	switcherror(a0, a1, b0, b1, 0, 5, ns, ne);
-	EXPECT_EQ(ns, 1);
-	EXPECT_EQ(ne, 1);
-	switcherror(a0, a1, a0, a1, 0, 5, ns, ne);
-	EXPECT_EQ(ns, 0);
-	EXPECT_EQ(ne, 0);
-	switcherror(a0, a1, a1, a0, 0, 5, ns, ne);
-	EXPECT_EQ(ns, 0);
-	EXPECT_EQ(ne, 0);
+	EXPECT_EQ(pair(a0, a1, b0, b1), std::make_pair(1, 1));
+	EXPECT_EQ(pair(a0, a1, a0, a1), std::make_pair(0, 0));
+	EXPECT_EQ(pair(a0, a1, a1, a0), std::make_pair(0, 0));
 }
 
 TEST(chaplotype, StreamRoundTrip) {
@@ -186,13 +162,10 @@ TEST(chaplotype, StreamRoundTrip) {
 		out.close();
 		ifile in(d.file(name), true);
 		chaplotype r1, r2(5), r3;
-		EXPECT_TRUE(r1.read(in));
-		EXPECT_TRUE(r2.read(in));
-		EXPECT_TRUE(r3.read(in));
+		EXPECT_TRUE(r1.read(in) && r2.read(in) && r3.read(in));
 		EXPECT_EQ(r1.toString(), h.toString());
 		EXPECT_EQ(r1.data, h.data);
-		EXPECT_EQ(r2.size(), 0);
-		EXPECT_TRUE(r2.data.empty());
+		EXPECT_TRUE(r2.size() == 0 && r2.data.empty());
 		EXPECT_EQ(r3.data, h.data);
 		in.close();
 	}

@@ -13,45 +13,35 @@ void putSites(snp_set & S, const std::vector < int > & bps) {
 
 }
 
+// The strand form follows the flippable switch through snp::strand.
 TEST(snp_set, LookupByPositionAndAlleles) {
 	unsigned char saved = flippable;
 	snp_set S;
-	S.put(new snp("1", 100, "A", "C", 5));
-	S.put(new snp("1", 100, "A", "G", 5));
-	S.put(new snp("1", 200, "A", "T", 5));
-	S.put(new snp("1", 300, "A", "T", 5));
-	S.put(new snp("1", 300, "T", "A", 5));
+	for (auto & s : std::vector < std::vector < std::string > > ({ { "100", "A", "C" }, { "100", "A", "G" }, { "200", "A", "T" }, { "300", "A", "T" }, { "300", "T", "A" } }))
+		S.put(new snp("1", std::stoi(s[0]), s[1], s[2], 5));
 	S.indexing();
 	EXPECT_EQ(S.getIndexes(), std::vector < int > ({ 0, 1, 2, 3, 4 }));
-	std::string A = "A", C = "C", G = "G", T = "T";
-	int strand = 99;
-
+	// Index of the site found (-1 for none) and the strand; the exact form gives no strand.
+	auto look = [&](int bp, std::string a0, std::string a1, bool with_strand) {
+		int strand = 99;
+		snp * s = with_strand ? S.getByRef(bp, a0, a1, strand) : S.getByRef(bp, a0, a1);
+		return std::make_pair(s ? s->idx : -1, strand);
+	};
 	flippable = 1;
-	// Exact form: alleles in the stored order only.
-	EXPECT_EQ(S.getByRef(100, A, G), S.getByIndex(1));
-	EXPECT_EQ(S.getByRef(100, G, A), nullptr);
-	EXPECT_EQ(S.getByRef(101, A, C), nullptr);
-	EXPECT_EQ(S.getByRef(300, T, A), S.getByIndex(4));
-
-	EXPECT_EQ(S.getByRef(100, A, G, strand), S.getByIndex(1));
-	EXPECT_EQ(strand, 0);
-	EXPECT_EQ(S.getByRef(100, G, A, strand), S.getByIndex(1));
-	EXPECT_EQ(strand, 1);
-	EXPECT_EQ(S.getByRef(100, C, G, strand), nullptr);
-	EXPECT_EQ(strand, -2);
-	EXPECT_EQ(S.getByRef(150, A, C, strand), nullptr);
-	EXPECT_EQ(strand, -3);
-	EXPECT_EQ(S.getByRef(200, T, A, strand), S.getByIndex(2));
-	EXPECT_EQ(strand, 1);
+	EXPECT_EQ(look(100, "A", "G", false), std::make_pair(1, 99));
+	EXPECT_EQ(look(100, "G", "A", false), std::make_pair(-1, 99));	// stored order only
+	EXPECT_EQ(look(101, "A", "C", false), std::make_pair(-1, 99));
+	EXPECT_EQ(look(300, "T", "A", false), std::make_pair(4, 99));
+	EXPECT_EQ(look(100, "A", "G", true), std::make_pair(1, 0));
+	EXPECT_EQ(look(100, "G", "A", true), std::make_pair(1, 1));
+	EXPECT_EQ(look(100, "C", "G", true), std::make_pair(-1, -2));
+	EXPECT_EQ(look(150, "A", "C", true), std::make_pair(-1, -3));
+	EXPECT_EQ(look(200, "T", "A", true), std::make_pair(2, 1));
 	// A/T and T/A at one position both match either query: ambiguous, no match.
-	EXPECT_EQ(S.getByRef(300, A, T, strand), nullptr);
-	EXPECT_EQ(strand, -1);
-
+	EXPECT_EQ(look(300, "A", "T", true), std::make_pair(-1, -1));
 	flippable = 0;
-	EXPECT_EQ(S.getByRef(200, T, A, strand), nullptr);
-	EXPECT_EQ(strand, -2);
-	EXPECT_EQ(S.getByRef(300, T, A, strand), S.getByIndex(4));
-	EXPECT_EQ(strand, 0);
+	EXPECT_EQ(look(200, "T", "A", true), std::make_pair(-1, -2));
+	EXPECT_EQ(look(300, "T", "A", true), std::make_pair(4, 0));
 	flippable = saved;
 }
 
