@@ -1,0 +1,69 @@
+#ifndef _GENHAP_SET_H
+#define _GENHAP_SET_H
+
+#include "input/haplotype_reader.h"
+#include "input/reference_reader.h"
+#include "objects/chaplotype.h"
+#include "objects/genotype_graph.h"
+#include "objects/snp_set.h"
+
+#include <string>
+#include <vector>
+
+// The shared state of a phasing run: one genotype graph per sampling unit and all
+// haplotypes, those that the graphs sample first and those of the reference panel after
+// them. Masks hold one bit per haplotype, in the order of vecH.
+class genhap_set {
+public:
+	snp_set * sites;
+	std::vector < std::string > hap_names;
+	// Owned: deleted with the set.
+	std::vector < genotype_graph * > vecG;
+	std::vector < chaplotype > vecH;
+	// Per graph, its haplotypes in track order; per graph haplotype, its graph.
+	std::vector < std::vector < int > > ind2hap;
+	std::vector < int > hap2ind;
+	// Per graph, the graphs of its family, itself included, ascending.
+	std::vector < std::vector < int > > relatives;
+	// Per graph, the haplotypes connected to it by parent and sample names.
+	std::vector < std::vector < int > > kin_haps;
+	std::vector < bool > founder_mask;
+	int n_founder;
+	std::vector < bool > reference_mask;
+	int n_reference;
+
+	genhap_set();
+	~genhap_set();
+	genhap_set(const genhap_set &) = delete;
+	genhap_set & operator=(const genhap_set &) = delete;
+
+	void initialise(std::vector < genotype_graph * > & graphs, snp_set * sites);
+	void initialise(reference_reader & R, bool chrX);
+	void initialise(haplotype_reader & H);
+	void initialise();
+	void summarise();
+
+	// Conditioning state selection for individual ind over the sites left .. right. Masks
+	// clear bits of haplotypes that may not be chosen; selections set bits in `selected`,
+	// never choosing a haplotype twice.
+	void subsetHaplotypes_thread(std::vector < bool > & mask, std::vector < int > & batch);
+	void subsetHaplotypes_relatives(std::vector < bool > & mask, int ind);
+	void subsetHaplotypes_relatives_old(std::vector < bool > & mask, int ind);
+	void subsetHaplotypes_hamming_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
+	void subsetHaplotypes_hamming_IBD(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
+	void subsetHaplotypes_pfmatch_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
+	void subsetHaplotypes_pfmatchcov_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
+	void subsetHaplotypes_random(std::vector < bool > & input, int states, std::vector < bool > & selected);
+
+private:
+	void pushHaplotype(const std::vector < bool > & h, const std::string & name);
+	void appendKin(int i, int j, const std::string & x);
+	void findSamples(haplotype_reader & H, std::vector < std::vector < int > > & entries);
+};
+
+// Decides which of the two haplotypes a0, a1 of another unrelated individual to keep when
+// they resemble different haplotypes b0, b1 of the target: 0 the first, 1 the second,
+// 2 both, -1 neither, at random after the share of sites where each alone matches.
+int non_overlapping_hamming_distance(const chaplotype & a0, const chaplotype & a1, const chaplotype & b0, const chaplotype & b1, int left, int right);
+
+#endif

@@ -1,0 +1,219 @@
+#include "containers/genhap_set/genhap_set.h"
+#include "containers/genhap_set/haplotype_distance.h"
+#include "utils/assertion.h"
+#include "utils/putils.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+// What the limited distances return for a candidate worse than the kept set.
+static const int FAR = 1000000000;
+
+static void prepare(const std::vector < bool > & input, std::vector < bool > & selected) {
+	if (selected.empty()) selected.assign(input.size(), false);
+}
+
+static void push(std::vector < haplotype_distance > & heap, int id, int distance) {
+	heap.push_back(haplotype_distance(id, distance));
+	std::push_heap(heap.begin(), heap.end());
+}
+
+// Drops the worst candidates, the top of the heap, down to `size`.
+static void trim(std::vector < haplotype_distance > & heap, int size) {
+	while ((int)heap.size() > size) {
+		std::pop_heap(heap.begin(), heap.end());
+		heap.pop_back();
+	}
+}
+
+static int topOrNone(const std::vector < haplotype_distance > & heap, int size, int none) {
+	return ((int)heap.size() >= size) ? heap.front().distance : none;
+}
+
+// Shared frame of the Hamming and match selections: for each haplotype of ind in turn,
+// the round(states / type) best allowed candidates not selected yet. `none` is the value
+// of a hopeless candidate and the limit while the heap is not full; once it is, the worst
+// kept distance is the limit, so the scan of a poor candidate stops early.
+template < class Distance >
+static void selectBest(genhap_set & GH, std::vector < bool > & input, int ind, int states, std::vector < bool > & selected, int none, Distance distance) {
+	sorvane_assert(input.size() == GH.vecH.size());
+	prepare(input, selected);
+	const int n = GH.vecG[ind]->type, H = GH.vecH.size();
+	const int max_states = (int)round((double)states / n);
+	sorvane_assert(max_states > 0);
+	std::vector < haplotype_distance > heap;
+	heap.reserve(max_states + 1);
+	for (int k = 0 ; k < n ; k ++) {
+		const chaplotype & target = GH.vecH[GH.ind2hap[ind][k]];
+		heap.clear();
+		for (int h = 0 ; h < H ; h ++) if (input[h] && !selected[h]) {
+			int d = distance(GH.vecH[h], target, topOrNone(heap, max_states, none));
+			if (d != none) {
+				push(heap, h, d);
+				trim(heap, max_states);
+			}
+		}
+		for (const haplotype_distance & c : heap) selected[c.id] = true;
+	}
+}
+
+void genhap_set::subsetHaplotypes_thread(std::vector < bool > & mask, std::vector < int > & batch) {
+	sorvane_assert(mask.size() == vecH.size());
+	for (int ind : batch) if (ind >= 0) for (int h : ind2hap[ind]) mask[h] = false;
+}
+
+void genhap_set::subsetHaplotypes_relatives(std::vector < bool > & mask, int ind) {
+	sorvane_assert(mask.size() == vecH.size());
+	if (ind < 0) return;
+	for (int j : relatives[ind]) for (int h : ind2hap[j]) mask[h] = false;
+}
+
+void genhap_set::subsetHaplotypes_relatives_old(std::vector < bool > & mask, int ind) {
+	sorvane_assert(mask.size() == vecH.size());
+	if (ind < 0) return;
+	for (int h : kin_haps[ind]) mask[h] = false;
+}
+
+void genhap_set::subsetHaplotypes_hamming_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected) {
+	haplotype_distance::minimise = true;
+	selectBest(*this, input, ind, states, selected, FAR, [left, right](const chaplotype & c, const chaplotype & t, int limit) {
+		return c.hamming(t, left, right, limit);
+	});
+}
+
+void genhap_set::subsetHaplotypes_pfmatch_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected) {
+	haplotype_distance::minimise = false;
+	selectBest(*this, input, ind, states, selected, 0, [left, right](const chaplotype & c, const chaplotype & t, int limit) {
+		return c.perfectmatch(t, left, right, limit);
+	});
+}
+
+// The process-wide rand() stream, never seeded, drives the shuffle as the standard
+// random_shuffle does, so the draws are the same from run to run.
+void genhap_set::subsetHaplotypes_random(std::vector < bool > & input, int states, std::vector < bool > & selected) {
+	sorvane_assert(input.size() == vecH.size());
+	prepare(input, selected);
+	std::vector < int > pool;
+	for (unsigned int h = 0 ; h < input.size() ; h ++) if (input[h] && !selected[h]) pool.push_back(h);
+	for (unsigned int i = 1 ; i < pool.size() ; i ++) std::swap(pool[i], pool[rand() % (i + 1)]);
+	for (int i = 0 ; i < states && i < (int)pool.size() ; i ++) selected[pool[i]] = true;
+}
+
+// Coverage: for every site of the window, the `states` allowed haplotypes with the longest
+// run of agreement with the target through that site. Runs are kept as one table of
+// forward plus backward lengths, one row per candidate.
+void genhap_set::subsetHaplotypes_pfmatchcov_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected) {
+	sorvane_assert(input.size() == vecH.size());
+	prepare(input, selected);
+	haplotype_distance::minimise = false;
+	const int W = right - left + 1;
+	std::vector < int > cand, run, bwd(W);
+	std::vector < haplotype_distance > heap;
+	heap.reserve(std::max(states, 0) + 1);
+	for (int hk : ind2hap[ind]) {
+		const chaplotype & t = vecH[hk];
+		cand.clear();
+		for (unsigned int h = 0 ; h < input.size() ; h ++) if (input[h] && !selected[h]) cand.push_back(h);
+		run.assign(cand.size() * W, 0);
+		for (unsigned int c = 0 ; c < cand.size() ; c ++) {
+			const chaplotype & x = vecH[cand[c]];
+			int * fwd = run.data() + c * W;
+			for (int l = left ; l <= right ; l ++) if (x[l] == t[l]) fwd[l - left] = (l == left) ? 1 : fwd[l - left - 1] + 1;
+			bwd[W - 1] = 0;
+			for (int l = right - 1 ; l >= left ; l --) bwd[l - left] = (x[l + 1] == t[l + 1]) ? bwd[l - left + 1] + 1 : 0;
+			for (int p = 0 ; p < W ; p ++) fwd[p] += bwd[p];
+		}
+		// The candidates are fixed above, so marking them at once changes nothing for this target.
+		for (int p = 0 ; p < W ; p ++) {
+			heap.clear();
+			for (unsigned int c = 0 ; c < cand.size() ; c ++) {
+				push(heap, cand[c], run[c * W + p]);
+				trim(heap, states);
+			}
+			for (const haplotype_distance & c : heap) selected[c.id] = true;
+		}
+	}
+}
+
+// Among the two targets (rows), the closest to column c strictly below `limit`: its row,
+// or -1 with `distance` left at FAR.
+static int nearestRow(const int dist[2][4], int c, int limit, int & distance) {
+	int row = -1;
+	distance = FAR;
+	for (int r = 0 ; r < 2 ; r ++) if (dist[r][c] < limit) {
+		limit = distance = dist[r][c];
+		row = r;
+	}
+	return row;
+}
+
+// For an unrelated individual: the two haplotypes of another unrelated individual are both
+// taken only when they resemble the same target haplotype, or when each alone explains
+// enough of a different target; one of them otherwise.
+void genhap_set::subsetHaplotypes_hamming_IBD(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected) {
+	sorvane_assert(vecG[ind]->type == 2);
+	sorvane_assert(input.size() == vecH.size());
+	prepare(input, selected);
+	haplotype_distance::minimise = true;
+	const chaplotype * targets[2] = { &vecH[ind2hap[ind][0]], &vecH[ind2hap[ind][1]] };
+	int dist[2][4];
+	std::vector < haplotype_distance > heap;
+	heap.reserve(std::max(states, 0) + 4);
+
+	for (int j = 0 ; j < (int)vecG.size() ; j ++) if (j != ind) {
+		const std::vector < int > & hj = ind2hap[j];
+		int limit = topOrNone(heap, states, FAR);
+		for (unsigned int c = 0 ; c < hj.size() ; c ++) for (int r = 0 ; r < 2 ; r ++)
+			dist[r][c] = (!input[hj[c]] || selected[hj[c]]) ? FAR : vecH[hj[c]].hamming(*targets[r], left, right, limit);
+		if (vecG[j]->type == 2) {
+			int da, db;
+			int a = nearestRow(dist, 0, limit, da), b = nearestRow(dist, 1, limit, db);
+			bool first = a >= 0, second = b >= 0;
+			if (first && second && a != b) {
+				int r = non_overlapping_hamming_distance(vecH[hj[0]], vecH[hj[1]], *targets[0], *targets[1], left, right);
+				first = (r == 0 || r == 2);
+				second = (r == 1 || r == 2);
+			}
+			if (first) push(heap, hj[0], da);
+			if (second) push(heap, hj[1], db);
+		} else for (unsigned int c = 0 ; c < hj.size() ; c ++) {
+			int d;
+			if (nearestRow(dist, c, topOrNone(heap, states, FAR), d) >= 0) push(heap, hj[c], d);
+		}
+		trim(heap, states);
+	}
+
+	// Panel haplotypes: the record is offered once per target, so one that stays close to
+	// both may hold two places in the heap.
+	for (int h = 0 ; h < (int)vecH.size() ; h ++) if (reference_mask[h] && input[h] && !selected[h]) {
+		int limit = topOrNone(heap, states, FAR);
+		for (int r = 0 ; r < 2 ; r ++) dist[r][0] = vecH[h].hamming(*targets[r], left, right, limit);
+		int distance = FAR;
+		for (int r = 0 ; r < 2 ; r ++) {
+			if (dist[r][0] < limit) limit = distance = dist[r][0];
+			if (distance != FAR) push(heap, h, distance);
+			trim(heap, states);
+		}
+	}
+	for (const haplotype_distance & c : heap) selected[c.id] = true;
+}
+
+int non_overlapping_hamming_distance(const chaplotype & a0, const chaplotype & a1, const chaplotype & b0, const chaplotype & b1, int left, int right) {
+	int both = 0, first = 0, second = 0;
+	for (int l = left ; l <= right ; l ++) {
+		const bool m0 = a0[l] == b0[l], m1 = a1[l] == b1[l];
+		if (a0[l] == a1[l] && m0 && m1) continue;
+		if (m0 && m1) both ++;
+		else if (m0) first ++;
+		else if (m1) second ++;
+	}
+	const double r1 = putils::getRandom(), r2 = putils::getRandom();
+	// 0 / 0 gives NaN and the comparison is false.
+	const bool x = (double)first / (first + both) > r1;
+	const bool y = (double)second / (second + both) > r2;
+	if (x && y) return 2;
+	if (x) return 0;
+	if (y) return 1;
+	return -1;
+}
