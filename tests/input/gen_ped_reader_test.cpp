@@ -17,45 +17,50 @@ const std::string pedFile =
 
 }
 
+// Plain and compressed files alike.
 TEST(gen_reader, ThresholdCallsSamplesAndPedigree) {
-	TempDir d;
-	d.write("s.sample", "ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n"
-		"F1 dad 0 0 0 1\nF1 mum 0 0 0 2\nF1 kid 0 dad mum 1\nF2 skip 0 0 0 2\n");
-	d.write("s.gen",
-		"1 rs1 100 A G 1 0 0 0 1 0 0 0 2 x y z\n"
-		"1 rs2 150 A G a b c a b c a b c a b c\n"
-		"1 rs3 200 C T 0 0 0 0.04 0.92 0.04 0.5 0.5 1.0 0 0 0\n"
-		"1 rs4 300 T T 0 1 0 0 0 1 1 0 0 0 0 0\n");
-	Store S;
-	S.F.ind_exclude["skip"] = false;
-	S.F.snp_exclude[150] = true;
-	std::string log = logOf(d, [&] { S.G.readGenotypeImpute(d.file("s.gen"), d.file("s.sample"), 0.9, true); });
+	for (std::string ext : { "", ".gz", ".bz2" }) {
+		SCOPED_TRACE("suffix " + ext);
+		TempDir d;
+		const std::string sample = "s.sample" + ext, gen = "s.gen" + ext;
+		testutils::writeCompressed(d.file(sample), "ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n"
+			"F1 dad 0 0 0 1\nF1 mum 0 0 0 2\nF1 kid 0 dad mum 1\nF2 skip 0 0 0 2\n");
+		testutils::writeCompressed(d.file(gen),
+			"1 rs1 100 A G 1 0 0 0 1 0 0 0 2 x y z\n"
+			"1 rs2 150 A G a b c a b c a b c a b c\n"
+			"1 rs3 200 C T 0 0 0 0.04 0.92 0.04 0.5 0.5 1.0 0 0 0\n"
+			"1 rs4 300 T T 0 1 0 0 0 1 1 0 0 0 0 0\n");
+		Store S;
+		S.F.ind_exclude["skip"] = false;
+		S.F.snp_exclude[150] = true;
+		std::string log = logOf(d, [&] { S.G.readGenotypeImpute(d.file(gen), d.file(sample), 0.9, true); });
 
-	EXPECT_EQ(S.G.sample_header1 + "/" + S.G.sample_header2, "ID_1 ID_2 missing ID_father ID_mother sex/0 0 0 D D D");
-	EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "dad", "mum", "kid" }));
-	EXPECT_EQ(S.G.ind_fields[2], std::vector < std::string > ({ "F1", "0", "dad", "mum", "1" }));
-	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true }));
-	EXPECT_EQ(std::make_pair(S.G.ind_father[2], S.G.ind_mother[2]), std::make_pair(0, 1));
+		EXPECT_EQ(S.G.sample_header1 + "/" + S.G.sample_header2, "ID_1 ID_2 missing ID_father ID_mother sex/0 0 0 D D D");
+		EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "dad", "mum", "kid" }));
+		EXPECT_EQ(S.G.ind_fields[2], std::vector < std::string > ({ "F1", "0", "dad", "mum", "1" }));
+		EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true }));
+		EXPECT_EQ(std::make_pair(S.G.ind_father[2], S.G.ind_mother[2]), std::make_pair(0, 1));
 
-	EXPECT_EQ(siteList(S.G), "100:A/G 200:C/T 300:T/T");
-	snp * s = S.G.sites->getByIndex(1);
-	EXPECT_EQ(s->id, "rs3");
-	EXPECT_EQ(s->source, 3);
-	EXPECT_TRUE(s->properties.empty());
-	// Site 200: an all-zero triple and a triple summing to 2 (normalised to 0.25, 0.25,
-	// 0.5) fail the threshold. Site 300 has identical alleles: passing calls are 00.
-	EXPECT_EQ(allGenotypes(S.G), "00 .. 00 | 01 01 00 | 11 .. 00");
-	// Passed calls keep their one-hot triple, failed ones the normalised probabilities.
-	EXPECT_EQ(S.G.likelihoods[0], std::vector < float > ({ 1, 0, 0, 0.332f, 0.334f, 0.334f, 0, 1, 0 }));
-	EXPECT_EQ(S.G.likelihoods[2], std::vector < float > ({ 0, 0, 1, 0.25f, 0.25f, 0.5f, 1, 0, 0 }));
+		EXPECT_EQ(siteList(S.G), "100:A/G 200:C/T 300:T/T");
+		snp * s = S.G.sites->getByIndex(1);
+		EXPECT_EQ(s->id, "rs3");
+		EXPECT_EQ(s->source, 3);
+		EXPECT_TRUE(s->properties.empty());
+		// Site 200: an all-zero triple and a triple summing to 2 (normalised to 0.25, 0.25,
+		// 0.5) fail the threshold. Site 300 has identical alleles: passing calls are 00.
+		EXPECT_EQ(allGenotypes(S.G), "00 .. 00 | 01 01 00 | 11 .. 00");
+		// Passed calls keep their one-hot triple, failed ones the normalised probabilities.
+		EXPECT_EQ(S.G.likelihoods[0], std::vector < float > ({ 1, 0, 0, 0.332f, 0.334f, 0.334f, 0, 1, 0 }));
+		EXPECT_EQ(S.G.likelihoods[2], std::vector < float > ({ 0, 0, 1, 0.25f, 0.25f, 0.5f, 1, 0, 0 }));
 
-	EXPECT_TRUE(contains(log, "\nReading sample list in [" + d.file("s.sample") + "]\n"
-		"  * Column ID_father detected (idx=3)\n  * Column ID_mother detected (idx=4)\n  * Column gender detected (idx=5)\n"
-		"  * 3 samples included\n  * 1 samples excluded\n  * 0 unrelateds / 0 duos / 1 trios in 1 different families\n"
-		"\nReading site list and genotypes in [" + d.file("s.gen") + "] with a calling threshold of 0.9000\n"
-		"  * 3 sites included\n  * 1 sites excluded\n"
-		"  * genotypes passing the threshold (= 77.8 %)\n  * genotypes NOT passing the threshold (= 22.2 %)\n")) << log;
-	EXPECT_FALSE(contains(log, "New GEN/SAMPLE format detected"));
+		EXPECT_TRUE(contains(log, "\nReading sample list in [" + d.file(sample) + "]\n"
+			"  * Column ID_father detected (idx=3)\n  * Column ID_mother detected (idx=4)\n  * Column gender detected (idx=5)\n"
+			"  * 3 samples included\n  * 1 samples excluded\n  * 0 unrelateds / 0 duos / 1 trios in 1 different families\n"
+			"\nReading site list and genotypes in [" + d.file(gen) + "] with a calling threshold of 0.9000\n"
+			"  * 3 sites included\n  * 1 sites excluded\n"
+			"  * genotypes passing the threshold (= 77.8 %)\n  * genotypes NOT passing the threshold (= 22.2 %)\n")) << log;
+		EXPECT_FALSE(contains(log, "New GEN/SAMPLE format detected"));
+	}
 }
 
 TEST(gen_reader, HighestProbabilityChrXAndSixColumnLayout) {
@@ -99,22 +104,11 @@ TEST(gen_reader, HighestProbabilityChrXAndSixColumnLayout) {
 	EXPECT_TRUE(T.G.likelihoods[0].empty());
 }
 
-TEST(gen_reader, CompressedEmptyAndFaultyFiles) {
+TEST(gen_reader, EmptyAndFaultyFiles) {
 	TempDir d;
 	testutils::silenceLog();
 	const std::string sample = "ID_1 ID_2 missing\n0 0 0\na A 0\nb B 0\n";
 	const std::string gen = "1 r1 100 A C 1 0 0 0 0 1\n1 r2 200 A C 0 1 0 0.1 0.1 0.8\n";
-	testutils::writeCompressed(d.file("c.sample.gz"), sample);
-	for (std::string name : { "c.gen", "c.gen.gz", "c.gen.bz2" }) {
-		SCOPED_TRACE(name);
-		testutils::writeCompressed(d.file(name), gen);
-		Store S;
-		S.G.readGenotypeImpute(d.file(name), d.file("c.sample.gz"), 0.75, false);
-		EXPECT_EQ(siteList(S.G), "100:A/C 200:A/C");
-		EXPECT_EQ(allGenotypes(S.G), "00 01 | 11 11");
-		EXPECT_TRUE(S.G.likelihoods[0].empty());
-	}
-
 	d.write("c.sample", sample);
 	d.write("empty.gen", "");
 	Store E;
@@ -130,34 +124,43 @@ TEST(gen_reader, CompressedEmptyAndFaultyFiles) {
 		{ "f.sample", "ID_1 ID_2 missing ID_father ID_mother\n0 0 0 D D\na A 0 0 0\nb B 0 0\n", "Line=2 found=4 fields, expected at least 5" },
 	}, [&] { Store S; S.G.readGenotypeImpute(d.file("f.gen"), d.file("f.sample"), 0.9, false); });
 	Store X(true);
-	EXPECT_LOG_ERROR(X.G.readGenotypeImpute(d.file("c.gen"), d.file("c.sample"), 0.9, false), "You need to specify the gender of the samples when using --chrX option!");
+	EXPECT_LOG_ERROR(X.G.readGenotypeImpute(d.file("f.gen"), d.file("c.sample"), 0.9, false), "You need to specify the gender of the samples when using --chrX option!");
 }
 
+// Plain and compressed files alike.
 TEST(ped_reader, AllelesMissingCodeAndPedigree) {
+	for (std::string ext : { "", ".gz", ".bz2" }) {
+		SCOPED_TRACE("suffix " + ext);
+		TempDir d;
+		const std::string map = "p.map" + ext, ped = "p.ped" + ext;
+		testutils::writeCompressed(d.file(map), pedMap);
+		testutils::writeCompressed(d.file(ped), pedFile);
+		Store S(true);
+		S.F.ind_exclude["skip"] = false;
+		S.F.snp_exclude[150] = true;
+		std::string log = logOf(d, [&] { S.G.readGenotypePed(d.file(ped), d.file(map), "0"); });
+
+		EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "dad", "mum", "kid" }));
+		EXPECT_EQ(S.G.ind_fields[2], std::vector < std::string > ({ "F1", "0", "dad", "mum", "1", "-9" }));
+		EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true }));
+		EXPECT_EQ(S.G.ind_father, std::vector < int > ({ -1, -1, 0 }));
+		EXPECT_EQ(S.G.ind_mother, std::vector < int > ({ -1, -1, 1 }));
+		// 300 is never observed and keeps empty alleles; 400 is seen with one allele only.
+		EXPECT_EQ(siteList(S.G), "100:A/C 200:C/T 300:/ 400:G/G");
+		EXPECT_EQ(S.G.sites->getByIndex(1)->id, "rs3");
+		EXPECT_EQ(S.G.sites->getByIndex(1)->source, 1);
+		// Column order is kept ("C A" is 10); one missing allele makes the genotype missing.
+		EXPECT_EQ(allGenotypes(S.G), "00 01 .. 00 | 01 10 .. .. | 10 .. .. ..");
+		EXPECT_TRUE(contains(log, "\nReading site list in [" + d.file(map) + "]\n  * 4 sites included\n  * 1 sites excluded\n"
+			"\nReading sample list and genotypes in [" + d.file(ped) + "] where missing-code = [0]\n"
+			"  * 3 samples included\n  * 1 samples excluded\n  * 2 males / 1 females\n"
+			"  * 0 unrelateds / 0 duos / 1 trios in 1 different families\n")) << log;
+	}
+}
+
+TEST(ped_reader, MissingCodeAndFatalMessages) {
 	TempDir d;
-	d.write("p.map", pedMap);
-	d.write("p.ped", pedFile);
-	Store S(true);
-	S.F.ind_exclude["skip"] = false;
-	S.F.snp_exclude[150] = true;
-	std::string log = logOf(d, [&] { S.G.readGenotypePed(d.file("p.ped"), d.file("p.map"), "0"); });
-
-	EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "dad", "mum", "kid" }));
-	EXPECT_EQ(S.G.ind_fields[2], std::vector < std::string > ({ "F1", "0", "dad", "mum", "1", "-9" }));
-	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true }));
-	EXPECT_EQ(S.G.ind_father, std::vector < int > ({ -1, -1, 0 }));
-	EXPECT_EQ(S.G.ind_mother, std::vector < int > ({ -1, -1, 1 }));
-	// 300 is never observed and keeps empty alleles; 400 is seen with one allele only.
-	EXPECT_EQ(siteList(S.G), "100:A/C 200:C/T 300:/ 400:G/G");
-	EXPECT_EQ(S.G.sites->getByIndex(1)->id, "rs3");
-	EXPECT_EQ(S.G.sites->getByIndex(1)->source, 1);
-	// Column order is kept ("C A" is 10); one missing allele makes the genotype missing.
-	EXPECT_EQ(allGenotypes(S.G), "00 01 .. 00 | 01 10 .. .. | 10 .. .. ..");
-	EXPECT_TRUE(contains(log, "\nReading site list in [" + d.file("p.map") + "]\n  * 4 sites included\n  * 1 sites excluded\n"
-		"\nReading sample list and genotypes in [" + d.file("p.ped") + "] where missing-code = [0]\n"
-		"  * 3 samples included\n  * 1 samples excluded\n  * 2 males / 1 females\n"
-		"  * 0 unrelateds / 0 duos / 1 trios in 1 different families\n")) << log;
-
+	testutils::silenceLog();
 	// With another missing code "0" is an allele like any other.
 	d.write("n.map", "1 r 0 100\n");
 	d.write("n.ped", "f a 0 0 1 0 0 N\nf b 0 0 1 0 0 1\nf c 0 0 1 0 N N\nf d 0 0 1 0 N 1\n");
@@ -165,18 +168,6 @@ TEST(ped_reader, AllelesMissingCodeAndPedigree) {
 	N.G.readGenotypePed(d.file("n.ped"), d.file("n.map"), "N");
 	EXPECT_EQ(siteList(N.G), "100:0/1");
 	EXPECT_EQ(allGenotypes(N.G), ".. | 01 | .. | ..");
-}
-
-TEST(ped_reader, CompressedAndFaultyFiles) {
-	TempDir d;
-	testutils::silenceLog();
-	testutils::writeCompressed(d.file("p.map.bz2"), pedMap);
-	testutils::writeCompressed(d.file("p.ped.gz"), pedFile);
-	Store S;
-	S.F.ind_exclude["skip"] = false;
-	S.G.readGenotypePed(d.file("p.ped.gz"), d.file("p.map.bz2"), "0");
-	EXPECT_EQ(siteList(S.G), "100:A/C 150:x/x 200:C/T 300:/ 400:G/G");
-	EXPECT_EQ(genotypes(S.G, 1), "01 00 10 .. ..");
 
 	expectFaults(d, { { "p.map", pedMap }, { "p.ped", pedFile } }, {
 		// The short line of an included individual is refused; the printed expectation

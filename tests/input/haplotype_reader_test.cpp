@@ -51,7 +51,6 @@ TEST(haplotype_reader, LayoutsAndFilters) {
 		EXPECT_EQ(s->chr + " " + s->id + " " + std::to_string(s->source) + " " + std::to_string(s->idx), "1 rs200 7 1");
 		EXPECT_EQ(s->properties, std::vector < std::string > ({ "id200" }));
 		EXPECT_TRUE(H.sites->getByIndex(0)->properties.empty());
-		EXPECT_EQ(H.sites->getByIndex(3)->idx, 3);
 		EXPECT_EQ(H.hap0, std::vector < std::vector < bool > > ({ { 0, 1, 1, 0 }, { 1, 0, 0, 1 } }));
 		EXPECT_EQ(H.hap1, std::vector < std::vector < bool > > ({ { 1, 1, 0, 1 }, { 0, 0, 1, 1 } }));
 

@@ -17,8 +17,11 @@ void putSites(snp_set & S, const std::vector < int > & bps) {
 TEST(snp_set, LookupByPositionAndAlleles) {
 	unsigned char saved = flippable;
 	snp_set S;
-	for (auto & s : std::vector < std::vector < std::string > > ({ { "100", "A", "C" }, { "100", "A", "G" }, { "200", "A", "T" }, { "300", "A", "T" }, { "300", "T", "A" } }))
-		S.put(new snp("1", std::stoi(s[0]), s[1], s[2], 5));
+	S.put(new snp("1", 100, "A", "C", 5));
+	S.put(new snp("1", 100, "A", "G", 5));
+	S.put(new snp("1", 200, "A", "T", 5));
+	S.put(new snp("1", 300, "A", "T", 5));
+	S.put(new snp("1", 300, "T", "A", 5));
 	S.indexing();
 	EXPECT_EQ(S.getIndexes(), std::vector < int > ({ 0, 1, 2, 3, 4 }));
 	// Index of the site found (-1 for none) and the strand; the exact form gives no strand.

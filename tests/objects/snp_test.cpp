@@ -10,7 +10,6 @@ TEST(snp, IsSNPAndAllelesOfPedSites) {
 	EXPECT_FALSE(snp("1", 1, "A", "", 5).isSNP());
 	EXPECT_TRUE(snp("1", 1, "A", "", 1).isSNP());
 	EXPECT_FALSE(snp("1", 1, "AT", "", 1).isSNP());
-	EXPECT_EQ(snp("1", 1, "A", "TC", 5).get(true), "TC");
 
 	// Alleles come as they are met: the first is coded 0, the second 1, a third refused.
 	snp p;
