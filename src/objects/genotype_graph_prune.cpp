@@ -1,0 +1,355 @@
+#include "objects/genotype_graph.h"
+#include "utils/assertion.h"
+#include "utils/autils.h"
+
+#include <algorithm>
+#include <set>
+
+namespace {
+
+// Working form of a graph during merging. Node g stands for group g and, but for the
+// last node, for segment g too; merging group G unlinks node G, that is G and its right
+// segment, in constant time.
+struct merge_lists {
+	int n;
+	bool unordered;
+	// Per group: the bytes of its kept transitions, and the number of distinct byte values.
+	std::vector < std::vector < unsigned char > > T;
+	std::vector < int > C;
+	// Per segment: its fragments and its number of ambiguous sites.
+	std::vector < std::vector < std::vector < bool > > > F;
+	std::vector < int > A;
+	std::vector < int > prev, next;
+};
+
+int distinctBytes(const std::vector < unsigned char > & bytes) {
+	bool seen[256] = { false };
+	int c = 0;
+	for (unsigned char b : bytes) if (!seen[b]) {
+		seen[b] = true;
+		c ++;
+	}
+	return c;
+}
+
+// The inner group to merge next, or -1. Left to right, a group replaces the best so far
+// only with fewer distinct transitions and no more ambiguous sites over its two segments.
+int bestGroup(const merge_lists & M, unsigned int limit) {
+	const int last = M.T.size() - 1;
+	int best = -1, best_c = 1000000000, best_a = 1000000000;
+	for (int g = M.next[0] ; g != last ; g = M.next[g]) {
+		int c = M.C[g], a = M.A[M.prev[g]] + M.A[g];
+		if (c < 9 && c < best_c && M.T[g].size() <= limit && a < 22 && a <= best_a) {
+			best = g;
+			best_c = c;
+			best_a = a;
+		}
+	}
+	return best;
+}
+
+// One transition x of a neighbour group of the merged group and one transition g of the
+// merged group, whose bytes lead to the new fragments idx: appends the bytes of x rewritten
+// onto the new fragments when the two fit. `left` tells whether the neighbour precedes the
+// merged group (its next side facing it) or follows it (its previous side facing it).
+void rewrite(const merge_lists & M, const unsigned char * x, const unsigned char * g, const int * idx, bool left, std::vector < unsigned char > & out) {
+	const int xs = left ? 4 : 0, fs = 4 - xs, gs = fs;
+	auto make = [left](int far, int id) { return (unsigned char)(left ? (id << 4) + far : (far << 4) + id); };
+	if (!M.unordered) {
+		for (int j = 0 ; j < M.n ; j ++) if (((x[j] >> xs) & 15) != ((g[j] >> gs) & 15)) return;
+		for (int j = 0 ; j < M.n ; j ++) out.push_back(make((x[j] >> fs) & 15, idx[j]));
+		return;
+	}
+	const int x0 = (x[0] >> xs) & 15, x1 = (x[1] >> xs) & 15, f0 = (x[0] >> fs) & 15, f1 = (x[1] >> fs) & 15;
+	const int g0 = (g[0] >> gs) & 15, g1 = (g[1] >> gs) & 15, i0 = idx[0], i1 = idx[1];
+	if (g0 == g1) {
+		if (x0 != g0 || x1 != g0) return;
+		out.insert(out.end(), { make(f0, i0), make(f1, i1) });
+		// Both orders of an unordered pair stay possible when the new fragments differ.
+		if (f0 != f1 && i0 != i1) out.insert(out.end(), { make(f1, i0), make(f0, i1) });
+	} else if (x0 == g0 && x1 == g1) out.insert(out.end(), { make(f0, i0), make(f1, i1) });
+	else if (x1 == g0 && x0 == g1) out.insert(out.end(), { make(f1, i0), make(f0, i1) });
+}
+
+void rewriteGroup(const merge_lists & M, const std::vector < unsigned char > & X, const std::vector < unsigned char > & G, const std::vector < int > & idx, bool left, std::vector < unsigned char > & out) {
+	for (unsigned int x = 0 ; x < X.size() ; x += M.n)
+		for (unsigned int g = 0 ; g < G.size() ; g += M.n) rewrite(M, &X[x], &G[g], &idx[g], left, out);
+}
+
+// Fuses the two segments around group G: each distinct byte of G becomes one fragment, the
+// left fragment of its low nibble followed by the right fragment of its high nibble.
+void merge(merge_lists & M, int G) {
+	const int L = M.prev[G], R = G, P = L, N = M.next[G];
+	int table[256];
+	std::fill(table, table + 256, -1);
+	std::vector < std::vector < bool > > fragments;
+	std::vector < int > idx;
+	for (unsigned char b : M.T[G]) {
+		if (table[b] < 0) {
+			table[b] = fragments.size();
+			fragments.push_back(M.F[L][b & 15]);
+			const std::vector < bool > & right = M.F[R][b >> 4];
+			fragments.back().insert(fragments.back().end(), right.begin(), right.end());
+		}
+		idx.push_back(table[b]);
+	}
+	std::vector < unsigned char > newP, newN;
+	rewriteGroup(M, M.T[P], M.T[G], idx, true, newP);
+	rewriteGroup(M, M.T[N], M.T[G], idx, false, newN);
+	M.F[L].swap(fragments);
+	M.A[L] += M.A[R];
+	M.T[P].swap(newP);
+	M.T[N].swap(newN);
+	M.C[P] = distinctBytes(M.T[P]);
+	M.C[N] = distinctBytes(M.T[N]);
+	std::vector < unsigned char > ().swap(M.T[G]);
+	std::vector < std::vector < bool > > ().swap(M.F[R]);
+	M.next[P] = N;
+	M.prev[N] = P;
+}
+
+}
+
+void genotype_graph::pruneAndMerge(double threshold) {
+	normalize();
+	sort();
+	const int n = type, n_groups = probsC.size(), n_segments = HapsS.size();
+
+	// The most probable transitions of each group up to the threshold mass, the one that
+	// crosses it included, then whatever keeps the kept set free of dead ends.
+	std::vector < bool > keep(probs.size(), false);
+	for (int g = 0 ; g < n_groups ; g ++) {
+		double mass = 0.0;
+		for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] && mass <= threshold ; t ++) {
+			keep[t] = true;
+			mass += probs[t];
+		}
+	}
+	while (consolide(keep) > 0);
+
+	merge_lists M;
+	M.n = n;
+	M.unordered = unordered();
+	M.T.resize(n_groups);
+	M.C.resize(n_groups);
+	M.prev.resize(n_groups);
+	M.next.resize(n_groups);
+	for (int g = 0 ; g < n_groups ; g ++) {
+		for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++)
+			if (keep[t]) M.T[g].insert(M.T[g].end(), trans.begin() + t * n, trans.begin() + (t + 1) * n);
+		M.C[g] = distinctBytes(M.T[g]);
+		M.prev[g] = g - 1;
+		M.next[g] = g + 1;
+	}
+	M.F.resize(n_segments);
+	M.A.assign(n_segments, 0);
+	for (int s = 0, offset = 0 ; s < n_segments ; offset += HapsS[s ++]) {
+		M.F[s].assign(HapsC[s], std::vector < bool > (HapsS[s]));
+		for (unsigned int h = 0 ; h < HapsC[s] ; h ++) for (unsigned int i = 0 ; i < HapsS[s] ; i ++) M.F[s][h][i] = getA(s, h, i);
+		for (unsigned int i = 0 ; i < HapsS[s] ; i ++) M.A[s] += Ambs[offset + i];
+	}
+
+	const unsigned int limit = (type > 2 || scaffolded) ? 32 : 10;
+	for (int G = bestGroup(M, limit) ; G >= 0 ; G = bestGroup(M, limit)) merge(M, G);
+
+	// Segments anew, with exact capacities.
+	std::vector < int > order;
+	for (int g = 0 ; g >= 0 ; g = M.next[g]) order.push_back(g);
+	const int S = order.size() - 1;
+	std::vector < unsigned char > ().swap(trans);
+	std::vector < float > ().swap(probs);
+	std::vector < float > ().swap(likes);
+	std::vector < unsigned int > ().swap(probsI);
+	std::vector < unsigned int > ().swap(probsC);
+	std::vector < unsigned int > ().swap(HapsI);
+	std::vector < unsigned int > ().swap(HapsC);
+	std::vector < unsigned int > ().swap(HapsS);
+	HapsI.reserve(S);
+	HapsC.reserve(S);
+	HapsS.reserve(S);
+	unsigned int total = 0;
+	for (int k = 0 ; k < S ; k ++) {
+		const std::vector < std::vector < bool > > & f = M.F[order[k]];
+		HapsI.push_back(total);
+		HapsC.push_back(f.size());
+		HapsS.push_back(f[0].size());
+		total += f.size() * f[0].size();
+	}
+	Haps = chaplotype(total);
+	for (int k = 0 ; k < S ; k ++) {
+		const std::vector < std::vector < bool > > & f = M.F[order[k]];
+		for (unsigned int h = 0 ; h < f.size() ; h ++) for (unsigned int i = 0 ; i < f[h].size() ; i ++)
+			if (f[h][i]) Haps.set(HapsI[k] + h * HapsS[k] + i, true);
+	}
+
+	// Transitions anew: every surviving state of a cut to every surviving state of the next.
+	// A state is keyed by its fragment indices, an unordered pair by its sorted pair.
+	std::vector < std::set < int > > keys(S + 2);
+	keys[0].insert(0);
+	keys[S + 1].insert(0);
+	for (int k = 0 ; k < S ; k ++) {
+		const std::vector < unsigned char > & bytes = M.T[order[k]];
+		for (unsigned int t = 0 ; t < bytes.size() ; t += n) {
+			int key = 0;
+			if (M.unordered) key = std::min(bytes[t] >> 4, bytes[t + 1] >> 4) * 16 + std::max(bytes[t] >> 4, bytes[t + 1] >> 4);
+			else for (int j = 0 ; j < n ; j ++) key += (bytes[t + j] >> 4) << (4 * j);
+			keys[k + 1].insert(key);
+		}
+	}
+	std::vector < std::vector < std::vector < int > > > groups(S + 1, std::vector < std::vector < int > > (2 * n));
+	unsigned int n_trans = 0;
+	for (int k = 0 ; k <= S ; k ++) {
+		std::vector < std::vector < int > > & t = groups[k];
+		for (int a : keys[k]) for (int b : keys[k + 1]) {
+			if (M.unordered) {
+				const int a1 = a >> 4, a2 = a & 15, b1 = b >> 4, b2 = b & 15;
+				t[0].push_back(a1); t[1].push_back(b1); t[2].push_back(a2); t[3].push_back(b2);
+				if (b1 != b2 && a1 != a2) {
+					t[0].push_back(a1); t[1].push_back(b2); t[2].push_back(a2); t[3].push_back(b1);
+				}
+			} else for (int j = 0 ; j < n ; j ++) {
+				t[2 * j].push_back((a >> (4 * j)) & 15);
+				t[2 * j + 1].push_back((b >> (4 * j)) & 15);
+			}
+		}
+		n_trans += t[0].size();
+	}
+	probsI.reserve(S + 1);
+	probsC.reserve(S + 1);
+	probs.reserve(n_trans);
+	trans.reserve(n_trans * n);
+	for (std::vector < std::vector < int > > & t : groups) pushTrans(t);
+
+	// Ambiguity anew: pruning may have resolved sites. An unordered or scaffolded pair may use
+	// any fragment of a segment on either track; other units use per track the fragments
+	// that the entering group leads to.
+	std::vector < bool > ambs(Ambs.size(), false);
+	for (int s = 0, offset = 0 ; s < S ; offset += HapsS[s ++]) {
+		std::vector < std::vector < bool > > used(n, std::vector < bool > (HapsC[s], n == 2));
+		if (n != 2) for (unsigned int t = probsI[s] ; t < probsI[s] + probsC[s] ; t ++)
+			for (int j = 0 ; j < n ; j ++) used[j][trans[t * n + j] >> 4] = true;
+		for (unsigned int i = 0 ; i < HapsS[s] ; i ++) for (int j = 0 ; j < n && !ambs[offset + i] ; j ++) {
+			int first = -1;
+			for (unsigned int h = 0 ; h < HapsC[s] ; h ++) if (used[j][h]) {
+				if (first < 0) first = getA(s, h, i);
+				else if (getA(s, h, i) != first) ambs[offset + i] = true;
+			}
+		}
+	}
+	Ambs.swap(ambs);
+}
+
+int genotype_graph::consolide(std::vector < bool > & keep) {
+	int count = 0;
+	for (unsigned int g = 0 ; g + 1 < probsC.size() ; g ++) {
+		const unsigned int f0 = probsI[g], l0 = f0 + probsC[g], f1 = probsI[g + 1], l1 = f1 + probsC[g + 1];
+		for (unsigned int k = f0 ; k < l0 ; k ++) if (keep[k]) {
+			bool linked_on = false;
+			for (unsigned int m = f1 ; m < l1 && !linked_on ; m ++) linked_on = keep[m] && linked(k * type, m * type);
+			if (!linked_on) {
+				const int best = maxN(g + 1, k * type);
+				sorvane_assert(best >= 0);
+				keep[best] = true;
+				count ++;
+			}
+		}
+		for (unsigned int m = f1 ; m < l1 ; m ++) if (keep[m]) {
+			bool linked_on = false;
+			for (unsigned int k = f0 ; k < l0 && !linked_on ; k ++) linked_on = keep[k] && linked(k * type, m * type);
+			if (!linked_on) {
+				const int best = maxP(g, m * type);
+				sorvane_assert(best >= 0);
+				keep[best] = true;
+				count ++;
+			}
+		}
+	}
+	return count;
+}
+
+// Transitions sharing their previous-side state form one class; within each class the
+// weights become conditional on that state, uniform for a class without mass.
+void genotype_graph::join2cond() {
+	std::vector < int > first, member;
+	std::vector < double > sum;
+	for (unsigned int g = 0 ; g < probsC.size() ; g ++) {
+		first.clear();
+		member.clear();
+		for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++) {
+			unsigned int c = 0;
+			while (c < first.size() && !equalP(first[c] * type, t * type)) c ++;
+			if (c == first.size()) first.push_back(t);
+			member.push_back(c);
+		}
+		sum.assign(first.size(), 0.0);
+		std::vector < int > size(first.size(), 0);
+		for (unsigned int k = 0 ; k < member.size() ; k ++) {
+			sum[member[k]] += probs[probsI[g] + k];
+			size[member[k]] ++;
+		}
+		for (unsigned int k = 0 ; k < member.size() ; k ++) {
+			const int c = member[k];
+			probs[probsI[g] + k] = (float)((sum[c] != 0.0) ? probs[probsI[g] + k] / sum[c] : 1.0 / size[c]);
+		}
+	}
+}
+
+// Per track and group, the product of the fragments used on the previous side and those
+// used on the next side: deliberately wider than the transitions themselves.
+void genotype_graph::mask(std::vector < std::vector < std::vector < std::vector < bool > > > > & masks) {
+	const unsigned int n_groups = probsC.size();
+	masks.resize(type);
+	for (int j = 0 ; j < type ; j ++) {
+		masks[j].resize(n_groups);
+		for (unsigned int g = 0 ; g < n_groups ; g ++) {
+			const int rows = (g == 0) ? 1 : HapsC[g - 1], cols = (g + 1 == n_groups) ? 1 : HapsC[g];
+			bool lo[16] = { false }, hi[16] = { false };
+			for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++) {
+				lo[trans[t * type + j] & 15] = true;
+				hi[trans[t * type + j] >> 4] = true;
+			}
+			masks[j][g].assign(rows, std::vector < bool > (cols, false));
+			for (int r = 0 ; r < rows ; r ++) if (lo[r]) for (int c = 0 ; c < cols ; c ++) masks[j][g][r][c] = hi[c];
+		}
+	}
+}
+
+// Random windows of about `window` base pairs over `length`: the segments are cut at random
+// into pieces of at least m segments, neighbouring pieces sharing two segments.
+void genotype_graph::cluster(int length, int window, std::vector < int > & start, std::vector < int > & stop, std::vector < int > & segStart, std::vector < int > & segStop) {
+	const int q = std::max(length / window, 1);
+	const int m = std::max((int)HapsS.size() / q, 2);
+	std::vector < std::vector < int > > list;
+	for (int s = 0, offset = 0 ; s < (int)HapsS.size() ; offset += HapsS[s ++]) list.push_back({ s, offset, offset + (int)HapsS[s] - 1 });
+	std::vector < std::vector < std::vector < int > > > windows;
+	autils::decompose(m, list, windows);
+	start.clear();
+	stop.clear();
+	segStart.clear();
+	segStop.clear();
+	for (const std::vector < std::vector < int > > & w : windows) {
+		segStart.push_back(w.front()[0]);
+		start.push_back(w.front()[1]);
+		segStop.push_back(w.back()[0]);
+		stop.push_back(w.back()[2]);
+	}
+}
+
+// Windows between consecutive site indices of `breaks`, widened to whole segments.
+void genotype_graph::cluster(std::vector < int > & breaks, std::vector < int > & start, std::vector < int > & stop, std::vector < int > & segStart, std::vector < int > & segStop) {
+	std::vector < int > first(HapsS.size() + 1, 0);
+	for (unsigned int s = 0 ; s < HapsS.size() ; s ++) first[s + 1] = first[s] + HapsS[s];
+	start.clear();
+	stop.clear();
+	segStart.clear();
+	segStop.clear();
+	for (unsigned int i = 1 ; i < breaks.size() ; i ++) {
+		const int idx_a = getB(breaks[i - 1]), idx_b = getB(breaks[i]);
+		sorvane_assert(idx_a >= 0);
+		sorvane_assert(idx_b >= 0);
+		segStart.push_back(idx_a);
+		start.push_back(first[idx_a]);
+		segStop.push_back(idx_b);
+		stop.push_back(first[idx_b + 1] - 1);
+	}
+}
