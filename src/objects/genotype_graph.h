@@ -74,6 +74,14 @@ public:
 	void buildGuesses(std::vector < chaplotype > & H, std::vector < int > & indexes, std::vector < int > & path);
 	void buildGuesses(std::vector < std::vector < bool > > & out, std::vector < int > & path, int first, int last);
 
+	// Pruning and merging of segments, and the windows and masks of the models.
+	void pruneAndMerge(double threshold);
+	int consolide(std::vector < bool > & keep);
+	void join2cond();
+	void mask(std::vector < std::vector < std::vector < std::vector < bool > > > > & masks);
+	void cluster(int length, int window, std::vector < int > & start, std::vector < int > & stop, std::vector < int > & segStart, std::vector < int > & segStop);
+	void cluster(std::vector < int > & breaks, std::vector < int > & start, std::vector < int > & stop, std::vector < int > & segStart, std::vector < int > & segStop);
+
 private:
 	// Tracks of an unrelated graph without scaffold form unordered pairs.
 	bool unordered() const { return type == 2 && !scaffolded; }
