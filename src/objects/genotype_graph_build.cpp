@@ -128,23 +128,36 @@ static void addTransition(std::vector < std::vector < int > > & t, const std::ve
 	}
 }
 
-// Pushes the closed segments and the transitions between their states: the full product of
-// the states of neighbouring segments, and for unordered pairs whose fragments differ on
-// both sides a second, crossed transition that holds the other relative phase. Every
-// vector is sized exactly before it is filled.
-void genotype_graph::pushChain(std::vector < std::vector < std::vector < bool > > > & segHaps, std::vector < std::vector < std::vector < int > > > & segStates) {
-	unsigned int S = segHaps.size(), bits = 0, rows = 0;
-	const std::vector < int > ends(type, 0);
-	std::vector < std::vector < std::vector < int > > > groups(S + 1, std::vector < std::vector < int > > (2 * type));
-	for (const std::vector < int > & q : segStates[0]) addTransition(groups[0], ends, q, false);
-	for (unsigned int s = 0 ; s + 1 < S ; s ++) for (const std::vector < int > & p : segStates[s]) for (const std::vector < int > & q : segStates[s + 1]) {
-		addTransition(groups[s + 1], p, q, false);
-		if (unordered() && p[0] != p[1] && q[0] != q[1]) addTransition(groups[s + 1], p, q, true);
+// Fills the columns of t with the transitions from the states P of one segment to the states
+// Q of the next: their full product, and with `crossing`, for pairs whose fragments differ
+// on both sides, a second, crossed transition that holds the other relative phase of the
+// two segments.
+static void makeGroup(const std::vector < std::vector < int > > & P, const std::vector < std::vector < int > > & Q, bool crossing, std::vector < std::vector < int > > & t) {
+	for (std::vector < int > & column : t) column.clear();
+	for (const std::vector < int > & p : P) for (const std::vector < int > & q : Q) {
+		addTransition(t, p, q, false);
+		if (crossing && p[0] != p[1] && q[0] != q[1]) addTransition(t, p, q, true);
 	}
-	for (const std::vector < int > & p : segStates[S - 1]) addTransition(groups[S], p, ends, false);
+}
 
-	for (unsigned int s = 0 ; s < S ; s ++) bits += segHaps[s].size() * segHaps[s][0].size();
-	for (unsigned int g = 0 ; g <= S ; g ++) rows += groups[g][0].size();
+// The number of transitions that makeGroup makes, known before any is made.
+static unsigned int groupSize(const std::vector < std::vector < int > > & P, const std::vector < std::vector < int > > & Q, bool crossing) {
+	auto unequal = [](const std::vector < std::vector < int > > & X) {
+		return std::count_if(X.begin(), X.end(), [](const std::vector < int > & x) { return x[0] != x[1]; });
+	};
+	return P.size() * Q.size() + (crossing ? unequal(P) * unequal(Q) : 0);
+}
+
+// Pushes the closed segments and the groups of transitions between their states, the
+// virtual start and end having the one state of fragment 0 on every track. Every vector is
+// sized exactly before it is filled.
+void genotype_graph::pushChain(std::vector < std::vector < std::vector < bool > > > & segHaps, std::vector < std::vector < std::vector < int > > > & segStates) {
+	int S = segHaps.size();
+	unsigned int bits = 0, rows = 0;
+	const std::vector < std::vector < int > > ends(1, std::vector < int > (type, 0));
+	auto side = [&](int s) -> const std::vector < std::vector < int > > & { return (s < 0 || s >= S) ? ends : segStates[s]; };
+	for (int s = 0 ; s < S ; s ++) bits += segHaps[s].size() * segHaps[s][0].size();
+	for (int g = 0 ; g <= S ; g ++) rows += groupSize(side(g - 1), side(g), unordered());
 	Haps.data.reserve((bits + 7) / 8);
 	HapsI.reserve(S);
 	HapsC.reserve(S);
@@ -153,8 +166,13 @@ void genotype_graph::pushChain(std::vector < std::vector < std::vector < bool > 
 	probsC.reserve(S + 1);
 	probs.reserve(rows);
 	trans.reserve(rows * type);
-	for (unsigned int s = 0 ; s < S ; s ++) pushHaps(segHaps[s]);
-	for (unsigned int g = 0 ; g <= S ; g ++) pushTrans(groups[g]);
+	for (int s = 0 ; s < S ; s ++) pushHaps(segHaps[s]);
+	std::vector < std::vector < int > > t(2 * type);
+	for (int g = 0 ; g <= S ; g ++) {
+		makeGroup(side(g - 1), side(g), unordered(), t);
+		pushTrans(t);
+	}
+	sorvane_assert(probs.size() == rows);
 }
 
 int genotype_graph::buildHap(std::vector < bool > & G0, std::vector < bool > & M) {
