@@ -11,30 +11,27 @@
 namespace graphtest {
 
 // The first broken invariant of a freshly built graph over n_sites sites, "" if none:
-// counters, sizes and exact capacities, fragment and state limits, nibble ranges, and
-// no transition without a successor or a predecessor.
+// counters, exact capacities, fragment and state limits, nibble ranges, no dead end.
 inline std::string fault(const genotype_graph & g, int n_sites) {
-	const unsigned int n = g.type, S = g.HapsS.size();
-	if (S == 0 || g.probsI.size() != S + 1 || g.probsC.size() != S + 1 || g.HapsI.size() != S || g.HapsC.size() != S) return "counter sizes";
-	if (g.probs.size() * n != g.trans.size()) return "probs and trans sizes";
+	const unsigned int n = g.type, S = g.HapsS.size(), limit = (n == 2 && !g.scaffolded) ? 10 : 32;
+	if (S == 0 || g.probsI.size() != S + 1 || g.probsC.size() != S + 1 || g.HapsI.size() != S || g.HapsC.size() != S || g.probs.size() * n != g.trans.size()) return "sizes";
 	if (g.trans.capacity() != g.trans.size() || g.probs.capacity() != g.probs.size() || g.probsI.capacity() != S + 1 || g.probsC.capacity() != S + 1
-		|| g.HapsI.capacity() != S || g.HapsC.capacity() != S || g.HapsS.capacity() != S || g.Haps.data.capacity() != g.Haps.data.size()) return "inexact capacity";
-	unsigned int sites = 0, limit = (n == 2 && !g.scaffolded) ? 10 : 32;
+		|| g.HapsI.capacity() != S || g.HapsC.capacity() != S || g.HapsS.capacity() != S || g.Haps.data.capacity() != g.Haps.data.size()) return "capacities";
+	unsigned int sites = 0, bits = 0;
 	for (unsigned int s = 0 ; s < S ; s ++) {
-		if (g.HapsI[s] != (s ? g.HapsI[s - 1] + g.HapsC[s - 1] * g.HapsS[s - 1] : 0)) return "HapsI at " + std::to_string(s);
-		if (g.HapsC[s] < 1 || g.HapsC[s] > 8 || g.HapsS[s] < 1) return "HapsC or HapsS at " + std::to_string(s);
+		if (g.HapsI[s] != bits || g.HapsC[s] < 1 || g.HapsC[s] > 8) return "segment " + std::to_string(s);
 		sites += g.HapsS[s];
+		bits += g.HapsC[s] * g.HapsS[s];
 	}
-	if ((int)sites != n_sites || (int)g.Ambs.size() != n_sites || (int)g.Miss.size() != n_sites) return "site counts";
-	if ((unsigned int)g.Haps.size() != g.HapsI[S - 1] + g.HapsC[S - 1] * g.HapsS[S - 1]) return "Haps size";
+	if ((int)sites != n_sites || (int)g.Ambs.size() != n_sites || (int)g.Miss.size() != n_sites || g.Haps.size() != (int)bits) return "sites";
 	for (unsigned int k = 0 ; k <= S ; k ++) {
-		if (g.probsI[k] != (k ? g.probsI[k - 1] + g.probsC[k - 1] : 0) || g.probsC[k] == 0) return "probsI or probsC at " + std::to_string(k);
+		if (g.probsI[k] != (k ? g.probsI[k - 1] + g.probsC[k - 1] : 0) || g.probsC[k] == 0) return "group " + std::to_string(k);
 		std::set < std::vector < int > > states;
 		for (unsigned int t = g.probsI[k] ; t < g.probsI[k] + g.probsC[k] ; t ++) {
 			std::vector < int > previous;
 			for (unsigned int j = 0 ; j < n ; j ++) {
 				int lo = g.trans[t * n + j] & 15, hi = g.trans[t * n + j] >> 4;
-				if (lo >= (k ? (int)g.HapsC[k - 1] : 1) || hi >= (k < S ? (int)g.HapsC[k] : 1)) return "nibble out of range in group " + std::to_string(k);
+				if (lo >= (k ? (int)g.HapsC[k - 1] : 1) || hi >= (k < S ? (int)g.HapsC[k] : 1)) return "nibble in group " + std::to_string(k);
 				previous.push_back(lo);
 			}
 			states.insert(previous);
@@ -43,30 +40,20 @@ inline std::string fault(const genotype_graph & g, int n_sites) {
 			for (unsigned int u = k ? g.probsI[k - 1] : 0 ; !prior && u < g.probsI[k - 1] + g.probsC[k - 1] ; u ++) prior = g.linked(u * n, t * n);
 			if (!next || !prior) return "dead end in group " + std::to_string(k);
 		}
-		if (states.size() > limit) return "too many states in segment " + std::to_string(k - 1);
+		if (states.size() > limit) return "states of segment " + std::to_string(k - 1);
 	}
 	return "";
 }
 
-// Every field of a graph, for comparing whole graphs.
+// Every field of a graph: the header on the first line, the sample columns on the second.
 inline std::string dump(const genotype_graph & g) {
 	std::ostringstream s;
-	s << (int)g.type << " " << g.famID << " " << g.name << " " << g.index << " " << g.fname << " " << g.fmain << " " << g.findex
-		<< " " << g.mname << " " << g.mmain << " " << g.mindex << " " << g.scaffolded << " " << g.Haps.toString() << "\n";
-	for (const std::string & p : g.properties) s << p << ",";
-	for (const std::string & p : g.fproperties) s << p << ",";
-	for (const std::string & p : g.mproperties) s << p << ",";
-	for (unsigned char b : g.trans) s << " " << (int)b;
-	for (float p : g.probs) s << " " << p;
-	for (unsigned int x : g.probsI) s << " " << x;
-	for (unsigned int x : g.probsC) s << " " << x;
-	for (unsigned int x : g.HapsI) s << " " << x;
-	for (unsigned int x : g.HapsC) s << " " << x;
-	for (unsigned int x : g.HapsS) s << " " << x;
-	s << "\n";
-	for (bool b : g.Ambs) s << b;
-	for (bool b : g.Miss) s << b;
-	return s.str();
+	s << +g.type << " " << g.famID << " " << g.name << " " << g.index << " " << g.fname << " " << g.fmain << " " << g.findex
+		<< " " << g.mname << " " << g.mmain << " " << g.mindex << " " << g.scaffolded << "\n";
+	for (auto * p : { &g.properties, &g.fproperties, &g.mproperties }) for (const std::string & x : *p) s << x << ",";
+	auto all = [&](const auto & v) { s << "\n"; for (auto x : v) s << +x << ","; };
+	all(g.trans); all(g.probs); all(g.probsI); all(g.probsC); all(g.HapsI); all(g.HapsC); all(g.HapsS); all(g.Ambs); all(g.Miss);
+	return s.str() + "\n" + g.Haps.toString();
 }
 
 }
