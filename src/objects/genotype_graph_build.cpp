@@ -57,6 +57,16 @@ void getCandidate(std::vector < int > & c, int a0, int a1, int b0, int b1, int d
 		if (isCompatible((k >> 3) & 1, (k >> 2) & 1, (k >> 1) & 1, k & 1, a0 + a1, b0 + b1, d0 + d1)) c.push_back(k);
 }
 
+// The expand form of the state's number of tracks. A haploid state is its one fragment.
+static void expandState(std::vector < std::vector < bool > > & haps, std::vector < std::vector < bool > > & newHaps, std::vector < std::vector < int > > & index, std::vector < int > & state, std::vector < std::vector < int > > & newStates, const int * a) {
+	switch (state.size()) {
+	case 1: expandTracks(haps, newHaps, index, state, newStates, a); break;
+	case 2: expand(haps, newHaps, index, state, newStates, a[0], a[1]); break;
+	case 3: expand(haps, newHaps, index, state, newStates, a[0], a[1], a[2]); break;
+	default: expand(haps, newHaps, index, state, newStates, a[0], a[1], a[2], a[3]);
+	}
+}
+
 // Extends the segment by one site: every state by every allele combination of the site,
 // n per combination in `alleles`; combinations from `n_always` on only extend states whose
 // two fragments differ, since an unordered pair of equal fragments would make the same
@@ -75,7 +85,7 @@ static bool extendSegment(std::vector < std::vector < bool > > & haps, std::vect
 	for (unsigned int r = 0 ; r < haps.size() ; r ++) index[r][0] = index[r][1] = -1;
 	for (std::vector < int > & s : states)
 		for (int o = 0 ; o < n_options ; o ++)
-			if (o < n_always || s[0] != s[1]) expandTracks(haps, newHaps, index, s, newStates, &alleles[o * n]);
+			if (o < n_always || s[0] != s[1]) expandState(haps, newHaps, index, s, newStates, &alleles[o * n]);
 	if (newStates.size() >= max_states || newHaps.size() >= 9) return false;
 	haps.swap(newHaps);
 	states.swap(newStates);
@@ -227,8 +237,13 @@ int genotype_graph::buildFamily(std::vector < bool > ** A0, std::vector < bool >
 	int members = type - 1, n_sites = AM[0]->size(), errors = 0;
 	for (int k = 0 ; k < members ; k ++) sorvane_assert((int)A0[k]->size() == n_sites && (int)A1[k]->size() == n_sites && (int)AM[k]->size() == n_sites);
 	std::vector < int > candidates;
+	auto fill = [&](const int * g) {
+		if (members == 2) getCandidate(candidates, g[0], g[1], g[2], g[3]);
+		else getCandidate(candidates, g[0], g[1], g[2], g[3], g[4], g[5]);
+	};
 	buildSegments(n_sites, 33, [&](int l, std::vector < int > & alleles, bool & amb, bool & miss) {
 		int g[6];
+		const int unknown[6] = { -1, -1, -1, -1, -1, -1 };
 		miss = false;
 		for (int k = 0 ; k < members ; k ++) {
 			bool m = (*AM[k])[l];
@@ -237,12 +252,10 @@ int genotype_graph::buildFamily(std::vector < bool > ** A0, std::vector < bool >
 			g[2 * k + 1] = m ? -1 : (int)(*A1[k])[l];
 		}
 		candidates.clear();
-		if (members == 2) getCandidate(candidates, g[0], g[1], g[2], g[3]);
-		else getCandidate(candidates, g[0], g[1], g[2], g[3], g[4], g[5]);
+		fill(g);
 		if (candidates.empty()) {
 			errors ++;
-			if (members == 2) getCandidate(candidates, -1, -1, -1, -1);
-			else getCandidate(candidates, -1, -1, -1, -1, -1, -1);
+			fill(unknown);
 		}
 		amb = candidates.size() >= 2;
 		alleles.clear();
