@@ -106,8 +106,7 @@ TEST(genotype_graph_build, PathsSpellExactlyTheGenotypes) {
 		size_t product = 1;
 		int mendel = 0;
 		for (int l = 0 ; l < L ; l ++) {
-			int u[4], v[4];
-			for (int & a : u) a = putils::getRandom() < 0.3;
+			int u[4] = { putils::getRandom() < 0.3, putils::getRandom() < 0.3, putils::getRandom() < 0.3, putils::getRandom() < 0.3 }, v[4];
 			for (int k = 0 ; k < K ; k ++) {
 				AM[k][l] = putils::getRandom() < 0.12;
 				A0[k][l] = !AM[k][l] && u[members[kind][k][0]];
@@ -138,9 +137,7 @@ TEST(genotype_graph_build, PathsSpellExactlyTheGenotypes) {
 		SCOPED_TRACE("kind " + std::to_string(kind) + " round " + std::to_string(round));
 		ASSERT_EQ(fault(g, L), "");
 		EXPECT_EQ(errors, mendel);
-		for (int l = 0 ; l < L ; l ++) {
-			EXPECT_EQ(g.Ambs[l], options[l].size() > 1 || (kind == 2 && A0[0][l] != A1[0][l]));
-		}
+		for (int l = 0 ; l < L ; l ++) EXPECT_EQ(g.Ambs[l], options[l].size() > 1 || (kind == 2 && A0[0][l] != A1[0][l]));
 
 		auto spell = [&](const std::vector < int > & alleles) {
 			std::vector < std::string > t(n, std::string(L, '0'));

@@ -19,8 +19,6 @@ TEST(genotype_graph, HandMadeGraph) {
 	g.pushTrans(t2);
 	EXPECT_EQ(g.trans, bytes({ 0x00, 0x10, 0x00, 0x11, 0x10, 0x01, 0x00, 0x01 }));
 	EXPECT_EQ(g.probs.capacity(), 4u);
-	EXPECT_EQ(g.probsI, std::vector < unsigned int > ({ 0, 1, 3 }));
-	EXPECT_EQ(g.HapsI, std::vector < unsigned int > ({ 0, 4 }));
 	EXPECT_EQ(g.Haps.toString(), "011001");
 	EXPECT_EQ(g.getA(0, 1, 0) * 100 + g.getA(0, 1, 1) * 10 + g.getA(1, 1, 0), 101);
 	EXPECT_EQ(std::vector < int > ({ g.getB(-1), g.getB(1), g.getB(2), g.getB(3) }), std::vector < int > ({ -1, 0, 1, -1 }));
