@@ -139,7 +139,7 @@ void genotype_graph::pruneAndMerge(double threshold) {
 			if (keep[t]) M.T[g].insert(M.T[g].end(), trans.begin() + t * n, trans.begin() + (t + 1) * n);
 		M.C[g] = distinctBytes(M.T[g]);
 		M.prev[g] = g - 1;
-		M.next[g] = g + 1;
+		M.next[g] = (g + 1 < n_groups) ? g + 1 : -1;
 	}
 	M.F.resize(n_segments);
 	M.A.assign(n_segments, 0);
@@ -175,6 +175,7 @@ void genotype_graph::pruneAndMerge(double threshold) {
 		HapsS.push_back(f[0].size());
 		total += f.size() * f[0].size();
 	}
+	Haps.clear();
 	Haps = chaplotype(total);
 	for (int k = 0 ; k < S ; k ++) {
 		const std::vector < std::vector < bool > > & f = M.F[order[k]];
