@@ -139,6 +139,9 @@ TEST(cli_phase_options, SampleCountWithoutPanel) {
 	r = runSorvane(vcf + "--include-ind ten", d.path);
 	EXPECT_FALSE(has(r.out, stop)) << r.out;
 	EXPECT_TRUE(has(d.read("log.log"), "  * 10 samples included\n")) << d.read("log.log");
+	// Set-up goes as far as the graphs, one per unrelated sample.
+	EXPECT_TRUE(has(d.read("log.log"), "  * 10 graphs / ")) << d.read("log.log");
+	EXPECT_TRUE(has(d.read("log.log"), "  * 0 haploids / 10 unrelateds / 0 duos / 0 trios\n")) << d.read("log.log");
 	r = runSorvane(vcf + "--include-ind nine --input-ref " + E + "/reference.haplotypes " + E + "/reference.legend " + E + "/reference.samples", d.path);
 	EXPECT_FALSE(has(r.out, stop)) << r.out;
 	EXPECT_TRUE(has(d.read("log.log"), "  * 200 reference haplotypes included\n")) << d.read("log.log");

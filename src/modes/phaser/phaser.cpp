@@ -2,6 +2,7 @@
 #include "input/genotype_checker.h"
 #include "input/genotype_reader.h"
 #include "input/reference_reader.h"
+#include "modules/builder.h"
 #include "utils/futils.h"
 #include "utils/lfile.h"
 #include "utils/sutils.h"
@@ -203,5 +204,11 @@ void phaser::read_files_and_initialise() {
 	checkerG.checkGenotypeData();
 	std::vector < std::map < std::string, int > > units;
 	checkerG.order(units);
-	LOG.error("The -phase mode is not available in this build yet: graph building and the models come next");
+
+	builder B(readerG, units, T);
+	B.build();
+	GH.initialise(B.vecG, readerG.sites);
+	if (options.count("input-ref")) GH.initialise(readerR, options.count("chrX") > 0);
+	GH.summarise();
+	LOG.error("The -phase mode is not available in this build yet: the graphs are built, the sampler and the models come next");
 }

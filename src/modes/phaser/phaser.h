@@ -1,6 +1,8 @@
 #ifndef _PHASER_H
 #define _PHASER_H
 
+#include "containers/genhap_set/genhap_set.h"
+#include "models/hmm_parameters.h"
 #include "modes/sorvane.h"
 
 #include <string>
@@ -9,6 +11,8 @@
 // The phasing mode.
 class phaser : public sorvane {
 public:
+	genhap_set GH;
+	hmm_parameters hmm;
 	bool model_version1;
 	bool predefined_states;
 	// Header lines of the SAMPLE file, kept for the output once the readers are gone.
