@@ -132,7 +132,7 @@ TEST(cli_phase_options, SampleCountWithoutPanel) {
 	}
 	d.write("nine", nine);
 	d.write("ten", ten);
-	const std::string vcf = "--input-vcf " + E + "/cohort.vcf.gz --output-max out -L log ";
+	const std::string vcf = "--input-vcf " + E + "/cohort.vcf.gz --output-max out -L log --force ";
 	RunResult r = runSorvane(vcf + "--include-ind nine", d.path);
 	EXPECT_EQ(r.status, 1);
 	EXPECT_TRUE(has(r.out, stop)) << r.out;
