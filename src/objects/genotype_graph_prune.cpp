@@ -108,83 +108,62 @@ void merge(merge_lists & M, int G) {
 	M.prev[N] = P;
 }
 
-}
-
-void genotype_graph::pruneAndMerge(double threshold) {
-	normalize();
-	sort();
-	const int n = type, n_groups = probsC.size(), n_segments = HapsS.size();
-
-	// The most probable transitions of each group up to the threshold mass, the one that
-	// crosses it included, then whatever keeps the kept set free of dead ends.
-	std::vector < bool > keep(probs.size(), false);
-	for (int g = 0 ; g < n_groups ; g ++) {
-		double mass = 0.0;
-		for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] && mass <= threshold ; t ++) {
-			keep[t] = true;
-			mass += probs[t];
-		}
-	}
-	while (consolide(keep) > 0);
-
-	merge_lists M;
+// The working lists of a graph whose kept transitions are flagged in `keep`.
+void toLists(const genotype_graph & g, bool unordered, const std::vector < bool > & keep, merge_lists & M) {
+	const int n = g.type, n_groups = g.probsC.size(), n_segments = g.HapsS.size();
 	M.n = n;
-	M.unordered = unordered();
+	M.unordered = unordered;
 	M.T.resize(n_groups);
 	M.C.resize(n_groups);
 	M.prev.resize(n_groups);
 	M.next.resize(n_groups);
-	for (int g = 0 ; g < n_groups ; g ++) {
-		for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++)
-			if (keep[t]) M.T[g].insert(M.T[g].end(), trans.begin() + t * n, trans.begin() + (t + 1) * n);
-		M.C[g] = distinctBytes(M.T[g]);
-		M.prev[g] = g - 1;
-		M.next[g] = (g + 1 < n_groups) ? g + 1 : -1;
+	for (int k = 0 ; k < n_groups ; k ++) {
+		for (unsigned int t = g.probsI[k] ; t < g.probsI[k] + g.probsC[k] ; t ++)
+			if (keep[t]) M.T[k].insert(M.T[k].end(), g.trans.begin() + t * n, g.trans.begin() + (t + 1) * n);
+		M.C[k] = distinctBytes(M.T[k]);
+		M.prev[k] = k - 1;
+		M.next[k] = (k + 1 < n_groups) ? k + 1 : -1;
 	}
 	M.F.resize(n_segments);
 	M.A.assign(n_segments, 0);
-	for (int s = 0, offset = 0 ; s < n_segments ; offset += HapsS[s ++]) {
-		M.F[s].assign(HapsC[s], std::vector < bool > (HapsS[s]));
-		for (unsigned int h = 0 ; h < HapsC[s] ; h ++) for (unsigned int i = 0 ; i < HapsS[s] ; i ++) M.F[s][h][i] = getA(s, h, i);
-		for (unsigned int i = 0 ; i < HapsS[s] ; i ++) M.A[s] += Ambs[offset + i];
+	for (int s = 0, offset = 0 ; s < n_segments ; offset += g.HapsS[s ++]) {
+		M.F[s].assign(g.HapsC[s], std::vector < bool > (g.HapsS[s]));
+		for (unsigned int h = 0 ; h < g.HapsC[s] ; h ++) for (unsigned int i = 0 ; i < g.HapsS[s] ; i ++) M.F[s][h][i] = g.getA(s, h, i);
+		for (unsigned int i = 0 ; i < g.HapsS[s] ; i ++) M.A[s] += g.Ambs[offset + i];
 	}
+}
 
-	const unsigned int limit = (type > 2 || scaffolded) ? 32 : 10;
-	for (int G = bestGroup(M, limit) ; G >= 0 ; G = bestGroup(M, limit)) merge(M, G);
-
-	// Segments anew, with exact capacities.
-	std::vector < int > order;
-	for (int g = 0 ; g >= 0 ; g = M.next[g]) order.push_back(g);
+// Segments anew from the fragments of the nodes in `order`, with exact capacities.
+void rebuildSegments(genotype_graph & g, const merge_lists & M, const std::vector < int > & order) {
 	const int S = order.size() - 1;
-	std::vector < unsigned char > ().swap(trans);
-	std::vector < float > ().swap(probs);
-	std::vector < float > ().swap(likes);
-	std::vector < unsigned int > ().swap(probsI);
-	std::vector < unsigned int > ().swap(probsC);
-	std::vector < unsigned int > ().swap(HapsI);
-	std::vector < unsigned int > ().swap(HapsC);
-	std::vector < unsigned int > ().swap(HapsS);
-	HapsI.reserve(S);
-	HapsC.reserve(S);
-	HapsS.reserve(S);
+	std::vector < unsigned int > ().swap(g.HapsI);
+	std::vector < unsigned int > ().swap(g.HapsC);
+	std::vector < unsigned int > ().swap(g.HapsS);
+	g.HapsI.reserve(S);
+	g.HapsC.reserve(S);
+	g.HapsS.reserve(S);
 	unsigned int total = 0;
 	for (int k = 0 ; k < S ; k ++) {
 		const std::vector < std::vector < bool > > & f = M.F[order[k]];
-		HapsI.push_back(total);
-		HapsC.push_back(f.size());
-		HapsS.push_back(f[0].size());
+		g.HapsI.push_back(total);
+		g.HapsC.push_back(f.size());
+		g.HapsS.push_back(f[0].size());
 		total += f.size() * f[0].size();
 	}
-	Haps.clear();
-	Haps = chaplotype(total);
+	g.Haps.clear();
+	g.Haps = chaplotype(total);
 	for (int k = 0 ; k < S ; k ++) {
 		const std::vector < std::vector < bool > > & f = M.F[order[k]];
 		for (unsigned int h = 0 ; h < f.size() ; h ++) for (unsigned int i = 0 ; i < f[h].size() ; i ++)
-			if (f[h][i]) Haps.set(HapsI[k] + h * HapsS[k] + i, true);
+			if (f[h][i]) g.Haps.set(g.HapsI[k] + h * g.HapsS[k] + i, true);
 	}
+}
 
-	// Transitions anew: every surviving state of a cut to every surviving state of the next.
-	// A state is keyed by its fragment indices, an unordered pair by its sorted pair.
+// Transitions anew: every surviving state of a cut to every surviving state of the next,
+// so that pruning acts on states rather than on pairs of states. A state is keyed by its
+// fragment indices, those of an unordered pair sorted.
+void rebuildTransitions(genotype_graph & g, const merge_lists & M, const std::vector < int > & order) {
+	const int n = g.type, S = order.size() - 1;
 	std::vector < std::set < int > > keys(S + 2);
 	keys[0].insert(0);
 	keys[S + 1].insert(0);
@@ -215,29 +194,65 @@ void genotype_graph::pruneAndMerge(double threshold) {
 		}
 		n_trans += t[0].size();
 	}
-	probsI.reserve(S + 1);
-	probsC.reserve(S + 1);
-	probs.reserve(n_trans);
-	trans.reserve(n_trans * n);
-	for (std::vector < std::vector < int > > & t : groups) pushTrans(t);
+	std::vector < unsigned char > ().swap(g.trans);
+	std::vector < float > ().swap(g.probs);
+	std::vector < float > ().swap(g.likes);
+	std::vector < unsigned int > ().swap(g.probsI);
+	std::vector < unsigned int > ().swap(g.probsC);
+	g.probsI.reserve(S + 1);
+	g.probsC.reserve(S + 1);
+	g.probs.reserve(n_trans);
+	g.trans.reserve(n_trans * n);
+	for (std::vector < std::vector < int > > & t : groups) g.pushTrans(t);
+}
 
-	// Ambiguity anew: pruning may have resolved sites. An unordered or scaffolded pair may use
-	// any fragment of a segment on either track; other units use per track the fragments
-	// that the entering group leads to.
-	std::vector < bool > ambs(Ambs.size(), false);
-	for (int s = 0, offset = 0 ; s < S ; offset += HapsS[s ++]) {
-		std::vector < std::vector < bool > > used(n, std::vector < bool > (HapsC[s], n == 2));
-		if (n != 2) for (unsigned int t = probsI[s] ; t < probsI[s] + probsC[s] ; t ++)
-			for (int j = 0 ; j < n ; j ++) used[j][trans[t * n + j] >> 4] = true;
-		for (unsigned int i = 0 ; i < HapsS[s] ; i ++) for (int j = 0 ; j < n && !ambs[offset + i] ; j ++) {
+// Ambiguity anew, as pruning may have resolved sites. A pair may carry any fragment of a
+// segment on either track; other units per track the fragments that the entering group
+// leads to.
+void recomputeAmbs(genotype_graph & g) {
+	const int n = g.type;
+	std::vector < bool > ambs(g.Ambs.size(), false);
+	for (unsigned int s = 0, offset = 0 ; s < g.HapsS.size() ; offset += g.HapsS[s ++]) {
+		std::vector < std::vector < bool > > used(n, std::vector < bool > (g.HapsC[s], n == 2));
+		if (n != 2) for (unsigned int t = g.probsI[s] ; t < g.probsI[s] + g.probsC[s] ; t ++)
+			for (int j = 0 ; j < n ; j ++) used[j][g.trans[t * n + j] >> 4] = true;
+		for (unsigned int i = 0 ; i < g.HapsS[s] ; i ++) for (int j = 0 ; j < n && !ambs[offset + i] ; j ++) {
 			int first = -1;
-			for (unsigned int h = 0 ; h < HapsC[s] ; h ++) if (used[j][h]) {
-				if (first < 0) first = getA(s, h, i);
-				else if (getA(s, h, i) != first) ambs[offset + i] = true;
+			for (unsigned int h = 0 ; h < g.HapsC[s] ; h ++) if (used[j][h]) {
+				if (first < 0) first = g.getA(s, h, i);
+				else if (g.getA(s, h, i) != first) ambs[offset + i] = true;
 			}
 		}
 	}
-	Ambs.swap(ambs);
+	g.Ambs.swap(ambs);
+}
+
+}
+
+void genotype_graph::pruneAndMerge(double threshold) {
+	normalize();
+	sort();
+	// The most probable transitions of each group up to the threshold mass, the one that
+	// crosses it included, then whatever keeps the kept set free of dead ends.
+	std::vector < bool > keep(probs.size(), false);
+	for (unsigned int k = 0 ; k < probsC.size() ; k ++) {
+		double mass = 0.0;
+		for (unsigned int t = probsI[k] ; t < probsI[k] + probsC[k] && mass <= threshold ; t ++) {
+			keep[t] = true;
+			mass += probs[t];
+		}
+	}
+	while (consolide(keep) > 0);
+
+	merge_lists M;
+	toLists(*this, unordered(), keep, M);
+	const unsigned int limit = (type > 2 || scaffolded) ? 32 : 10;
+	for (int G = bestGroup(M, limit) ; G >= 0 ; G = bestGroup(M, limit)) merge(M, G);
+	std::vector < int > order;
+	for (int k = 0 ; k >= 0 ; k = M.next[k]) order.push_back(k);
+	rebuildSegments(*this, M, order);
+	rebuildTransitions(*this, M, order);
+	recomputeAmbs(*this);
 }
 
 int genotype_graph::consolide(std::vector < bool > & keep) {
