@@ -3,6 +3,7 @@
 #include "utils/autils.h"
 
 #include <algorithm>
+#include <array>
 #include <set>
 
 namespace {
@@ -10,9 +11,16 @@ namespace {
 // Working form of a graph during merging. Node g stands for group g and, but for the
 // last node, for segment g too; merging group G unlinks node G, that is G and its right
 // segment, in constant time.
+//
+// The group to merge is the last record of a left to right scan over the inner groups, a
+// record having fewer distinct transitions (c) than the one before and no more ambiguous
+// sites (a) over its two segments. Since a mergeable group has c below 9 and a below 22, a
+// segment tree over the nodes keeps, per value of c, the least a in each range: each record
+// is then found in logarithmic time instead of a walk over all groups after every merge.
 struct merge_lists {
 	int n;
 	bool unordered;
+	unsigned int limit;
 	// Per group: the bytes of its kept transitions, and the number of distinct byte values.
 	std::vector < std::vector < unsigned char > > T;
 	std::vector < int > C;
@@ -20,7 +28,12 @@ struct merge_lists {
 	std::vector < std::vector < std::vector < bool > > > F;
 	std::vector < int > A;
 	std::vector < int > prev, next;
+	// Heap-ordered tree over `leaves` slots; 255 where no group of the range has that c.
+	int leaves;
+	std::vector < std::array < unsigned char, 8 > > tree;
 };
+
+const unsigned char NONE = 255;
 
 int distinctBytes(const std::vector < unsigned char > & bytes) {
 	bool seen[256] = { false };
@@ -32,18 +45,44 @@ int distinctBytes(const std::vector < unsigned char > & bytes) {
 	return c;
 }
 
-// The inner group to merge next, or -1. Left to right, a group replaces the best so far
-// only with fewer distinct transitions and no more ambiguous sites over its two segments.
-int bestGroup(const merge_lists & M, unsigned int limit) {
-	const int last = M.T.size() - 1;
-	int best = -1, best_c = 1000000000, best_a = 1000000000;
-	for (int g = M.next[0] ; g != last ; g = M.next[g]) {
-		int c = M.C[g], a = M.A[M.prev[g]] + M.A[g];
-		if (c < 9 && c < best_c && M.T[g].size() <= limit && a < 22 && a <= best_a) {
-			best = g;
-			best_c = c;
-			best_a = a;
-		}
+// Records in the tree whether group g may be merged, and with which c and a.
+void refresh(merge_lists & M, int g) {
+	int x = M.leaves + g;
+	M.tree[x].fill(NONE);
+	if (M.prev[g] >= 0 && M.next[g] >= 0) {
+		const int c = M.C[g], a = M.A[M.prev[g]] + M.A[g];
+		if (c < 9 && M.T[g].size() <= M.limit && a < 22) M.tree[x][c - 1] = a;
+	}
+	for (x /= 2 ; x >= 1 ; x /= 2) for (int c = 0 ; c < 8 ; c ++) M.tree[x][c] = std::min(M.tree[2 * x][c], M.tree[2 * x + 1][c]);
+}
+
+void buildTree(merge_lists & M) {
+	M.leaves = 1;
+	while (M.leaves < (int)M.T.size()) M.leaves *= 2;
+	M.tree.assign(2 * M.leaves, std::array < unsigned char, 8 > ());
+	for (std::array < unsigned char, 8 > & x : M.tree) x.fill(NONE);
+	for (unsigned int g = 0 ; g < M.T.size() ; g ++) refresh(M, g);
+}
+
+// The first group after `after`, within the slots lo .. hi - 1 of tree node x, with c below
+// max_c and a at most max_a; -1 if none.
+int firstRecord(const merge_lists & M, int x, int lo, int hi, int after, int max_c, int max_a) {
+	if (hi <= after + 1) return -1;
+	bool fits = false;
+	for (int c = 1 ; c < max_c && !fits ; c ++) fits = M.tree[x][c - 1] <= max_a;
+	if (!fits) return -1;
+	if (hi - lo == 1) return lo;
+	const int mid = (lo + hi) / 2, left = firstRecord(M, 2 * x, lo, mid, after, max_c, max_a);
+	return left >= 0 ? left : firstRecord(M, 2 * x + 1, mid, hi, after, max_c, max_a);
+}
+
+// The inner group to merge next, or -1.
+int bestGroup(const merge_lists & M) {
+	int best = -1, max_c = 9, max_a = 21;
+	for (int g = firstRecord(M, 1, 0, M.leaves, -1, max_c, max_a) ; g >= 0 ; g = firstRecord(M, 1, 0, M.leaves, g, max_c, max_a)) {
+		best = g;
+		max_c = M.C[g];
+		max_a = M.A[M.prev[g]] + M.A[g];
 	}
 	return best;
 }
@@ -106,6 +145,10 @@ void merge(merge_lists & M, int G) {
 	std::vector < std::vector < bool > > ().swap(M.F[R]);
 	M.next[P] = N;
 	M.prev[N] = P;
+	M.prev[G] = M.next[G] = -1;
+	refresh(M, P);
+	refresh(M, N);
+	refresh(M, G);
 }
 
 // The working lists of a graph whose kept transitions are flagged in `keep`.
@@ -113,6 +156,7 @@ void toLists(const genotype_graph & g, bool unordered, const std::vector < bool 
 	const int n = g.type, n_groups = g.probsC.size(), n_segments = g.HapsS.size();
 	M.n = n;
 	M.unordered = unordered;
+	M.limit = (g.type > 2 || g.scaffolded) ? 32 : 10;
 	M.T.resize(n_groups);
 	M.C.resize(n_groups);
 	M.prev.resize(n_groups);
@@ -131,6 +175,7 @@ void toLists(const genotype_graph & g, bool unordered, const std::vector < bool 
 		for (unsigned int h = 0 ; h < g.HapsC[s] ; h ++) for (unsigned int i = 0 ; i < g.HapsS[s] ; i ++) M.F[s][h][i] = g.getA(s, h, i);
 		for (unsigned int i = 0 ; i < g.HapsS[s] ; i ++) M.A[s] += g.Ambs[offset + i];
 	}
+	buildTree(M);
 }
 
 // Segments anew from the fragments of the nodes in `order`, with exact capacities.
@@ -246,8 +291,7 @@ void genotype_graph::pruneAndMerge(double threshold) {
 
 	merge_lists M;
 	toLists(*this, unordered(), keep, M);
-	const unsigned int limit = (type > 2 || scaffolded) ? 32 : 10;
-	for (int G = bestGroup(M, limit) ; G >= 0 ; G = bestGroup(M, limit)) merge(M, G);
+	for (int G = bestGroup(M) ; G >= 0 ; G = bestGroup(M)) merge(M, G);
 	std::vector < int > order;
 	for (int k = 0 ; k >= 0 ; k = M.next[k]) order.push_back(k);
 	rebuildSegments(*this, M, order);
