@@ -37,7 +37,6 @@ static int topOrNone(const std::vector < haplotype_distance > & heap, int size, 
 // kept distance is the limit, so the scan of a poor candidate stops early.
 template < class Distance >
 static void selectBest(genhap_set & GH, std::vector < bool > & input, int ind, int states, std::vector < bool > & selected, int none, Distance distance) {
-	sorvane_assert(input.size() == GH.vecH.size());
 	prepare(input, selected);
 	const int n = GH.vecG[ind]->type, H = GH.vecH.size();
 	const int max_states = (int)round((double)states / n);
@@ -76,6 +75,7 @@ void genhap_set::subsetHaplotypes_relatives_old(std::vector < bool > & mask, int
 }
 
 void genhap_set::subsetHaplotypes_hamming_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected) {
+	sorvane_assert(input.size() == vecH.size());
 	haplotype_distance::minimise = true;
 	selectBest(*this, input, ind, states, selected, FAR, [left, right](const chaplotype & c, const chaplotype & t, int limit) {
 		return c.hamming(t, left, right, limit);
@@ -83,6 +83,7 @@ void genhap_set::subsetHaplotypes_hamming_ALL(std::vector < bool > & input, int 
 }
 
 void genhap_set::subsetHaplotypes_pfmatch_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected) {
+	sorvane_assert(input.size() == vecH.size());
 	haplotype_distance::minimise = false;
 	selectBest(*this, input, ind, states, selected, 0, [left, right](const chaplotype & c, const chaplotype & t, int limit) {
 		return c.perfectmatch(t, left, right, limit);
@@ -151,17 +152,17 @@ static int nearestRow(const int dist[2][4], int c, int limit, int & distance) {
 // For an unrelated individual: the two haplotypes of another unrelated individual are both
 // taken only when they resemble the same target haplotype, or when each alone explains
 // enough of a different target; one of them otherwise.
-void genhap_set::subsetHaplotypes_hamming_IBD(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected) {
-	sorvane_assert(vecG[ind]->type == 2);
+void genhap_set::subsetHaplotypes_hamming_IBD(std::vector < bool > & input, int curr_ind, int states, int left, int right, std::vector < bool > & selected) {
+	sorvane_assert(vecG[curr_ind]->type == 2);
 	sorvane_assert(input.size() == vecH.size());
 	prepare(input, selected);
 	haplotype_distance::minimise = true;
-	const chaplotype * targets[2] = { &vecH[ind2hap[ind][0]], &vecH[ind2hap[ind][1]] };
+	const chaplotype * targets[2] = { &vecH[ind2hap[curr_ind][0]], &vecH[ind2hap[curr_ind][1]] };
 	int dist[2][4];
 	std::vector < haplotype_distance > heap;
 	heap.reserve(std::max(states, 0) + 4);
 
-	for (int j = 0 ; j < (int)vecG.size() ; j ++) if (j != ind) {
+	for (int j = 0 ; j < (int)vecG.size() ; j ++) if (j != curr_ind) {
 		const std::vector < int > & hj = ind2hap[j];
 		int limit = topOrNone(heap, states, FAR);
 		for (unsigned int c = 0 ; c < hj.size() ; c ++) for (int r = 0 ; r < 2 ; r ++)
