@@ -56,9 +56,15 @@ void genhap_set::initialise(std::vector < genotype_graph * > & graphs, snp_set *
 		hap_names.push_back(vecG[i]->name);
 		vecH.push_back(chaplotype(n_sites));
 	}
+	linkRelatives();
+	maskFounders();
+	reference_mask.assign(founder_mask.size(), false);
+}
 
-	// Families and names are indexed so that each graph only meets the graphs it shares
-	// a family or a name with; the lists come out as a scan of all pairs would give them.
+// Families and names are indexed so that each graph only meets the graphs it shares a
+// family or a name with; the lists come out as a scan of all pairs would give them.
+void genhap_set::linkRelatives() {
+	const int N = vecG.size();
 	std::map < int, std::vector < int > > families;
 	std::unordered_map < std::string, std::vector < int > > named;
 	for (int j = 0 ; j < N ; j ++) {
@@ -81,7 +87,11 @@ void genhap_set::initialise(std::vector < genotype_graph * > & graphs, snp_set *
 		met.erase(std::unique(met.begin(), met.end()), met.end());
 		for (int j : met) for (const std::string * x : ids) if (*x != "0") appendKin(i, j, *x);
 	}
+}
 
+// Graph haplotypes open to conditioning: all but the tracks of parents that are not
+// founders of their own unit; a duo's child track is always open.
+void genhap_set::maskFounders() {
 	for (genotype_graph * g : vecG) {
 		switch (g->type) {
 		case 1:
@@ -106,11 +116,14 @@ void genhap_set::initialise(std::vector < genotype_graph * > & graphs, snp_set *
 			break;
 		}
 	}
-	reference_mask.assign(founder_mask.size(), false);
 }
 
 // On chromosome X a male panel sample is haploid: one slot.
 void genhap_set::initialise(reference_reader & R, bool chrX) {
+	// Reserved at once: growing would copy every haplotype already held.
+	int n_haps = 0;
+	for (unsigned int i = 0 ; i < R.ind_id.size() ; i ++) n_haps += (chrX && R.ind_male[i]) ? 1 : 2;
+	vecH.reserve(vecH.size() + n_haps);
 	for (unsigned int i = 0 ; i < R.ind_id.size() ; i ++) {
 		pushHaplotype(R.hap0[i], R.ind_id[i]);
 		if (!(chrX && R.ind_male[i])) pushHaplotype(R.hap1[i], R.ind_id[i]);

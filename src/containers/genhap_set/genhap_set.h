@@ -56,8 +56,10 @@ public:
 	void subsetHaplotypes_random(std::vector < bool > & input, int states, std::vector < bool > & selected);
 
 private:
-	void pushHaplotype(const std::vector < bool > & h, const std::string & name);
+	void linkRelatives();
 	void appendKin(int i, int j, const std::string & x);
+	void maskFounders();
+	void pushHaplotype(const std::vector < bool > & h, const std::string & name);
 	void findSamples(haplotype_reader & H, std::vector < std::vector < int > > & entries);
 };
 
