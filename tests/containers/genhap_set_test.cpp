@@ -1,6 +1,7 @@
 #include "containers/genhap_set/genhap_set.h"
 #include "input/genotype_test_utils.h"
 #include "modes/sorvane.h"
+#include "utils/putils.h"
 
 namespace {
 
@@ -93,4 +94,27 @@ TEST(genhap_set, GivenHaplotypesAndSummary) {
 		"  * 1 individuals are scaffolded\n  * 8 founder haplotypes\n");
 	H.ind_index.erase("m");
 	EXPECT_LOG_ERROR(U.GH.initialise(H), "m unfound in the haplotype set!");
+}
+
+// Missing sites take alleles drawn from the frequency among the units that are not missing
+// there: a site where every observed allele is 0 (or 1) fills with 0 (or 1).
+TEST(genhap_set, MissingSitesFilledByAlleleFrequency) {
+	testutils::silenceLog();
+	putils::initRandom(11);
+	Study U(3);
+	genhap_set & GH = U.GH;
+	for (genotype_graph * g : GH.vecG) g->Miss = std::vector < bool > (3, false);
+	GH.vecG[0]->Miss[0] = true;
+	GH.vecG[2]->Miss[1] = true;
+	for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) GH.vecH[h].set(0, false);
+	for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) GH.vecH[h].set(1, true);
+	GH.vecH[0].set(0, true);	// missing: its own value does not count
+	GH.vecH[5].set(1, false);
+	for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) GH.vecH[h].set(2, h % 2);
+	GH.initialise();
+	for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) {
+		EXPECT_EQ(GH.vecH[h][0], 0) << h;
+		EXPECT_EQ(GH.vecH[h][1], 1) << h;
+		EXPECT_EQ(GH.vecH[h][2], (int)(h % 2)) << h;
+	}
 }
