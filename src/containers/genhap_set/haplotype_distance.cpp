@@ -1,3 +1,3 @@
 #include "containers/genhap_set/haplotype_distance.h"
 
-bool haplotype_distance::minimise = true;
+thread_local bool haplotype_distance::minimise = true;

@@ -4,10 +4,11 @@
 // A candidate conditioning haplotype: its index in the haplotype set and its distance to
 // the target. The selections keep candidates in a standard max-heap, so that the top is
 // the worst one kept: with `minimise` the largest distance, otherwise the smallest.
-// `minimise` is shared by the whole process and set by each selection on entry.
+// `minimise` is set by each selection on entry; it is per thread, so that threads running
+// Hamming and match selections at the same time do not flip each other's heap order.
 class haplotype_distance {
 public:
-	static bool minimise;
+	static thread_local bool minimise;
 	int id;
 	int distance;
 
