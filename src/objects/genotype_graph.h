@@ -4,6 +4,7 @@
 #include "objects/chaplotype.h"
 #include "objects/genotype.h"
 
+#include <string>
 #include <vector>
 
 // A sampling unit as a chain of segments. Segment s lists HapsC[s] candidate fragments of
@@ -82,6 +83,30 @@ public:
 	void cluster(int length, int window, std::vector < int > & start, std::vector < int > & stop, std::vector < int > & segStart, std::vector < int > & segStop);
 	void cluster(std::vector < int > & breaks, std::vector < int > & start, std::vector < int > & stop, std::vector < int > & segStart, std::vector < int > & segStop);
 
+	// Transition weights from the window model: prob[g][a][b] for all tracks of haploid and
+	// unrelated graphs, probT[j][g][a][b] per track for duos and trios; a is a fragment of
+	// segment g - 1 and b one of segment g. Sums below 1e-300 fall back to additive weights.
+	double computeProbLD(int pos, std::vector < std::vector < double > > & m, bool additive);
+	double computeProbLD(int pos, std::vector < std::vector < std::vector < double > > > & m, bool additive);
+	double combineProbsWithLikes(int g, std::vector < double > & p);
+	int store(std::vector < std::vector < std::vector < double > > > & prob);
+	int store(std::vector < std::vector < std::vector < std::vector < double > > > > & probT);
+	int sample(std::vector < chaplotype > & H, std::vector < int > & indexes, std::vector < std::vector < std::vector < double > > > & prob, bool additive);
+	int sample(std::vector < chaplotype > & H, std::vector < int > & indexes, std::vector < std::vector < std::vector < std::vector < double > > > > & probT, bool additive);
+	void sample(std::vector < chaplotype > & H, std::vector < int > & indexes, bool uniform);
+	void maximize(std::vector < chaplotype > & H, std::vector < int > & indexes);
+	void forward(std::vector < std::vector < double > > & F);
+	void backward(std::vector < std::vector < double > > & B);
+	void expectation(std::vector < std::vector < double > > & F, std::vector < std::vector < double > > & B);
+
+	// Emission weights of the transitions from genotype likelihoods, three per site (0, 1, 2
+	// copies of the second allele), over the sites left open by missing genotypes.
+	void computeLikesFromGLsHap(std::vector < float > & GL);
+	void computeLikesFromGLsUnr(std::vector < float > & GL);
+	void computeLikesFromGLsDuo(std::vector < float > & GLp, std::vector < float > & GLc);
+	void computeLikesFromGLsTri(std::vector < float > & GLf, std::vector < float > & GLm, std::vector < float > & GLc);
+	void makeLikelihoods();
+
 private:
 	// Tracks of an unrelated graph without scaffold form unordered pairs.
 	bool unordered() const { return type == 2 && !scaffolded; }
@@ -90,6 +115,14 @@ private:
 	int buildFamily(std::vector < bool > ** A0, std::vector < bool > ** A1, std::vector < bool > ** AM);
 	void pushChain(std::vector < std::vector < std::vector < bool > > > & segHaps, std::vector < std::vector < std::vector < int > > > & segStates);
 	void followPath(int g, int choice, int * cur);
+	typedef std::vector < std::vector < double > > matrix;
+	double weight(int pos, const matrix * const * m, bool additive, bool doubling) const;
+	unsigned int largestGroup() const;
+	template < class Tables > int storeWith(Tables tables, bool doubling, const std::string & where);
+	template < class Tables > int sampleWith(std::vector < chaplotype > & H, std::vector < int > & indexes, Tables tables, bool doubling, bool additive, const std::string & where);
+	template < class Choose > void walk(std::vector < int > & path, Choose choose);
+	template < class Weight > double groupWeights(int g, bool backward, const std::vector < int > & path, std::vector < double > & w, Weight weigh) const;
+	void computeLikes(const std::vector < float > * const * GL, const int (* genotypes)[2], int members);
 };
 
 // Extends each fragment of `state` by one allele per track; fragments are shared between
