@@ -1,0 +1,281 @@
+#include "models/haplotype_segment.h"
+#include "utils/myException.h"
+#include "utils/putils.h"
+#include "utils/sutils.h"
+
+#include <algorithm>
+#include <cmath>
+
+// At most 8 fragments a segment: one byte holds a set of fragments.
+static const int max_fragments = 8;
+// Every 50 sites the lattices are divided by their total, all fragments together.
+static const int rescale_step = 50;
+static const double underflow = 1e-300;
+
+haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, std::vector < std::vector < int > > & cond, std::vector < int > & segStart, std::vector < int > & segStop, std::vector < int > & start, std::vector < int > & stop) :
+	GH(GH), H(H), cond(cond), start(start), stop(stop), segStart(segStart), segStop(segStop), K(0), cachedByte(-1) {
+}
+
+void haplotype_segment::expectation(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < double > > > & prob) {
+	setLinks(G);
+	run(G, M, prob, "UNR");
+}
+
+void haplotype_segment::expectation(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < bool > > > & mask, std::vector < std::vector < std::vector < double > > > & prob) {
+	setLinks(G, mask);
+	run(G, M, prob, "PED");
+}
+
+// Every fragment of a segment may follow every fragment of the one before.
+void haplotype_segment::setLinks(genotype_graph * G) {
+	const int S = G->HapsC.size();
+	links.assign(max_fragments * (S + 1), 0);
+	for (int g = 0 ; g <= S ; g ++) {
+		const int rows = g ? G->HapsC[g - 1] : 1, cols = g < S ? G->HapsC[g] : 1;
+		for (int p = 0 ; p < rows ; p ++) links[max_fragments * g + p] = (unsigned char)((1 << cols) - 1);
+	}
+}
+
+void haplotype_segment::setLinks(genotype_graph * G, std::vector < std::vector < std::vector < bool > > > & mask) {
+	const int S = G->HapsC.size();
+	links.assign(max_fragments * (S + 1), 0);
+	for (int g = 0 ; g <= S ; g ++)
+		for (int p = 0 ; p < (int)mask[g].size() ; p ++)
+			for (int h = 0 ; h < (int)mask[g][p].size() ; h ++)
+				if (mask[g][p][h]) links[max_fragments * g + p] |= (unsigned char)(1 << h);
+}
+
+void haplotype_segment::run(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < double > > > & prob, const std::string & form) {
+	const int W = start.size();
+	for (int w = 0 ; w < W ; w ++) {
+		prepareWindow(w);
+		forward(G, M, w);
+		if (w == W - 1) writeEnds(G, prob, true);
+		backward(G, M, w);
+		if (w == 0) writeEnds(G, prob, false);
+		interior(G, M, w, prob, form);
+	}
+}
+
+// Fresh zero-filled buffers sized by the K of the window, and the conditioning haplotypes'
+// bits and missing flags at hand.
+void haplotype_segment::prepareWindow(int w) {
+	K = cond[w].size();
+	prob0.assign(max_fragments * K, 0.0);
+	prob1.assign(max_fragments * K, 0.0);
+	sum0.assign(max_fragments, 0.0);
+	sum1.assign(max_fragments, 0.0);
+	alleles.assign(K, 0);
+	missing.assign(K, 0);
+	emit.assign(2 * K, 0.0);
+	mix.assign(K, 0.0);
+	condByte.assign(K, 0);
+	cachedByte = -1;
+	condBits.resize(K);
+	condMiss.resize(K);
+	for (int k = 0 ; k < K ; k ++) {
+		const int idx = cond[w][k];
+		condBits[k] = H[idx].data.data();
+		condMiss[k] = idx < (int)GH.hap2ind.size() ? &GH.vecG[GH.hap2ind[idx]]->Miss : nullptr;
+	}
+}
+
+// Fragments of segment s in use: those entered by some pair of its incoming group.
+unsigned int haplotype_segment::active(int s) const {
+	unsigned int act = 0;
+	for (int p = 0 ; p < max_fragments ; p ++) act |= links[max_fragments * s + p];
+	return act;
+}
+
+// Fragments of segment s - 1 that feed fragment h of segment s.
+unsigned int haplotype_segment::forwardSources(int s, int h) const {
+	unsigned int src = 0;
+	for (int p = 0 ; p < max_fragments ; p ++) if ((links[max_fragments * s + p] >> h) & 1) src |= 1u << p;
+	return src;
+}
+
+// Fragments of segment s + 1 that fragment h of segment s feeds.
+unsigned int haplotype_segment::backwardSources(int s, int h) const {
+	return links[max_fragments * (s + 1) + h];
+}
+
+// Gathers the conditioning alleles once for the site (from a byte cached for 8 sites) and
+// the fragment alleles fa, and fills the emission row of each allele the fragments carry.
+// Where the unit is missing, a conditioning haplotype whose sample is missing too gets
+// `none` in place of an emission term.
+void haplotype_segment::loadSite(genotype_graph * G, int s, int i, int l, unsigned int act, double match, double mismatch, double none, int * fa) {
+	if ((l >> 3) != cachedByte) {
+		cachedByte = l >> 3;
+		for (int k = 0 ; k < K ; k ++) condByte[k] = condBits[k][cachedByte];
+	}
+	const int bit = l & 7;
+	for (int k = 0 ; k < K ; k ++) alleles[k] = (condByte[k] >> bit) & 1;
+	unsigned int used = 0;
+	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
+		fa[h] = G->getA(s, h, i);
+		used |= 1u << fa[h];
+	}
+	const bool miss = G->Miss[l];
+	if (miss) for (int k = 0 ; k < K ; k ++) missing[k] = condMiss[k] && (*condMiss[k])[l];
+	for (int a = 0 ; a < 2 ; a ++) if ((used >> a) & 1) {
+		double * e = emit.data() + a * K;
+		// x * match + (1 - x) * mismatch with x in {0, 1} gives either term exactly.
+		const double m1 = a ? match : mismatch, m0 = a ? mismatch : match;
+		for (int k = 0 ; k < K ; k ++) {
+			const double x = alleles[k];
+			e[k] = x * m1 + (1.0 - x) * m0;
+		}
+		if (miss) for (int k = 0 ; k < K ; k ++) if (missing[k]) e[k] = none;
+	}
+}
+
+// mix[k] = sum over the source fragments p of old(p, k) * nrec + oldsum(p) * recN.
+void haplotype_segment::mixSources(unsigned int src, const double * old, const double * oldsum, double nrec, double recN) {
+	std::fill(mix.begin(), mix.end(), 0.0);
+	double * m = mix.data();
+	for (int p = 0 ; p < max_fragments ; p ++) if ((src >> p) & 1) {
+		const double * o = old + p * K;
+		const double b = oldsum[p] * recN;
+		for (int k = 0 ; k < K ; k ++) m[k] += o[k] * nrec + b;
+	}
+}
+
+// Divides the rows of all active fragments by their common total, so that the relative
+// weights of the fragments stay intact.
+void haplotype_segment::rescale(double * cur, double * cursum, unsigned int act) {
+	double total = 0.0;
+	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) total += cursum[h];
+	const double f = 1.0 / total;
+	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
+		double * c = cur + h * K;
+		for (int k = 0 ; k < K ; k ++) c[k] *= f;
+		cursum[h] *= f;
+	}
+}
+
+// Appends the C rows of a segment, zeros for the inactive fragments.
+void haplotype_segment::appendItem(std::vector < double > & P, std::vector < int > & I, std::vector < double > * S, const double * cur, const double * cursum, int C, unsigned int act) {
+	I.push_back(P.size());
+	P.resize(P.size() + C * K, 0.0);
+	for (int h = 0 ; h < C ; h ++) if ((act >> h) & 1) std::copy(cur + h * K, cur + (h + 1) * K, P.end() - (C - h) * K);
+	if (S) for (int h = 0 ; h < C ; h ++) S->push_back(((act >> h) & 1) ? cursum[h] : 0.0);
+}
+
+void haplotype_segment::forward(genotype_graph * G, hmm_parameters & M, int w) {
+	forwP.clear();
+	forwS.clear();
+	forwI.clear();
+	int fa[max_fragments];
+	int s = segStart[w], i = 0;
+	for (int l = start[w] ; l <= stop[w] ; l ++) {
+		const int rel = l - start[w];
+		double * cur = (rel & 1) ? prob1.data() : prob0.data();
+		double * cursum = (rel & 1) ? sum1.data() : sum0.data();
+		const double * old = (rel & 1) ? prob0.data() : prob1.data();
+		const double * oldsum = (rel & 1) ? sum0.data() : sum1.data();
+		const unsigned int act = active(s);
+		loadSite(G, s, i, l, act, M.ed, M.ee, 1.0, fa);
+		if (rel == 0) std::fill(mix.begin(), mix.end(), 1.0);
+		unsigned int mixed = 0;
+		for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
+			const double * e = emit.data() + fa[h] * K;
+			if (rel == 0) cursum[h] = updateRow(mix.data(), 1.0, 0.0, e, cur + h * K, K);
+			else if (i == 0) {
+				// All allowed fragments of the previous segment feed this one; fragments
+				// with the same sources share one mixed row.
+				const unsigned int src = forwardSources(s, h);
+				if (src != mixed) mixSources(src, old, oldsum, M.nrec[l - 1], M.recN[l - 1]);
+				mixed = src;
+				cursum[h] = updateRow(mix.data(), 1.0, 0.0, e, cur + h * K, K);
+			} else cursum[h] = updateRow(old + h * K, M.nrec[l - 1], oldsum[h] * M.recN[l - 1], e, cur + h * K, K);
+		}
+		if (rel % rescale_step == 0) rescale(cur, cursum, act);
+		if (i == (int)G->HapsS[s] - 1) {
+			appendItem(forwP, forwI, &forwS, cur, cursum, G->HapsC[s], act);
+			s ++;
+			i = 0;
+		} else i ++;
+	}
+}
+
+void haplotype_segment::backward(genotype_graph * G, hmm_parameters & M, int w) {
+	backP.clear();
+	backI.clear();
+	int fa[max_fragments];
+	int s = segStop[w], i = G->HapsS[s] - 1;
+	for (int l = stop[w] ; l >= start[w] ; l --) {
+		const int rel = l - start[w];
+		double * cur = (rel & 1) ? prob1.data() : prob0.data();
+		double * cursum = (rel & 1) ? sum1.data() : sum0.data();
+		const double * old = (rel & 1) ? prob0.data() : prob1.data();
+		const double * oldsum = (rel & 1) ? sum0.data() : sum1.data();
+		const unsigned int act = active(s);
+		// The last site starts from the emission divided by K; a cell without emission
+		// stays at 0 there.
+		if (l == stop[w]) {
+			loadSite(G, s, i, l, act, M.edN, M.eeN, 0.0, fa);
+			std::fill(mix.begin(), mix.end(), 1.0);
+		} else loadSite(G, s, i, l, act, M.ed, M.ee, 1.0, fa);
+		unsigned int mixed = 0;
+		for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
+			const double * e = emit.data() + fa[h] * K;
+			if (l == stop[w]) cursum[h] = updateRow(mix.data(), 1.0, 0.0, e, cur + h * K, K);
+			else if (i == (int)G->HapsS[s] - 1) {
+				const unsigned int src = backwardSources(s, h);
+				if (src != mixed) mixSources(src, old, oldsum, M.nrec[l], M.recN[l]);
+				mixed = src;
+				cursum[h] = updateRow(mix.data(), 1.0, 0.0, e, cur + h * K, K);
+			} else cursum[h] = updateRow(old + h * K, M.nrec[l], oldsum[h] * M.recN[l], e, cur + h * K, K);
+		}
+		if (rel % rescale_step == 0) rescale(cur, cursum, act);
+		if (l == 0) {
+			backS.assign(G->HapsC[0], 0.0);
+			for (int h = 0 ; h < (int)G->HapsC[0] ; h ++) if ((act >> h) & 1) backS[h] = cursum[h];
+		}
+		if (i == 0) {
+			if (l != start[w]) appendItem(backP, backI, nullptr, cur, cursum, G->HapsC[s], act);
+			if (-- s >= 0) i = G->HapsS[s] - 1;
+		} else i --;
+	}
+	std::reverse(backI.begin(), backI.end());
+}
+
+// Last window: the last forward row sums, normalised, form the last group's column. First
+// window: the backward row sums at site 0, normalised, form the first group's row.
+void haplotype_segment::writeEnds(genotype_graph * G, std::vector < std::vector < std::vector < double > > > & prob, bool last) {
+	const int S = G->HapsC.size();
+	if (last) {
+		const int C = G->HapsC[S - 1];
+		const double * sums = forwS.data() + forwS.size() - C;
+		double total = 0.0;
+		for (int a = 0 ; a < C ; a ++) total += sums[a];
+		for (int a = 0 ; a < C ; a ++) prob[S][a][0] = sums[a] / total;
+	} else {
+		putils::normalise(backS);
+		for (int b = 0 ; b < (int)G->HapsC[0] ; b ++) prob[0][0][b] = backS[b];
+	}
+}
+
+// Matrix of each segment boundary inside the window: forward item of the left segment, one
+// step of the chain, backward item of the right segment. Pairs outside the links stay 0.
+void haplotype_segment::interior(genotype_graph * G, hmm_parameters & M, int w, std::vector < std::vector < std::vector < double > > > & prob, const std::string & form) {
+	int l = start[w];
+	for (int s = segStart[w] + 1 ; s <= segStop[w] ; s ++) {
+		l += G->HapsS[s - 1];
+		const int item = s - 1 - segStart[w], P = G->HapsC[s - 1], C = G->HapsC[s];
+		const double * F = forwP.data() + forwI[item];
+		// An item holds C rows of K cells and C row sums: its sums start at offset / K.
+		const double * FS = forwS.data() + forwI[item] / K;
+		const double * B = backP.data() + backI[item];
+		double total = 0.0;
+		for (int p = 0 ; p < P ; p ++) for (int h = 0 ; h < C ; h ++) {
+			double & cell = prob[s][p][h];
+			cell = 0.0;
+			if ((links[max_fragments * s + p] >> h) & 1) cell = updateRow(F + p * K, M.nrec[l - 1], FS[p] * M.recN[l - 1], B + h * K, mix.data(), K);
+			total += cell;
+		}
+		if (total < underflow) throw myException("Underflow in expectation" + form + " / i=" + G->name + " s=" + sutils::int2str(w) + " b=" + sutils::int2str(s) + " sp=" + sutils::double2str(total, 10));
+		if (std::isnan(total)) throw myException("Nan in expectation" + form + " / i=" + G->name + " s=" + sutils::int2str(w) + " b=" + sutils::int2str(s) + " sp=" + sutils::double2str(total, 10));
+		for (int p = 0 ; p < P ; p ++) for (int h = 0 ; h < C ; h ++) prob[s][p][h] /= total;
+	}
+}
