@@ -1,0 +1,232 @@
+#include "input/graph_reader.h"
+#include "utils/futils.h"
+#include "utils/lfile.h"
+#include "utils/myException.h"
+#include "utils/sutils.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+
+namespace {
+
+// Magic and tail bytes are tested on their bits, not compared for equality.
+bool hasBits(unsigned char b, unsigned char mask) {
+	return (b & mask) == mask;
+}
+
+template < class T > bool readValue(ifile & f, T & v) {
+	return (bool)f.read((char *)&v, sizeof(T));
+}
+
+void check(bool ok, const std::string & what) {
+	if (!ok) throw myException("read " + what + " failed");
+}
+
+bool readFlag(ifile & f, bool & flag) {
+	unsigned char b;
+	if (!readValue(f, b)) return false;
+	flag = b != 0;
+	return true;
+}
+
+// A count, then the values. They are read in bounded chunks, so that a corrupt count ends
+// in a failed read at the end of the stream rather than in one huge allocation; the failure
+// names the first value not read whole.
+template < class T > void readArray(ifile & f, std::vector < T > & v, const std::string & name) {
+	int32_t n;
+	check(readValue(f, n) && n >= 0, "#" + name);
+	v.clear();
+	const int chunk = 65536;
+	while ((int)v.size() < n) {
+		int offset = v.size(), count = std::min(chunk, n - offset);
+		v.resize(offset + count);
+		if (!f.read((char *)(v.data() + offset), count * sizeof(T))) check(false, name + " " + sutils::int2str(offset + f.gcount() / sizeof(T)));
+	}
+	// Graphs keep their vectors at exact size.
+	v.shrink_to_fit();
+}
+
+// The sample columns of one member; prefix is "", "f" or "m".
+void readProperties(ifile & f, std::vector < std::string > & v, const std::string & prefix) {
+	int32_t n;
+	check(readValue(f, n) && n >= 0, "number of " + prefix + "properties");
+	v.assign(n, "");
+	for (int i = 0 ; i < n ; i ++) check(f.readString(v[i]), prefix + "property n=" + sutils::int2str(i));
+}
+
+// From the transitions to the segment sizes: the part common to all versions.
+void readGraphBody(ifile & f, genotype_graph & g) {
+	readArray(f, g.trans, "trans");
+	readArray(f, g.probs, "probs");
+	readArray(f, g.probsI, "probsI");
+	readArray(f, g.probsC, "probsC");
+	check(futils::binary2bool(g.Ambs, f), "Ambs vector");
+	check(g.Haps.read(f), "Haps vector");
+	readArray(f, g.HapsI, "HapsI");
+	readArray(f, g.HapsC, "HapsC");
+	readArray(f, g.HapsS, "HapsS");
+}
+
+void readGraph(ifile & f, genotype_graph & g) {
+	check(readValue(f, g.type), "genotype_graph type");
+	check(readValue(f, g.famID), "famID");
+	check(f.readString(g.name), "name");
+	check(readValue(f, g.index), "index");
+	readProperties(f, g.properties, "");
+	check(f.readString(g.fname), "fname");
+	check(readFlag(f, g.fmain), "fmain");
+	check(readValue(f, g.findex), "findex");
+	readProperties(f, g.fproperties, "f");
+	check(f.readString(g.mname), "mname");
+	check(readFlag(f, g.mmain), "mmain");
+	check(readValue(f, g.mindex), "mindex");
+	readProperties(f, g.mproperties, "m");
+	readGraphBody(f, g);
+}
+
+void readGraph20(ifile & f, genotype_graph & g) {
+	check(readValue(f, g.type), "genotype_graph type");
+	readGraphBody(f, g);
+}
+
+void openInput(ifile & f, const std::string & name, bool binary) {
+	if (!f.open(name, binary)) LOG.error("Impossible to open file [" + name + "]");
+}
+
+void readTail(ifile & f, unsigned char second) {
+	unsigned char t1 = 0, t2 = 0;
+	readValue(f, t1);
+	readValue(f, t2);
+	if (!hasBits(t1, 0xAA) || !hasBits(t2, second)) LOG.error("Binary file corrupted (tail)");
+}
+
+}
+
+graph_reader::graph_reader() : header1("ID_1 ID_2 missing"), header2("0 0 0"), S(new snp_set()) {
+}
+
+void graph_reader::readBinaryGraph(std::string filename) {
+	LOG.println("\nReading genotype graphs in [" + filename + "]");
+	ifile f;
+	openInput(f, filename, true);
+	unsigned char m1 = 0, m2 = 0;
+	readValue(f, m1);
+	readValue(f, m2);
+	if (!hasBits(m1, 0xAA)) LOG.error("Binary graph file format unsupported!");
+	bool v22 = false;
+	if (hasBits(m2, 0x15)) LOG.println("  * Binary graph file v2.1 detected!");
+	else if (hasBits(m2, 0x51)) {
+		v22 = true;
+		LOG.println("  * Binary graph file v2.2 detected!");
+	// The v2.0 head 0x55 holds the bits of v2.1 and is taken as v2.1 above.
+	} else if (hasBits(m2, 0x55)) LOG.error("Binary graph file v2.0 store information in 3 files!");
+	else LOG.error("Binary graph file format unsupported!");
+
+	if (!f.readString(header1)) LOG.error("reading header1");
+	if (!f.readString(header2)) LOG.error("reading header2");
+	readSites(f, v22);
+	LOG.println("  * " + sutils::int2str(S->size()) + " sites found");
+
+	int32_t n;
+	if (!readValue(f, n)) LOG.error("Binary file corrupted 1.2");
+	for (int i = 0 ; i < n ; i ++) {
+		std::unique_ptr < genotype_graph > g(new genotype_graph());
+		readGraph(f, *g);
+		vecG.push_back(g.release());
+	}
+	readTail(f, 0x15);
+}
+
+// A failed string read is reported with the number field next to it, the stream being
+// unusable from there on either way.
+void graph_reader::readSites(ifile & f, bool v22) {
+	int32_t n;
+	if (!readValue(f, n)) LOG.error("reading total number of sites");
+	for (int i = 0 ; i < n ; i ++) {
+		std::unique_ptr < snp > s(new snp());
+		std::string fault = "reading snp " + sutils::int2str(i);
+		if (!f.readString(s->chr) || !readValue(f, s->bp)) LOG.error(fault + " position in bp");
+		if (!readValue(f, s->cm)) LOG.error(fault + " position in cM");
+		if (!readValue(f, s->idx)) LOG.error(fault + " index");
+		if (!f.readString(s->a0)) LOG.error(fault + " a0");
+		if (!f.readString(s->a1)) LOG.error(fault + " a1");
+		if (v22) {
+			// Only the first identifier is kept.
+			int32_t n_ids;
+			if (!readValue(f, n_ids) || n_ids < 0) LOG.error(fault + " number of ids");
+			std::vector < std::string > ids(n_ids);
+			for (std::string & id : ids) if (!f.readString(id)) LOG.error(fault + " number of ids");
+			if (n_ids) s->id = ids[0];
+			int32_t n_properties;
+			if (!readValue(f, n_properties) || n_properties < 0) LOG.error(fault + " number of properties");
+			s->properties.assign(n_properties, "");
+			for (std::string & p : s->properties) if (!f.readString(p)) LOG.error(fault + " number of properties");
+		} else s->id = s->chr;
+		S->put(s.release());
+	}
+}
+
+void graph_reader::readBinaryGraph20(std::string graphFile, std::string sampleFile, std::string siteFile) {
+	readSiteList(siteFile);
+	readSampleList(sampleFile);
+
+	LOG.println("\nReading graphs in [" + graphFile + "]");
+	ifile f;
+	openInput(f, graphFile, true);
+	unsigned char m1 = 0, m2 = 0;
+	readValue(f, m1);
+	readValue(f, m2);
+	if (!hasBits(m1, 0xAA) || !hasBits(m2, 0x55)) LOG.error("Binary graph file format unsupported");
+	LOG.println("  * Binary graph file v2.0 detected!");
+	int32_t n;
+	if (!readValue(f, n)) LOG.error("Binary file corrupted 1");
+	if (n != (int)vecG.size()) LOG.error("Different number of individuals, in binary file=" + sutils::int2str(n) + " in sample file=" + sutils::int2str(vecG.size()));
+	for (genotype_graph * g : vecG) readGraph20(f, *g);
+	readTail(f, 0x55);
+}
+
+// Four fields a line: chromosome, position, first and second allele, positions ascending.
+void graph_reader::readSiteList(std::string siteFile) {
+	LOG.println("\nReading site list in [" + siteFile + "]");
+	ifile f;
+	openInput(f, siteFile, false);
+	std::string buffer;
+	std::vector < std::string > tokens;
+	int line = 1, prev = std::numeric_limits < int >::min();
+	for (; getline(f, buffer) ; line ++) {
+		int n_fields = sutils::tokenize(buffer, tokens);
+		if (n_fields != 4) LOG.error("Line=" + sutils::int2str(line) + " found=" + sutils::int2str(n_fields) + " fields expected=4");
+		int bp = atoi(tokens[1].c_str());
+		if (bp < prev) LOG.error("Physical positions corrupted curr_pos=" + sutils::int2str(bp) + " prev_pos=" + sutils::int2str(prev));
+		S->put(new snp(tokens[0], bp, tokens[2], tokens[3], 8));
+		prev = bp;
+	}
+	LOG.println("  * " + sutils::int2str(S->size()) + " sites included");
+}
+
+// Four fields a line: type, child, father and mother. Each line takes three output orders,
+// whatever its type; every name is also the member's one sample column.
+void graph_reader::readSampleList(std::string sampleFile) {
+	LOG.println("\nReading samples in [" + sampleFile + "]");
+	ifile f;
+	openInput(f, sampleFile, false);
+	std::string buffer;
+	std::vector < std::string > tokens;
+	int counter = 0;
+	while (getline(f, buffer)) {
+		if (sutils::tokenize(buffer, tokens) != 4) continue;
+		int type = atoi(tokens[0].c_str());
+		if (type < 1 || type > 4) LOG.error("Graph type is unrecognised, only haploid (1), unrelated (2), duo (3) and trio (4) are supported");
+		genotype_graph * g = new genotype_graph(type, vecG.size());
+		std::vector < std::string > child = { tokens[1] }, father = { tokens[2] }, mother = { tokens[3] };
+		g->pushChild(tokens[1], counter, child);
+		g->pushFather(tokens[2], true, counter + 1, father);
+		g->pushMother(tokens[3], true, counter + 2, mother);
+		vecG.push_back(g);
+		counter += 3;
+	}
+	LOG.println("  * " + sutils::int2str(vecG.size()) + " graphs included");
+}

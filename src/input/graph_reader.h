@@ -1,0 +1,32 @@
+#ifndef _GRAPH_READER_H
+#define _GRAPH_READER_H
+
+#include "objects/genotype_graph.h"
+#include "objects/snp_set.h"
+#include "utils/ifile.h"
+
+#include <string>
+#include <vector>
+
+// Reads binary graph files: v2.2 and v2.1 from one file, v2.0 from a graph file with its
+// text lists of sites and samples. The sites and graphs are left alive for the set that
+// takes them over. A broken graph record throws myException; any other fault ends the run.
+class graph_reader {
+public:
+	std::string header1;
+	std::string header2;
+	std::vector < genotype_graph * > vecG;
+	snp_set * S;
+
+	graph_reader();
+
+	void readBinaryGraph(std::string filename);
+	void readBinaryGraph20(std::string graphFile, std::string sampleFile, std::string siteFile);
+
+private:
+	void readSites(ifile & f, bool v22);
+	void readSiteList(std::string siteFile);
+	void readSampleList(std::string sampleFile);
+};
+
+#endif

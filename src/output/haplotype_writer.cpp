@@ -1,0 +1,176 @@
+#include "output/haplotype_writer.h"
+#include "modes/sorvane.h"
+#include "utils/lfile.h"
+#include "utils/sutils.h"
+
+#include <algorithm>
+
+namespace {
+
+// Track of the first and of the second output column, by kind. A duo child shares track 0
+// with the parent; a trio mother's first column is the haplotype she transmitted.
+const int first_track[8] = { 0, 0, 0, 0, 0, 0, 0, 3 };
+const int second_track[8] = { 0, 1, 2, 1, 1, 3, 1, 2 };
+
+bool isFather(int kind) {
+	return kind == 3 || kind == 6;
+}
+
+bool isMother(int kind) {
+	return kind == 4 || kind == 7;
+}
+
+void openOutput(ofile & f, const std::string & name) {
+	if (!f.open(name)) LOG.error("Impossible to create file [" + name + "]");
+}
+
+}
+
+bool compare_haplotype_index(const haplotype_index & a, const haplotype_index & b) {
+	return a.order < b.order;
+}
+
+haplotype_writer::haplotype_writer(filter_writer & _filter, genhap_set & _set, std::string _sample_header1, std::string _sample_header2, bool _skip_children) :
+	filter(_filter), set(_set), sample_header1(_sample_header1), sample_header2(_sample_header2), skip_children(_skip_children) {
+	for (int i = 0 ; i < (int)set.vecG.size() ; i ++) {
+		genotype_graph * g = set.vecG[i];
+		switch (g->type) {
+		case 1:
+		case 2:
+			add(g->name, g->index, i, g->type - 1);
+			break;
+		case 3:
+			if (!g->fname.empty() && g->fmain) add(g->fname, g->findex, i, 3);
+			if (!g->mname.empty() && g->mmain) add(g->mname, g->mindex, i, 4);
+			if (!skip_children) add(g->name, g->index, i, 2);
+			break;
+		case 4:
+			if (g->fmain) add(g->fname, g->findex, i, 6);
+			if (g->mmain) add(g->mname, g->mindex, i, 7);
+			if (!skip_children) add(g->name, g->index, i, 5);
+			break;
+		}
+	}
+	std::sort(order.begin(), order.end(), compare_haplotype_index);
+}
+
+void haplotype_writer::add(const std::string & id, int _order, int index, int kind) {
+	if (filter.checkInd(id)) order.push_back(haplotype_index { _order, index, kind });
+}
+
+const std::string & haplotype_writer::identifier(const haplotype_index & h) const {
+	const genotype_graph * g = set.vecG[h.index];
+	if (isFather(h.kind)) return g->fname;
+	if (isMother(h.kind)) return g->mname;
+	return g->name;
+}
+
+const std::vector < std::string > & haplotype_writer::fields(const haplotype_index & h) const {
+	const genotype_graph * g = set.vecG[h.index];
+	if (isFather(h.kind)) return g->fproperties;
+	if (isMother(h.kind)) return g->mproperties;
+	return g->properties;
+}
+
+// The first sample field, the identifier, then the remaining fields.
+void haplotype_writer::writeSamples(ofile & f) const {
+	for (const haplotype_index & h : order) {
+		const std::vector < std::string > & p = fields(h);
+		if (!p.empty()) f << p[0] << " ";
+		f << identifier(h);
+		for (unsigned int k = 1 ; k < p.size() ; k ++) f << " " << p[k];
+		f << "\n";
+	}
+}
+
+std::vector < const chaplotype * > haplotype_writer::columns(int which) const {
+	std::vector < const chaplotype * > c;
+	for (const haplotype_index & h : order) {
+		int track = which ? second_track[h.kind] : first_track[h.kind];
+		c.push_back(&set.vecH[set.ind2hap[h.index][track]]);
+	}
+	return c;
+}
+
+void haplotype_writer::writeHaplotypeHap(std::string haps, std::string sample) {
+	LOG.println("\nWriting sample list in [" + sample + "]");
+	ofile fs;
+	openOutput(fs, sample);
+	fs << sample_header1 << "\n" << sample_header2 << "\n";
+	writeSamples(fs);
+	fs.close();
+
+	LOG.println("\nWriting site list and haplotypes in [" + haps + "]");
+	std::vector < const chaplotype * > c0 = columns(0), c1 = columns(1);
+	ofile fh;
+	openOutput(fh, haps);
+	for (int l = 0 ; l < set.sites->size() ; l ++) {
+		snp * s = set.sites->getByIndex(l);
+		if (!filter.checkSnp(s->bp)) continue;
+		fh << s->chr << " " << s->id;
+		// The six-column GEN layout keeps its second identifier in the site's properties.
+		if (s->source == 4) fh << " " << s->properties[0];
+		fh << " " << s->bp << " " << s->a0 << " " << s->a1;
+		for (unsigned int k = 0 ; k < order.size() ; k ++) fh << " " << c0[k]->get(l) << " " << c1[k]->get(l);
+		fh << "\n";
+	}
+	fh.close();
+}
+
+void haplotype_writer::writeHaplotypeRef(std::string haplotypes, std::string legend, std::string samples) {
+	LOG.println("\nWriting sample list in [" + samples + "]");
+	ofile fs;
+	openOutput(fs, samples);
+	fs << sample_header1 << "\n";
+	writeSamples(fs);
+	fs.close();
+
+	LOG.println("\nWriting site list in [" + legend + "]");
+	ofile fl;
+	openOutput(fl, legend);
+	fl << "id position a0 a1\n";
+	for (int l = 0 ; l < set.sites->size() ; l ++) {
+		snp * s = set.sites->getByIndex(l);
+		if (filter.checkSnp(s->bp)) fl << s->id << " " << s->bp << " " << s->a0 << " " << s->a1 << "\n";
+	}
+	fl.close();
+
+	LOG.println("\nWriting haplotypes in [" + haplotypes + "]");
+	std::vector < const chaplotype * > c0 = columns(0), c1 = columns(1);
+	ofile fh;
+	openOutput(fh, haplotypes);
+	for (int l = 0 ; l < set.sites->size() ; l ++) {
+		if (!filter.checkSnp(set.sites->getByIndex(l)->bp)) continue;
+		for (unsigned int k = 0 ; k < order.size() ; k ++) fh << (k ? " " : "") << c0[k]->get(l) << " " << c1[k]->get(l);
+		fh << "\n";
+	}
+	fh.close();
+}
+
+void haplotype_writer::writeHaplotypeVcf(std::string vcf) {
+	LOG.println("\nWriting haplotypes in [" + vcf + "] in VCF format");
+	ofile fv;
+	openOutput(fv, vcf);
+	fv << "##fileformat=VCFv4.1\n";
+	fv << "##fileDate=" << sutils::date2str(&START_DATE, "%d%m%Y_%Hh%Mm%Ss") << "\n";
+	fv << "##source=SORVANE2.v" << SORVANE_REVISION << "\n";
+	fv << "##log_file=" << LOG.name() << "\n";
+	fv << "##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased Genotype\">\n";
+	fv << "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT";
+	for (const haplotype_index & h : order) fv << "\t" << identifier(h);
+	fv << "\n";
+
+	std::vector < const chaplotype * > c0 = columns(0), c1 = columns(1);
+	for (int l = 0 ; l < set.sites->size() ; l ++) {
+		snp * s = set.sites->getByIndex(l);
+		if (!filter.checkSnp(s->bp)) continue;
+		fv << s->chr << "\t" << s->bp << "\t" << s->id << "\t" << s->a0 << "\t" << s->a1;
+		// QUAL, FILTER and INFO of a VCF input come back; any other site gets fixed columns.
+		if (s->properties.size() == 3) fv << "\t" << s->properties[0] << "\t" << s->properties[1] << "\t" << s->properties[2];
+		else fv << "\t.\tPASS\t.";
+		fv << "\tGT";
+		for (unsigned int k = 0 ; k < order.size() ; k ++) fv << "\t" << c0[k]->get(l) << "|" << c1[k]->get(l);
+		fv << "\n";
+	}
+	fv.close();
+}
