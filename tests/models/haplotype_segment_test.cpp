@@ -42,11 +42,18 @@ struct Scene {
 		const int S = G->HapsC.size();
 		if (oneWindow) G->cluster(100, 1000, start, stop, segStart, segStop);
 		else G->cluster(S * 10, 30, start, stop, segStart, segStop);
+		// 4 to 8 haplotypes, the first of the panel: if every state had no emission at the
+		// last site, the backward pass would have nothing left to carry.
 		for (unsigned int w = 0 ; w < start.size() ; w ++) {
-			std::vector < int > all;
-			for (int k = 0 ; k < (int)GH.vecH.size() ; k ++) all.push_back(k);
-			for (int k = 0 ; k < 4 ; k ++) all.erase(all.begin() + putils::getRandom(all.size()));
-			cond.push_back(std::vector < int > (all.begin(), all.begin() + 4 + putils::getRandom(5)));
+			std::vector < int > others;
+			const int first = 2 * n_samples + putils::getRandom(n_panel);
+			for (int k = 0 ; k < (int)GH.vecH.size() ; k ++) if (k != first) others.push_back(k);
+			cond.push_back({ first });
+			for (int n = 3 + putils::getRandom(5) ; n > 0 ; n --) {
+				const int k = putils::getRandom(others.size());
+				cond.back().push_back(others[k]);
+				others.erase(others.begin() + k);
+			}
 		}
 	}
 
@@ -59,7 +66,8 @@ struct Scene {
 			int h[4];
 			for (int j = 0 ; j < type ; j ++) h[j] = putils::getRandom() < het;
 			for (unsigned int m = 0 ; m < who.size() ; m ++) {
-				const bool x = putils::getRandom() < miss;
+				// Missing at the last site too: the backward pass starts there.
+				const bool x = putils::getRandom() < miss || (miss > 0.0 && l == L - 1);
 				A[3 * m][l] = !x && h[who[m][0]];
 				A[3 * m + 1][l] = !x && who[m].size() > 1 && h[who[m][1]];
 				A[3 * m + 2][l] = x;
