@@ -1,0 +1,153 @@
+#include "input/haplotype_reader.h"
+#include "modes/sorvane.h"
+#include "output/haplotype_writer.h"
+#include "output/prob_writer.h"
+#include "test_utils.h"
+#include "utils/sutils.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+
+using testutils::TempDir;
+
+namespace {
+
+typedef std::vector < std::string > fields;
+
+// A trio whose child stands before his parents in input order, a duo whose father is not
+// in the main panel, a haploid individual placed before an unrelated one in vecG but after
+// it in input order, and an unrelated individual excluded by the output filter. Six sites:
+// plain, six-column GEN, VCF with three properties, two properties, one excluded by
+// position and one outside the output window.
+struct Cohort {
+	snp_set sites;
+	genhap_set set;
+	filter_writer filter;
+
+	Cohort() {
+		const fields ids = { "rs1", "rs2", "rs3", "rs4", "rs5", "rs6" }, a0 = { "A", "G", "A", "C", "A", "G" }, a1 = { "C", "T", "G", "T", "T", "C" };
+		const int source[6] = { 3, 4, 5, 3, 3, 3 }, bp[6] = { 100, 200, 300, 400, 500, 900 };
+		const std::vector < fields > properties = { {}, { "x2" }, { "50", "q10", "AC=3" }, { "a", "b" }, {}, {} };
+		for (int l = 0 ; l < 6 ; l ++) {
+			snp * s = new snp("1", bp[l], a0[l], a1[l], source[l]);
+			s->id = ids[l];
+			s->properties = properties[l];
+			sites.put(s);
+		}
+		std::vector < genotype_graph * > graphs;
+		auto graph = [&](int type, std::string name, int index, fields p) {
+			genotype_graph * g = new genotype_graph(type, graphs.size());
+			g->pushChild(name, index, p);
+			graphs.push_back(g);
+			return g;
+		};
+		auto father = [](genotype_graph * g, std::string name, bool main, int index, fields p) { g->pushFather(name, main, index, p); };
+		auto mother = [](genotype_graph * g, std::string name, bool main, int index, fields p) { g->pushMother(name, main, index, p); };
+		genotype_graph * trio = graph(4, "c1", 0, { "fam1", "0", "f1", "m1", "1" });
+		father(trio, "f1", true, 1, { "fam1", "0", "0", "0", "1" });
+		mother(trio, "m1", true, 2, { "fam1", "0", "0", "0", "2" });
+		genotype_graph * duo = graph(3, "c2", 4, { "fam2", "0", "f2", "m2", "2" });
+		father(duo, "f2", false, -1, { "fam2", "0", "0", "0", "1" });
+		mother(duo, "m2", true, 3, { "fam2", "0", "0", "0", "2" });
+		graph(1, "h1", 6, { "fam4", "0" });
+		graph(2, "u1", 7, { "fam5", "0", "0", "0", "1" });
+		graph(2, "u2", 5, { "fam3", "0", "0", "0", "1" });
+		set.initialise(graphs, &sites);
+		// Haplotypes in vecH order: trio tracks 0-3, duo tracks 0-2, haploid, u1, u2.
+		const fields haps = { "100100", "010000", "001000", "110000", "011000", "101000", "111000", "010111", "111111", "111111", "000100", "100000" };
+		for (unsigned int h = 0 ; h < haps.size() ; h ++) for (int l = 0 ; l < 6 ; l ++) set.vecH[h].set(l, haps[h][l] == '1');
+		filter.ind_exclude["u1"] = true;
+		filter.snp_exclude[500] = true;
+		filter.setR(800);
+	}
+};
+
+const std::string header1 = "ID_1 ID_2 missing father mother sex", header2 = "0 0 0 D D D";
+// Columns: c1 (h0 h3), f1 (h0 h1), m1 (h3 h2), m2 (h4 h5), c2 (h4 h6), u2 (h10 h11), h1 (h7 h7).
+const std::string samples = "fam1 c1 0 f1 m1 1\nfam1 f1 0 0 0 1\nfam1 m1 0 0 0 2\nfam2 m2 0 0 0 2\nfam2 c2 0 f2 m2 2\nfam3 u2 0 0 0 1\nfam4 h1 0\n";
+const fields digits = { "1 1 1 0 1 0 0 1 0 1 0 1 0 0", "0 1 0 1 1 0 1 0 1 1 0 0 1 1", "0 0 0 0 0 1 1 1 1 1 0 0 0 0", "1 0 1 0 0 0 0 0 0 0 1 0 1 1" };
+
+std::string bars(const std::string & d) {
+	std::string s;
+	for (unsigned int k = 0 ; k < d.size() ; k += 4) s += "\t" + d.substr(k, 1) + "|" + d.substr(k + 2, 1);
+	return s;
+}
+
+}
+
+TEST(haplotype_writer, FormatsWithFilters) {
+	testutils::silenceLog();
+	Cohort c;
+	TempDir d;
+	haplotype_writer W(c.filter, c.set, header1, header2, false);
+	W.writeHaplotypeHap(d.file("o.haps"), d.file("o.sample"));
+	W.writeHaplotypeRef(d.file("o.hap"), d.file("o.legend"), d.file("o.samples"));
+	START_DATE = 86400 * 365;
+	W.writeHaplotypeVcf(d.file("o.vcf"));
+
+	EXPECT_EQ(d.read("o.sample"), header1 + "\n" + header2 + "\n" + samples);
+	EXPECT_EQ(d.read("o.haps"), "1 rs1 100 A C " + digits[0] + "\n1 rs2 x2 200 G T " + digits[1] + "\n1 rs3 300 A G " + digits[2] + "\n1 rs4 400 C T " + digits[3] + "\n");
+	EXPECT_EQ(d.read("o.samples"), header1 + "\n" + samples);
+	EXPECT_EQ(d.read("o.legend"), "id position a0 a1\nrs1 100 A C\nrs2 200 G T\nrs3 300 A G\nrs4 400 C T\n");
+	EXPECT_EQ(d.read("o.hap"), digits[0] + "\n" + digits[1] + "\n" + digits[2] + "\n" + digits[3] + "\n");
+	EXPECT_EQ(d.read("o.vcf"), "##fileformat=VCFv4.1\n##fileDate=" + sutils::date2str(&START_DATE, "%d%m%Y_%Hh%Mm%Ss") + "\n##source=SORVANE2.v904\n##log_file=" + LOG.name() + "\n"
+		"##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased Genotype\">\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tc1\tf1\tm1\tm2\tc2\tu2\th1\n"
+		"1\t100\trs1\tA\tC\t.\tPASS\t.\tGT" + bars(digits[0]) + "\n1\t200\trs2\tG\tT\t.\tPASS\t.\tGT" + bars(digits[1]) + "\n"
+		"1\t300\trs3\tA\tG\t50\tq10\tAC=3\tGT" + bars(digits[2]) + "\n1\t400\trs4\tC\tT\t.\tPASS\t.\tGT" + bars(digits[3]) + "\n");
+
+	// Children skipped; a window without sites leaves files of headers only.
+	haplotype_writer P(c.filter, c.set, header1, header2, true);
+	c.filter.setL(850);
+	P.writeHaplotypeHap(d.file("p.haps"), d.file("p.sample"));
+	P.writeHaplotypeVcf(d.file("p.vcf"));
+	EXPECT_EQ(d.read("p.sample"), header1 + "\n" + header2 + "\nfam1 f1 0 0 0 1\nfam1 m1 0 0 0 2\nfam2 m2 0 0 0 2\nfam3 u2 0 0 0 1\nfam4 h1 0\n");
+	EXPECT_EQ(d.read("p.haps"), "");
+	const std::string vcf = d.read("p.vcf");
+	EXPECT_EQ(vcf.substr(vcf.find("#CHROM")), "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tf1\tm1\tm2\tu2\th1\n");
+}
+
+// Compressed HAPS/SAMPLE output read back gives each sample's two columns, the sample
+// fields and the six-column site.
+TEST(haplotype_writer, HapsReadBack) {
+	testutils::silenceLog();
+	Cohort c;
+	TempDir d;
+	haplotype_writer W(c.filter, c.set, header1, header2, false);
+	W.writeHaplotypeHap(d.file("o.haps.gz"), d.file("o.sample.gz"));
+	filter_reader F;
+	F.initialise(0, 1000000000);
+	haplotype_reader H(F);
+	H.readHaplotypeImpute(d.file("o.haps.gz"), d.file("o.sample.gz"));
+	std::unique_ptr < snp_set > read(H.sites);
+
+	EXPECT_EQ(H.sample_header1 + "/" + H.sample_header2, header1 + "/" + header2);
+	ASSERT_EQ(H.ind_id.size(), W.order.size());
+	for (unsigned int k = 0 ; k < W.order.size() ; k ++) {
+		const haplotype_index & e = W.order[k];
+		SCOPED_TRACE(H.ind_id[k]);
+		const genotype_graph * g = c.set.vecG[e.index];
+		const bool father = e.kind == 3 || e.kind == 6, mother = e.kind == 4 || e.kind == 7;
+		EXPECT_EQ(H.ind_id[k], father ? g->fname : mother ? g->mname : g->name);
+		EXPECT_EQ(H.ind_fields[k], father ? g->fproperties : mother ? g->mproperties : g->properties);
+		for (int l = 0, kept = 0 ; l < 6 ; l ++) if (c.filter.checkSnp(c.sites.getByIndex(l)->bp)) {
+			const std::vector < int > & haps = c.set.ind2hap[e.index];
+			const int first[8] = { 0, 0, 0, 0, 0, 0, 0, 3 }, second[8] = { 0, 1, 2, 1, 1, 3, 1, 2 };
+			EXPECT_EQ(H.hap0[k][kept], (bool)c.set.vecH[haps[first[e.kind]]][l]);
+			EXPECT_EQ(H.hap1[k][kept ++], (bool)c.set.vecH[haps[second[e.kind]]][l]);
+		}
+	}
+	ASSERT_EQ(read->size(), 4);
+	EXPECT_EQ(read->getByIndex(1)->id + " " + read->getByIndex(1)->properties[0] + " " + std::to_string(read->getByIndex(1)->bp), "rs2 x2 200");
+}
+
+// One column per graph whose own sample passes, in vecG order; parents have none.
+TEST(prob_writer, Table) {
+	testutils::silenceLog();
+	Cohort c;
+	TempDir d;
+	std::vector < std::vector < float > > probs(5, std::vector < float > (6));
+	for (int i = 0 ; i < 5 ; i ++) for (int l = 0 ; l < 6 ; l ++) probs[i][l] = (i + 1) * 0.1f + l;
+	prob_writer P(c.filter, c.set, probs);
+	P.writeProbabilities(d.file("p.txt"));
+	EXPECT_EQ(d.read("p.txt"), "1 rs1 100 0.1 0.2 0.3 0.5\n1 rs2 200 1.1 1.2 1.3 1.5\n1 rs3 300 2.1 2.2 2.3 2.5\n1 rs4 400 3.1 3.2 3.3 3.5\n");
+}
