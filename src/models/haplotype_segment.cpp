@@ -12,6 +12,40 @@ static const int max_fragments = 8;
 static const int rescale_step = 50;
 static const double underflow = 1e-300;
 
+// One row of a lattice: c[k] = (o[k] * a + b) * e[k]; returns the sum of the row. Eight
+// partial sums break the serial dependency of the sum so that the loop vectorises and
+// two vector additions are in flight at once.
+__attribute__((target_clones("avx2", "default"))) static double updateRow(const double * __restrict__ o, double a, double b, const double * __restrict__ e, double * __restrict__ c, int K) {
+	double s[8] = { 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0 };
+	int k = 0;
+	for (; k + 8 <= K ; k += 8)
+		for (int j = 0 ; j < 8 ; j ++) {
+			const double v = (o[k + j] * a + b) * e[k + j];
+			c[k + j] = v;
+			s[j] += v;
+		}
+	for (; k < K ; k ++) {
+		const double v = (o[k] * a + b) * e[k];
+		c[k] = v;
+		s[0] += v;
+	}
+	return ((s[0] + s[1]) + (s[2] + s[3])) + ((s[4] + s[5]) + (s[6] + s[7]));
+}
+
+// Allele at bit `bit` of each conditioning haplotype's cached byte.
+__attribute__((target_clones("avx2", "default"))) static void extractAlleles(const unsigned char * __restrict__ bytes, int bit, unsigned char * __restrict__ x, int K) {
+	for (int k = 0 ; k < K ; k ++) x[k] = (bytes[k] >> bit) & 1;
+}
+
+// Emission row of a unit allele: m1 where the conditioning allele is 1, m0 where it is 0.
+// x * m1 + (1 - x) * m0 with x in {0, 1} gives either term exactly.
+__attribute__((target_clones("avx2", "default"))) static void emissionRow(const unsigned char * __restrict__ x, double m1, double m0, double * __restrict__ e, int K) {
+	for (int k = 0 ; k < K ; k ++) {
+		const double v = x[k];
+		e[k] = v * m1 + (1.0 - v) * m0;
+	}
+}
+
 haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, std::vector < std::vector < int > > & cond, std::vector < int > & segStart, std::vector < int > & segStop, std::vector < int > & start, std::vector < int > & stop) :
 	GH(GH), H(H), cond(cond), start(start), stop(stop), segStart(segStart), segStop(segStop), K(0), cachedByte(-1) {
 }
@@ -108,8 +142,7 @@ void haplotype_segment::loadSite(genotype_graph * G, int s, int i, int l, unsign
 		cachedByte = l >> 3;
 		for (int k = 0 ; k < K ; k ++) condByte[k] = condBits[k][cachedByte];
 	}
-	const int bit = l & 7;
-	for (int k = 0 ; k < K ; k ++) alleles[k] = (condByte[k] >> bit) & 1;
+	extractAlleles(condByte.data(), l & 7, alleles.data(), K);
 	unsigned int used = 0;
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
 		fa[h] = G->getA(s, h, i);
@@ -119,12 +152,7 @@ void haplotype_segment::loadSite(genotype_graph * G, int s, int i, int l, unsign
 	if (miss) for (int k = 0 ; k < K ; k ++) missing[k] = condMiss[k] && (*condMiss[k])[l];
 	for (int a = 0 ; a < 2 ; a ++) if ((used >> a) & 1) {
 		double * e = emit.data() + a * K;
-		// x * match + (1 - x) * mismatch with x in {0, 1} gives either term exactly.
-		const double m1 = a ? match : mismatch, m0 = a ? mismatch : match;
-		for (int k = 0 ; k < K ; k ++) {
-			const double x = alleles[k];
-			e[k] = x * m1 + (1.0 - x) * m0;
-		}
+		emissionRow(alleles.data(), a ? match : mismatch, a ? mismatch : match, e, K);
 		if (miss) for (int k = 0 ; k < K ; k ++) if (missing[k]) e[k] = none;
 	}
 }
@@ -156,8 +184,8 @@ void haplotype_segment::rescale(double * cur, double * cursum, unsigned int act)
 // Appends the C rows of a segment, zeros for the inactive fragments.
 void haplotype_segment::appendItem(std::vector < double > & P, std::vector < int > & I, std::vector < double > * S, const double * cur, const double * cursum, int C, unsigned int act) {
 	I.push_back(P.size());
-	P.resize(P.size() + C * K, 0.0);
-	for (int h = 0 ; h < C ; h ++) if ((act >> h) & 1) std::copy(cur + h * K, cur + (h + 1) * K, P.end() - (C - h) * K);
+	P.insert(P.end(), cur, cur + C * K);
+	for (int h = 0 ; h < C ; h ++) if (!((act >> h) & 1)) std::fill(P.end() - (C - h) * K, P.end() - (C - h - 1) * K, 0.0);
 	if (S) for (int h = 0 ; h < C ; h ++) S->push_back(((act >> h) & 1) ? cursum[h] : 0.0);
 }
 

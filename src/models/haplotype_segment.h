@@ -88,31 +88,4 @@ private:
 	void interior(genotype_graph * G, hmm_parameters & M, int w, std::vector < std::vector < std::vector < double > > > & prob, const std::string & form);
 };
 
-// One row of a lattice: c[k] = (o[k] * a + b) * e[k]; returns the sum of the row. Four
-// partial sums keep the loop free of a serial dependency so that it vectorises.
-inline double updateRow(const double * __restrict__ o, double a, double b, const double * __restrict__ e, double * __restrict__ c, int K) {
-	double s0 = 0.0, s1 = 0.0, s2 = 0.0, s3 = 0.0;
-	int k = 0;
-	for (; k + 4 <= K ; k += 4) {
-		const double v0 = (o[k] * a + b) * e[k];
-		const double v1 = (o[k + 1] * a + b) * e[k + 1];
-		const double v2 = (o[k + 2] * a + b) * e[k + 2];
-		const double v3 = (o[k + 3] * a + b) * e[k + 3];
-		c[k] = v0;
-		c[k + 1] = v1;
-		c[k + 2] = v2;
-		c[k + 3] = v3;
-		s0 += v0;
-		s1 += v1;
-		s2 += v2;
-		s3 += v3;
-	}
-	for (; k < K ; k ++) {
-		const double v = (o[k] * a + b) * e[k];
-		c[k] = v;
-		s0 += v;
-	}
-	return (s0 + s1) + (s2 + s3);
-}
-
 #endif
