@@ -173,11 +173,10 @@ void haplotype_segment::mixSources(unsigned int src, const double * old, const d
 void haplotype_segment::rescale(double * cur, double * cursum, unsigned int act) {
 	double total = 0.0;
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) total += cursum[h];
-	const double f = 1.0 / total;
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
 		double * c = cur + h * K;
-		for (int k = 0 ; k < K ; k ++) c[k] *= f;
-		cursum[h] *= f;
+		for (int k = 0 ; k < K ; k ++) c[k] /= total;
+		cursum[h] /= total;
 	}
 }
 
@@ -189,6 +188,14 @@ void haplotype_segment::appendItem(std::vector < double > & P, std::vector < int
 	if (S) for (int h = 0 ; h < C ; h ++) S->push_back(((act >> h) & 1) ? cursum[h] : 0.0);
 }
 
+// The buffers of the site at rel and of the site before it in the pass, by parity.
+void haplotype_segment::buffers(int rel, double *& cur, double *& cursum, const double *& old, const double *& oldsum) {
+	cur = (rel & 1) ? prob1.data() : prob0.data();
+	cursum = (rel & 1) ? sum1.data() : sum0.data();
+	old = (rel & 1) ? prob0.data() : prob1.data();
+	oldsum = (rel & 1) ? sum0.data() : sum1.data();
+}
+
 void haplotype_segment::forward(genotype_graph * G, hmm_parameters & M, int w) {
 	forwP.clear();
 	forwS.clear();
@@ -197,10 +204,9 @@ void haplotype_segment::forward(genotype_graph * G, hmm_parameters & M, int w) {
 	int s = segStart[w], i = 0;
 	for (int l = start[w] ; l <= stop[w] ; l ++) {
 		const int rel = l - start[w];
-		double * cur = (rel & 1) ? prob1.data() : prob0.data();
-		double * cursum = (rel & 1) ? sum1.data() : sum0.data();
-		const double * old = (rel & 1) ? prob0.data() : prob1.data();
-		const double * oldsum = (rel & 1) ? sum0.data() : sum1.data();
+		double * cur, * cursum;
+		const double * old, * oldsum;
+		buffers(rel, cur, cursum, old, oldsum);
 		const unsigned int act = active(s);
 		loadSite(G, s, i, l, act, M.ed, M.ee, 1.0, fa);
 		if (rel == 0) std::fill(mix.begin(), mix.end(), 1.0);
@@ -233,10 +239,9 @@ void haplotype_segment::backward(genotype_graph * G, hmm_parameters & M, int w) 
 	int s = segStop[w], i = G->HapsS[s] - 1;
 	for (int l = stop[w] ; l >= start[w] ; l --) {
 		const int rel = l - start[w];
-		double * cur = (rel & 1) ? prob1.data() : prob0.data();
-		double * cursum = (rel & 1) ? sum1.data() : sum0.data();
-		const double * old = (rel & 1) ? prob0.data() : prob1.data();
-		const double * oldsum = (rel & 1) ? sum0.data() : sum1.data();
+		double * cur, * cursum;
+		const double * old, * oldsum;
+		buffers(rel, cur, cursum, old, oldsum);
 		const unsigned int act = active(s);
 		// The last site starts from the emission divided by K; a cell without emission
 		// stays at 0 there.

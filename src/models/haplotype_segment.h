@@ -77,6 +77,7 @@ private:
 	void forward(genotype_graph * G, hmm_parameters & M, int w);
 	void backward(genotype_graph * G, hmm_parameters & M, int w);
 
+	void buffers(int rel, double *& cur, double *& cursum, const double *& old, const double *& oldsum);
 	unsigned int active(int s) const;
 	unsigned int forwardSources(int s, int h) const;
 	unsigned int backwardSources(int s, int h) const;
