@@ -64,7 +64,8 @@ void readGraphBody(ifile & f, genotype_graph & g) {
 	readArray(f, g.probsI, "probsI");
 	readArray(f, g.probsC, "probsC");
 	check(futils::binary2bool(g.Ambs, f), "Ambs vector");
-	check(g.Haps.read(f), "Haps vector");
+	// chaplotype::read does not test its two counts: a stream already failed tells.
+	check(g.Haps.read(f) && !f.fail(), "Haps vector");
 	readArray(f, g.HapsI, "HapsI");
 	readArray(f, g.HapsC, "HapsC");
 	readArray(f, g.HapsS, "HapsS");
