@@ -254,18 +254,23 @@ TEST(genotype_graph_probs, SamplingAndStoringOnRandomUnits) {
 			EXPECT_NEAR(sum, 2.0, 1e-5);
 		}
 	}
-	// Equal tiny cells on an unordered unit: the sums leave each transition 1 or 2 shares, by
-	// whether its two fragments differ.
-	Unit u(2, false, 30, 0.05);
+	// Equal tiny cells on an unordered unit of missing sites: the sums leave each transition 1
+	// or 2 shares, by whether its two fragments differ.
+	std::vector < bool > zero(8, false), miss = { 1, 1, 0, 1, 1, 0, 1, 1 };
+	Unit u(genotype_graph(2, 0), { { -1, -1, 0, -1, -1, 0, -1, -1 } });
+	u.g.buildUnr(zero, zero, miss);
 	tables tiny = randomTables(u.g, 1e-170);
 	u.g.reset();
 	u.g.store(tiny);
+	int mixed = 0;
 	for (unsigned int k = 0 ; k < u.g.probsC.size() ; k ++) {
 		double shares = 0.0;
 		for (unsigned int t = u.g.probsI[k] ; t < u.g.probsI[k] + u.g.probsC[k] ; t ++) shares += 1 + (u.g.trans[2 * t] != u.g.trans[2 * t + 1]);
+		mixed += shares != u.g.probsC[k] && shares != 2 * u.g.probsC[k];
 		for (unsigned int t = u.g.probsI[k] ; t < u.g.probsI[k] + u.g.probsC[k] ; t ++)
 			EXPECT_NEAR(u.g.probs[t], (1 + (u.g.trans[2 * t] != u.g.trans[2 * t + 1])) / shares, 1e-6);
 	}
+	EXPECT_EQ(mixed, 4);
 }
 
 // Weights that no fallback can rescue end in an exception naming the unit, the group and the
