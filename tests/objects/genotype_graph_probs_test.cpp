@@ -1,5 +1,4 @@
 #include "objects/genotype_graph.h"
-#include "objects/genotype_graph_test_utils.h"
 #include "utils/myException.h"
 #include "utils/putils.h"
 
