@@ -120,22 +120,27 @@ std::string escape(const std::string & s) {
 	return r;
 }
 
-// Reads the file, expecting it to fail with `text`: thrown by the graph record or fatal.
-void expectFailure(const std::string & file, const std::string & text, bool thrown) {
+// Runs `read` on a fresh reader, expecting it to fail with `text`: thrown by a graph
+// record or fatal.
+void expectFailure(const std::function < void (graph_reader &) > & read, const std::string & text, bool thrown) {
 	SCOPED_TRACE(text);
 	if (!thrown) {
-		EXPECT_LOG_ERROR({ graph_reader R; R.readBinaryGraph(file); }, escape(text));
+		EXPECT_LOG_ERROR({ graph_reader R; read(R); }, escape(text));
 		return;
 	}
 	graph_reader R;
 	std::unique_ptr < snp_set > S(R.S);
 	try {
-		R.readBinaryGraph(file);
+		read(R);
 		ADD_FAILURE() << "no failure";
 	} catch (myException & e) {
 		EXPECT_EQ(e.msg, "read " + text + " failed");
 	}
 	for (genotype_graph * g : R.vecG) delete g;
+}
+
+void expectFailure(const std::string & file, const std::string & text, bool thrown) {
+	expectFailure([&](graph_reader & R) { R.readBinaryGraph(file); }, text, thrown);
 }
 
 }
@@ -208,4 +213,115 @@ TEST(graph_reader, Version22) {
 	T.readBinaryGraph(patched(tail, "\xFF\x3F"));
 	ASSERT_EQ(T.vecG.size(), 1u);
 	delete T.vecG[0];
+}
+
+// One string for chromosome and identifier, and no identifier or property lists.
+TEST(graph_reader, Version21) {
+	Bytes b;
+	b.put((unsigned char)0xAA, "");
+	b.put((unsigned char)0x15, "");
+	b.str("H1", "");
+	b.str("H2", "");
+	b.put((int32_t)1, "");
+	b.str("rs9", "");
+	b.put((int32_t)300, "");
+	b.put(2.0, "");
+	b.put((int32_t)0, "");
+	b.str("A", "");
+	b.str("G", "reading snp 0 a1");
+	b.put((int32_t)1, "");
+	std::unique_ptr < genotype_graph > original(smallGraph());
+	record(b, *original);
+	b.put((unsigned char)0xAA, "");
+	b.put((unsigned char)0x15, "");
+
+	TempDir d;
+	d.write("g.bin", b.data);
+	graph_reader R;
+	std::unique_ptr < snp_set > S(R.S);
+	const std::string log = logOf(d, [&] { R.readBinaryGraph(d.file("g.bin")); });
+	EXPECT_EQ(log, "\nReading genotype graphs in [" + d.file("g.bin") + "]\n  * Binary graph file v2.1 detected!\n  * 1 sites found\n");
+	EXPECT_EQ(R.header1 + R.header2, "H1H2");
+	ASSERT_EQ(S->size(), 1);
+	snp * s = S->getByIndex(0);
+	EXPECT_EQ(s->chr + " " + s->id + " " + std::to_string(s->bp) + " " + std::to_string(s->cm) + " " + s->a0 + s->a1 + " " + std::to_string(s->properties.size()), "rs9 rs9 300 2.000000 AG 0");
+	ASSERT_EQ(R.vecG.size(), 1u);
+	EXPECT_EQ(graphtest::dump(*R.vecG[0]), graphtest::dump(*original));
+	delete R.vecG[0];
+
+	d.write("cut.bin", b.data.substr(0, b.fields[10].end - 1));
+	expectFailure(d.file("cut.bin"), "reading snp 0 a1", false);
+}
+
+// Three files: site and sample lists in text, graphs of the short record. Faults of each.
+TEST(graph_reader, Version20) {
+	std::unique_ptr < genotype_graph > unrelated(smallGraph()), haploid(new genotype_graph(1, 0));
+	std::vector < std::vector < bool > > one = { { 1, 0, 1 } };
+	std::vector < std::vector < int > > start = { { 0 }, { 0 } };
+	haploid->pushTrans(start);
+	haploid->pushHaps(one);
+	haploid->pushTrans(start);
+	haploid->probs = { 1.0f, 1.0f };
+	haploid->Ambs = { 0, 0, 0 };
+	Bytes b;
+	b.put((unsigned char)0xAA, "");
+	b.put((unsigned char)0x55, "");
+	b.put((int32_t)2, "");
+	for (genotype_graph * g : { unrelated.get(), haploid.get() }) {
+		b.record = true;
+		b.put(g->type, "genotype_graph type");
+		body(b, *g);
+		b.record = false;
+	}
+	const size_t tail = b.data.size();
+	b.data += "\xAA\x55";
+
+	TempDir d;
+	const std::map < std::string, std::string > base = { { "sites.txt", "1 100 A C\n1 100 A G\n1 250 G T\n" }, { "samples.txt", "2 kid dad mum\n1 solo 0 0\n" }, { "g.bin", b.data } };
+	for (const auto & f : base) d.write(f.first, f.second);
+	auto read = [&](graph_reader & R) { R.readBinaryGraph20(d.file("g.bin"), d.file("samples.txt"), d.file("sites.txt")); };
+	graph_reader R;
+	std::unique_ptr < snp_set > S(R.S);
+	const std::string log = logOf(d, [&] { read(R); });
+	EXPECT_EQ(log, "\nReading site list in [" + d.file("sites.txt") + "]\n  * 3 sites included\n\nReading samples in [" + d.file("samples.txt") + "]\n  * 2 graphs included\n"
+		"\nReading graphs in [" + d.file("g.bin") + "]\n  * Binary graph file v2.0 detected!\n");
+	EXPECT_EQ(siteList(S.get()), "100:A/C 100:A/G 250:G/T");
+	EXPECT_EQ(S->getByIndex(2)->chr + " " + std::to_string(S->getByIndex(2)->source), "1 8");
+	// Each line takes three orders; every name is its member's one sample column.
+	std::string kid = "kid", dad = "dad", mum = "mum", solo = "solo", none = "0";
+	std::vector < std::string > p;
+	unrelated->pushChild(kid, 0, p = { kid });
+	unrelated->pushFather(dad, true, 1, p = { dad });
+	unrelated->pushMother(mum, true, 2, p = { mum });
+	unrelated->famID = 0;
+	haploid->famID = 1;
+	haploid->pushChild(solo, 3, p = { solo });
+	haploid->pushFather(none, true, 4, p = { none });
+	haploid->pushMother(none, true, 5, p = { none });
+	ASSERT_EQ(R.vecG.size(), 2u);
+	EXPECT_EQ(graphtest::dump(*R.vecG[0]), graphtest::dump(*unrelated));
+	EXPECT_EQ(graphtest::dump(*R.vecG[1]), graphtest::dump(*haploid));
+	for (genotype_graph * g : R.vecG) delete g;
+
+	testutils::silenceLog();
+	std::string patched = b.data;
+	patched.replace(tail, 2, "\xAA\x05");
+	expectFaults(d, base, {
+		{ "sites.txt", "1 100 A C\n1 200 G\n", "Line=2 found=3 fields expected=4" },
+		{ "sites.txt", "1 200 A C\n1 100 G T\n", "Physical positions corrupted curr_pos=100 prev_pos=200" },
+		{ "samples.txt", "2 kid dad mum\n0 solo 0 0\n", "Graph type is unrecognised, only haploid \\(1\\), unrelated \\(2\\), duo \\(3\\) and trio \\(4\\) are supported" },
+		{ "g.bin", std::string("\xAA\x51\x02\x00\x00\x00", 6), "Binary graph file format unsupported" },
+		{ "g.bin", "\xAA\x55", "Binary file corrupted 1" },
+		{ "g.bin", std::string("\xAA\x55\x03\x00\x00\x00", 6), "Different number of individuals, in binary file=3 in sample file=2" },
+		{ "g.bin", patched, "Binary file corrupted \\(tail\\)" },
+	}, [&] { graph_reader F; read(F); });
+
+	// Cut records fail with the field's text.
+	for (unsigned int k : { 3u, (unsigned int)b.fields.size() - 1 }) {
+		d.write("g.bin", b.data.substr(0, b.fields[k].end - 1));
+		expectFailure(read, b.fields[k].text, true);
+	}
+	// Taken for v2.1 by its head, a v2.0 file fails further on.
+	d.write("g.bin", std::string("\xAA\x55\x00\x00\x00\x00\xAA\x55", 8));
+	expectFailure(d.file("g.bin"), "reading header2", false);
 }
