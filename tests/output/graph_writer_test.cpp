@@ -11,28 +11,17 @@ using testutils::TempDir;
 
 namespace {
 
-// A graph of each kind (haploid, unrelated, scaffolded, duo, trio) built from genotypes
-// summed from random tracks with some missing, random probabilities and sample columns.
+// A graph of each kind (haploid, unrelated, scaffolded, duo, trio) built from random
+// genotypes, some missing and some Mendel errors, with random probabilities.
 genotype_graph * randomGraph(int kind, int L, int famID) {
-	const std::vector < std::vector < int > > members[5] = { { { 0, 0 } }, { { 0, 1 } }, { { 0, 1 } }, { { 0, 1 }, { 0, 2 } }, { { 0, 1 }, { 2, 3 }, { 0, 3 } } };
-	const int n = kind < 2 ? kind + 1 : kind, K = members[kind].size();
-	std::vector < std::vector < bool > > A0(K, std::vector < bool > (L)), A1 = A0, AM = A0;
-	std::vector < bool > S(L);
-	for (int l = 0 ; l < L ; l ++) {
-		bool u[4] = { putils::getRandom() < 0.3, putils::getRandom() < 0.3, putils::getRandom() < 0.3, putils::getRandom() < 0.3 };
-		for (int k = 0 ; k < K ; k ++) {
-			AM[k][l] = putils::getRandom() < 0.1;
-			A0[k][l] = !AM[k][l] && u[members[kind][k][0]];
-			A1[k][l] = !AM[k][l] && u[members[kind][k][1]];
-		}
-		S[l] = putils::getRandom() < 0.5;
-	}
-	genotype_graph * g = new genotype_graph(n, famID);
-	if (kind == 0) g->buildHap(A0[0], AM[0]);
-	else if (kind == 1) g->buildUnr(A0[0], A1[0], AM[0]);
-	else if (kind == 2) g->buildUnr(A0[0], A1[0], AM[0], S);
-	else if (kind == 3) g->buildDuo(A0[0], A1[0], AM[0], A0[1], A1[1], AM[1]);
-	else g->buildTrio(A0[0], A1[0], AM[0], A0[1], A1[1], AM[1], A0[2], A1[2], AM[2]);
+	std::vector < std::vector < bool > > G(9, std::vector < bool > (L));
+	for (int k = 0 ; k < 9 ; k ++) for (int l = 0 ; l < L ; l ++) G[k][l] = putils::getRandom() < (k % 3 == 2 ? 0.1 : 0.3);
+	genotype_graph * g = new genotype_graph(kind < 2 ? kind + 1 : kind, famID);
+	if (kind == 0) g->buildHap(G[0], G[2]);
+	else if (kind == 1) g->buildUnr(G[0], G[1], G[2]);
+	else if (kind == 2) g->buildUnr(G[0], G[1], G[2], G[3]);
+	else if (kind == 3) g->buildDuo(G[0], G[1], G[2], G[3], G[4], G[5]);
+	else g->buildTrio(G[0], G[1], G[2], G[3], G[4], G[5], G[6], G[7], G[8]);
 	for (float & p : g->probs) p = putils::getRandom();
 	g->likes.assign(g->probs.size(), 0.5f);
 	std::string name = "ind" + std::to_string(famID), father = kind > 2 ? "dad" + std::to_string(famID) : "0", mother = kind > 3 ? "mum" + std::to_string(famID) : "";
