@@ -37,6 +37,7 @@ haplotype_writer::haplotype_writer(filter_writer & _filter, genhap_set & _set, s
 		switch (g->type) {
 		case 1:
 		case 2:
+			// Kind 0 haploid, 1 unrelated.
 			add(g->name, g->index, i, g->type - 1);
 			break;
 		case 3:
