@@ -10,87 +10,13 @@
 #include <limits>
 #include <memory>
 
+using futils::readValue;
+
 namespace {
 
 // Magic and tail bytes are tested on their bits, not compared for equality.
 bool hasBits(unsigned char b, unsigned char mask) {
 	return (b & mask) == mask;
-}
-
-template < class T > bool readValue(ifile & f, T & v) {
-	return (bool)f.read((char *)&v, sizeof(T));
-}
-
-void check(bool ok, const std::string & what) {
-	if (!ok) throw myException("read " + what + " failed");
-}
-
-bool readFlag(ifile & f, bool & flag) {
-	unsigned char b;
-	if (!readValue(f, b)) return false;
-	flag = b != 0;
-	return true;
-}
-
-// A count, then the values. They are read in bounded chunks, so that a corrupt count ends
-// in a failed read at the end of the stream rather than in one huge allocation; the failure
-// names the first value not read whole.
-template < class T > void readArray(ifile & f, std::vector < T > & v, const std::string & name) {
-	int32_t n;
-	check(readValue(f, n) && n >= 0, "#" + name);
-	v.clear();
-	const int chunk = 65536;
-	while ((int)v.size() < n) {
-		int offset = v.size(), count = std::min(chunk, n - offset);
-		v.resize(offset + count);
-		if (!f.read((char *)(v.data() + offset), count * sizeof(T))) throw myException("read " + name + " " + sutils::int2str(offset + f.gcount() / sizeof(T)) + " failed");
-	}
-	// Graphs keep their vectors at exact size.
-	v.shrink_to_fit();
-}
-
-// The sample columns of one member; prefix is "", "f" or "m".
-void readProperties(ifile & f, std::vector < std::string > & v, const std::string & prefix) {
-	int32_t n;
-	check(readValue(f, n) && n >= 0, "number of " + prefix + "properties");
-	v.assign(n, "");
-	for (int i = 0 ; i < n ; i ++) check(f.readString(v[i]), prefix + "property n=" + sutils::int2str(i));
-}
-
-// From the transitions to the segment sizes: the part common to all versions.
-void readGraphBody(ifile & f, genotype_graph & g) {
-	readArray(f, g.trans, "trans");
-	readArray(f, g.probs, "probs");
-	readArray(f, g.probsI, "probsI");
-	readArray(f, g.probsC, "probsC");
-	check(futils::binary2bool(g.Ambs, f), "Ambs vector");
-	// chaplotype::read does not test its two counts: a stream already failed tells.
-	check(g.Haps.read(f) && !f.fail(), "Haps vector");
-	readArray(f, g.HapsI, "HapsI");
-	readArray(f, g.HapsC, "HapsC");
-	readArray(f, g.HapsS, "HapsS");
-}
-
-void readGraph(ifile & f, genotype_graph & g) {
-	check(readValue(f, g.type), "genotype_graph type");
-	check(readValue(f, g.famID), "famID");
-	check(f.readString(g.name), "name");
-	check(readValue(f, g.index), "index");
-	readProperties(f, g.properties, "");
-	check(f.readString(g.fname), "fname");
-	check(readFlag(f, g.fmain), "fmain");
-	check(readValue(f, g.findex), "findex");
-	readProperties(f, g.fproperties, "f");
-	check(f.readString(g.mname), "mname");
-	check(readFlag(f, g.mmain), "mmain");
-	check(readValue(f, g.mindex), "mindex");
-	readProperties(f, g.mproperties, "m");
-	readGraphBody(f, g);
-}
-
-void readGraph20(ifile & f, genotype_graph & g) {
-	check(readValue(f, g.type), "genotype_graph type");
-	readGraphBody(f, g);
 }
 
 void openInput(ifile & f, const std::string & name, bool binary) {
@@ -141,7 +67,7 @@ void graph_reader::readBinaryGraph(std::string filename) {
 	if (!readValue(f, n)) LOG.error("Binary file corrupted 1.2");
 	for (int i = 0 ; i < n ; i ++) {
 		std::unique_ptr < genotype_graph > g(new genotype_graph());
-		readGraph(f, *g);
+		g->readBinary(f);
 		vecG.push_back(g.release());
 	}
 	readTail(f, 0x15);
@@ -190,7 +116,7 @@ void graph_reader::readBinaryGraph20(std::string graphFile, std::string sampleFi
 	int32_t n;
 	if (!readValue(f, n)) LOG.error("Binary file corrupted 1");
 	if (n != (int)vecG.size()) LOG.error("Different number of individuals, in binary file=" + sutils::int2str(n) + " in sample file=" + sutils::int2str(vecG.size()));
-	for (genotype_graph * g : vecG) readGraph20(f, *g);
+	for (genotype_graph * g : vecG) g->readBinary20(f);
 	readTail(f, 0x55);
 }
 

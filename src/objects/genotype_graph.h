@@ -64,6 +64,11 @@ public:
 	void normalize();
 	void sort();
 
+	// Binary graph records: v2.1 and v2.2 carry the members, v2.0 only the type and the graph.
+	void writeBinary(ofile & f);
+	void readBinary(ifile & f);
+	void readBinary20(ifile & f);
+
 	// Building from genotypes, one bit per site.
 	int buildHap(std::vector < bool > & G0, std::vector < bool > & M);
 	int buildUnr(std::vector < bool > & G0, std::vector < bool > & G1, std::vector < bool > & M);

@@ -21,7 +21,6 @@ public:
 
 private:
 	void writeSite(ofile & f, snp & s);
-	void writeGraph(ofile & f, genotype_graph & g);
 };
 
 #endif

@@ -12,6 +12,14 @@ namespace futils {
 	bool createFile(std::string name);
 	void bool2binary(const std::vector < bool > & v, std::ostream & os);
 	bool binary2bool(std::vector < bool > & v, std::istream & is);
+
+	// One value in native byte order, as the binary graph files hold them.
+	template < class T > bool readValue(std::istream & is, T & v) {
+		return (bool)is.read((char *)&v, sizeof(T));
+	}
+	template < class T > void writeValue(std::ostream & os, const T & v) {
+		os.write((const char *)&v, sizeof(T));
+	}
 }
 
 #endif
