@@ -81,8 +81,7 @@ private:
 	void printSampleCounts(int n_excluded, bool with_sex);
 	void printSiteCounts(int n_excluded, std::string what);
 	void readSampleImpute(std::string sample, std::vector < bool > & mask);
-	void readSiteListPed(std::string map, std::vector < bool > & mask);
-	void readSiteListBim(std::string bim, std::vector < bool > & mask);
+	void readSiteList(std::string file, bool bim, std::vector < bool > & mask);
 	void readSampleListFam(std::string fam, std::vector < bool > & mask);
 	void readGenotypesBed(std::string bed, std::vector < bool > & site_mask, std::vector < bool > & ind_mask);
 };

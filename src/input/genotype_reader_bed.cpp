@@ -4,28 +4,6 @@
 
 #include <cstdlib>
 
-// BIM file: chromosome, identifier, genetic position (unused), position, allele 0, allele 1.
-void genotype_reader::readSiteListBim(std::string bim, std::vector < bool > & mask) {
-	LOG.println("\nReading site list in [" + bim + "]");
-	ifile fd;
-	openInput(fd, bim);
-	std::string line;
-	std::vector < std::string > tokens;
-	int n_line = 0, n_excluded = 0;
-	while (getline(fd, line)) {
-		n_line ++;
-		int n_fields = sutils::tokenize(line, tokens);
-		if (n_fields != 6) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields expected=6");
-		snp * s = putSnp(tokens[0], strtol(tokens[3].c_str(), NULL, 10), tokens[4], tokens[5], 2);
-		if (s) s->id = tokens[1];
-		else n_excluded ++;
-		mask.push_back(s != NULL);
-	}
-	fd.close();
-	sites->indexing();
-	printSiteCounts(n_excluded, "sites");
-}
-
 // FAM file: family, individual, father, mother, sex, phenotype.
 void genotype_reader::readSampleListFam(std::string fam, std::vector < bool > & mask) {
 	LOG.println("\nReading sample list in [" + fam + "]");
@@ -90,7 +68,7 @@ void genotype_reader::readGenotypeBed(std::string bed, std::string bim, std::str
 	sample_header1 = "ID_1 ID_2 missing father mother sex plink_pheno";
 	sample_header2 = "0 0 0 D D D B";
 	std::vector < bool > site_mask, ind_mask;
-	readSiteListBim(bim, site_mask);
+	readSiteList(bim, true, site_mask);
 	readSampleListFam(fam, ind_mask);
 	readGenotypesBed(bed, site_mask, ind_mask);
 	fixBed();

@@ -4,20 +4,22 @@
 
 #include <cstdlib>
 
-// MAP file: chromosome, identifier, genetic position (unused), physical position. The
-// alleles are unknown until the PED file is read.
-void genotype_reader::readSiteListPed(std::string map, std::vector < bool > & mask) {
-	LOG.println("\nReading site list in [" + map + "]");
+// MAP file: chromosome, identifier, genetic position (unused), physical position; BIM files
+// add the two alleles. The alleles of a MAP site are unknown until the PED file is read.
+void genotype_reader::readSiteList(std::string file, bool bim, std::vector < bool > & mask) {
+	LOG.println("\nReading site list in [" + file + "]");
 	ifile fd;
-	openInput(fd, map);
+	openInput(fd, file);
 	std::string line;
 	std::vector < std::string > tokens;
+	const int n_expected = bim ? 6 : 4;
 	int n_line = 0, n_excluded = 0;
 	while (getline(fd, line)) {
 		n_line ++;
 		int n_fields = sutils::tokenize(line, tokens);
-		if (n_fields != 4) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields expected=4");
-		snp * s = putSnp(tokens[0], strtol(tokens[3].c_str(), NULL, 10), "", "", 1);
+		if (n_fields != n_expected) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields expected=" + sutils::int2str(n_expected));
+		int pos = strtol(tokens[3].c_str(), NULL, 10);
+		snp * s = bim ? putSnp(tokens[0], pos, tokens[4], tokens[5], 2) : putSnp(tokens[0], pos, "", "", 1);
 		if (s) s->id = tokens[1];
 		else n_excluded ++;
 		mask.push_back(s != NULL);
@@ -31,7 +33,7 @@ void genotype_reader::readGenotypePed(std::string ped, std::string map, std::str
 	sample_header1 = "ID_1 ID_2 missing father mother sex plink_pheno";
 	sample_header2 = "0 0 0 D D D B";
 	std::vector < bool > site_mask;
-	readSiteListPed(map, site_mask);
+	readSiteList(map, false, site_mask);
 	int M = site_mask.size();
 
 	LOG.println("\nReading sample list and genotypes in [" + ped + "] where missing-code = [" + missing_code + "]");
