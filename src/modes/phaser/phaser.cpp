@@ -1,18 +1,25 @@
 #include "modes/phaser/phaser.h"
 #include "input/genotype_checker.h"
 #include "input/genotype_reader.h"
+#include "input/haplotype_reader.h"
 #include "input/reference_reader.h"
 #include "modules/builder.h"
+#include "modules/sampler.h"
+#include "utils/assertion.h"
 #include "utils/futils.h"
+#include "utils/ifile.h"
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <map>
 
-phaser::phaser() : model_version1(false), predefined_states(false) {
+phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), predefined_states(false) {
 }
 
 phaser::~phaser() {
+	desallocateMemory();
 }
 
 void phaser::phase(std::vector < std::string > & args) {
@@ -23,6 +30,9 @@ void phaser::phase(std::vector < std::string > & args) {
 	verbose_mode();
 	verbose_options();
 	read_files_and_initialise();
+	if (options.count("no-mcmc")) phaseNoMcmc();
+	else phaseMcmc();
+	write_files_and_finalise();
 }
 
 void phaser::declare_options() {
@@ -209,6 +219,56 @@ void phaser::read_files_and_initialise() {
 	B.build();
 	GH.initialise(B.vecG, readerG.sites);
 	if (options.count("input-ref")) GH.initialise(readerR, options.count("chrX") > 0);
+	allocateMemory();
 	GH.summarise();
-	LOG.error("The -phase mode is not available in this build yet: the graphs are built, the sampler and the models come next");
+
+	// A first haplotype pair for every graph, drawn uniformly among its paths.
+	sampler(GH, true, T, true).sample();
+	if (options.count("missing-maf")) GH.initialise();
+	else if (options.count("input-init")) {
+		std::vector < std::string > f = fileSet("input-init", { ".haps", ".sample" });
+		haplotype_reader readerH(filter_in);
+		readerH.readHaplotypeImpute(f[0], f[1]);
+		GH.initialise(readerH);
+	}
+
+	int K = options["states"].as < int > ();
+	if (!model_version1) K += options["states-pmatch"].as < int > () + options["states-random"].as < int > () + options["states-cov"].as < int > ();
+	if (options.count("input-map")) hmm.initialise(*GH.sites, options["effective-size"].as < int > ());
+	else hmm.initialise(*GH.sites, options["rho"].as < double > ());
+	int H = GH.n_reference + (options.count("no-mcmc") ? 0 : GH.n_founder);
+	hmm.update(H, std::min(K, H));
+
+	if (options.count("input-copy-states")) readCopyingStates(options["input-copy-states"].as < std::string > ());
+}
+
+// One line a window: the sample to phase, the window's left bound (bp), then the samples
+// whose haplotypes it copies from in that window.
+void phaser::readCopyingStates(std::string file) {
+	LOG.println("\nReading copying states in [" + file + "]");
+	std::map < std::string, int > name2ind;
+	for (unsigned int i = 0 ; i < GH.vecG.size() ; i ++) name2ind[GH.vecG[i]->name] = i;
+	copy_states = std::vector < std::vector < std::vector < int > > > (GH.vecG.size());
+	copy_bounds = std::vector < std::vector < int > > (GH.vecG.size());
+	ifile fd(file);
+	std::string buffer;
+	std::vector < std::string > tokens;
+	int n_lines = 0;
+	while (getline(fd, buffer)) {
+		sutils::tokenize(buffer, tokens);
+		sorvane_assert(tokens.size() >= 3);
+		std::map < std::string, int >::iterator it = name2ind.find(tokens[0]);
+		if (it == name2ind.end()) LOG.error("input-copy-states1: sample " + tokens[0] + " not found");
+		int ind = it->second;
+		copy_bounds[ind].push_back(strtol(tokens[1].c_str(), NULL, 10));
+		copy_states[ind].push_back(std::vector < int > ());
+		for (unsigned int t = 2 ; t < tokens.size() ; t ++) {
+			std::map < std::string, int >::iterator itc = name2ind.find(tokens[t]);
+			if (itc == name2ind.end()) LOG.error("input-copy-states2: sample " + tokens[t] + " not found");
+			for (int h : GH.ind2hap[itc->second]) copy_states[ind].back().push_back(h);
+		}
+		n_lines ++;
+	}
+	fd.close();
+	LOG.println("  * #windows=" + sutils::int2str(n_lines));
 }

@@ -12,9 +12,27 @@
 class phaser : public sorvane {
 public:
 	genhap_set GH;
+	// The order of the graphs in the current iteration, a permutation of 0 .. N - 1.
+	std::vector < int > orderG;
+	// Haplotypes open to conditioning in the current batch.
+	std::vector < bool > hap_mask;
 	hmm_parameters hmm;
+	// No probabilities are stored during burn-in.
+	bool stage_burnin;
+	// Unrelated individuals pick their nearest haplotypes with the IBD-aware selection.
+	bool ibd_relatives;
 	bool model_version1;
+	// Chance that a draw is made on the doubled (additive) weights.
+	double p_random;
+	// Sums of what sample and store return in one iteration; written without a lock, only informative.
+	int n_sampled;
+	int n_stored;
 	bool predefined_states;
+	// User copying states: per graph, per window, the conditioning haplotypes, and the window bounds.
+	std::vector < std::vector < std::vector < int > > > copy_states;
+	std::vector < std::vector < int > > copy_bounds;
+	// Per thread, per mask, per transition group: 8 x 8 tables of transition probabilities.
+	std::vector < std::vector < std::vector < std::vector < std::vector < double > > > > > thread_probs;
 	// Header lines of the SAMPLE file, kept for the output once the readers are gone.
 	std::string sample_header1;
 	std::string sample_header2;
@@ -30,6 +48,29 @@ public:
 	void verbose_mode() override;
 	void verbose_options() override;
 	void read_files_and_initialise() override;
+	void write_files_and_finalise() override;
+
+	void readCopyingStates(std::string file);
+
+	void allocateMemory();
+	void desallocateMemory();
+	void shuffle();
+	void phaseMcmc();
+	void phaseNoMcmc();
+	void phaseIteration(std::string name);
+	void phaseSegment(std::string name);
+	void phaseSegmentPredefined(std::string name);
+	void phaseGraph(std::string name);
+	void phaseSegment(int slot);
+	void phaseSegmentPredefined(int slot);
+
+private:
+	void runBatches(std::string name, void * (*callback)(void *), void (phaser::*step)(int));
+	void runModel(int ind, int slot, std::vector < std::vector < int > > & conditional_index, std::vector < int > & left_site, std::vector < int > & right_site, std::vector < int > & left_segment, std::vector < int > & right_segment);
 };
+
+// Thread entries of one batch: each thread claims one slot of idx_workers and phases that individual.
+void * phaseSegment_callback(void * arg);
+void * phaseSegmentPredefined_callback(void * arg);
 
 #endif

@@ -1,0 +1,103 @@
+#include "modes/phaser/phaser.h"
+#include "models/haplotype_segment.h"
+#include "utils/assertion.h"
+#include "utils/autils.h"
+#include "utils/lfile.h"
+#include "utils/myException.h"
+#include "utils/putils.h"
+#include "utils/sutils.h"
+
+#include <cmath>
+#include <iostream>
+#include <new>
+
+// One individual of the batch: random windows over its graph, conditioning haplotypes per
+// window, then the window model, a new draw and, after burn-in, the stored probabilities.
+void phaser::phaseSegment(int slot) {
+	int ind = idx_workers[slot];
+	genotype_graph * G = GH.vecG[ind];
+	if (G->phased()) return;
+
+	std::vector < int > left_site, right_site, left_segment, right_segment;
+	int span = GH.sites->vecS.back()->bp - GH.sites->vecS.front()->bp;
+	int w = (int)floor(1000000 * options["window"].as < double > ());
+	G->cluster(span, w, left_site, right_site, left_segment, right_segment);
+
+	// Neither the batch nor the individual's own family may be copied from.
+	std::vector < bool > mask = hap_mask;
+	GH.subsetHaplotypes_relatives(mask, ind);
+
+	int n_hamming = options["states"].as < int > ();
+	int n_pmatch = options["states-pmatch"].as < int > ();
+	int n_random = options["states-random"].as < int > ();
+	int n_cov = options["states-cov"].as < int > ();
+	std::vector < std::vector < int > > conditional_index (left_site.size());
+	std::vector < bool > selected;
+	for (unsigned int k = 0 ; k < left_site.size() ; k ++) {
+		selected.clear();
+		if (n_hamming > 0) {
+			if (G->type == 2 && ibd_relatives) GH.subsetHaplotypes_hamming_IBD(mask, ind, n_hamming, left_site[k], right_site[k], selected);
+			else GH.subsetHaplotypes_hamming_ALL(mask, ind, n_hamming, left_site[k], right_site[k], selected);
+		}
+		if (n_pmatch > 0) GH.subsetHaplotypes_pfmatch_ALL(mask, ind, n_pmatch, left_site[k], right_site[k], selected);
+		if (n_random > 0) GH.subsetHaplotypes_random(mask, n_random, selected);
+		if (n_cov > 0) GH.subsetHaplotypes_pfmatchcov_ALL(mask, ind, n_cov, left_site[k], right_site[k], selected);
+		autils::findUniqueSet(selected, conditional_index[k]);
+		sorvane_assert(conditional_index[k].size() >= 2);
+	}
+	runModel(ind, slot, conditional_index, left_site, right_site, left_segment, right_segment);
+}
+
+// The same with the windows and conditioning haplotypes that the user gave.
+void phaser::phaseSegmentPredefined(int slot) {
+	int ind = idx_workers[slot];
+	genotype_graph * G = GH.vecG[ind];
+	if (G->phased()) return;
+
+	std::vector < int > left_site, right_site, left_segment, right_segment;
+	G->cluster(copy_bounds[ind], left_site, right_site, left_segment, right_segment);
+	int n_windows = left_site.size();
+	if (n_windows + 1 != (int)copy_bounds[ind].size())
+		LOG.error("Fitting windows to segment boundaries failed 1 : " + sutils::int2str(n_windows) + " " + sutils::int2str((int)copy_bounds[ind].size()));
+	if ((int)copy_states[ind].size() != n_windows)
+		LOG.error("Fitting windows to segment boundaries failed 2 : " + sutils::int2str(n_windows) + " " + sutils::int2str((int)copy_states[ind].size()));
+
+	// Computed as in the random windows, but the user's states are taken as they are.
+	std::vector < bool > mask = hap_mask;
+	GH.subsetHaplotypes_relatives(mask, ind);
+
+	std::vector < std::vector < int > > conditional_index (n_windows);
+	for (int k = 0 ; k < n_windows ; k ++) {
+		std::vector < bool > selected (GH.vecH.size(), false);
+		for (int h : copy_states[ind][k]) selected[h] = true;
+		autils::findUniqueSet(selected, conditional_index[k]);
+		sorvane_assert(conditional_index[k].size() >= 2);
+	}
+	runModel(ind, slot, conditional_index, left_site, right_site, left_segment, right_segment);
+}
+
+void phaser::runModel(int ind, int slot, std::vector < std::vector < int > > & conditional_index, std::vector < int > & left_site, std::vector < int > & right_site, std::vector < int > & left_segment, std::vector < int > & right_segment) {
+	genotype_graph * G = GH.vecG[ind];
+	try {
+		haplotype_segment HS(GH, GH.vecH, conditional_index, left_segment, right_segment, left_site, right_site);
+		std::vector < std::vector < std::vector < std::vector < double > > > > & probs = thread_probs[slot];
+		if (G->type <= 2) {
+			HS.expectation(G, hmm, probs[0]);
+			double r = putils::getRandom();
+			n_sampled += G->sample(GH.vecH, GH.ind2hap[ind], probs[0], r < p_random);
+			if (!stage_burnin) n_stored += G->store(probs[0]);
+		} else {
+			std::vector < std::vector < std::vector < std::vector < bool > > > > masks;
+			G->mask(masks);
+			for (unsigned int k = 0 ; k < masks.size() ; k ++) HS.expectation(G, hmm, masks[k], probs[k]);
+			double r = putils::getRandom();
+			n_sampled += G->sample(GH.vecH, GH.ind2hap[ind], probs, r < p_random);
+			if (!stage_burnin) n_stored += G->store(probs);
+		}
+	} catch (myException & e) {
+		LOG.error(e.what());
+	} catch (std::bad_alloc & e) {
+		std::cout << "Error allocating memory." << std::endl;
+		std::cout << e.what() << std::endl;
+	}
+}

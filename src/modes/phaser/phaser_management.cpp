@@ -1,0 +1,186 @@
+#include "modes/phaser/phaser.h"
+#include "modules/normaliser.h"
+#include "modules/pruner.h"
+#include "modules/solver.h"
+#include "output/graph_writer.h"
+#include "output/haplotype_writer.h"
+#include "utils/assertion.h"
+#include "utils/lfile.h"
+#include "utils/sutils.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+// Per-thread tables, sized once for the largest graph type and transition group count:
+// thread_probs[thread][mask][group][from][to]. Pruning only shrinks graphs, so the tables
+// stay large enough for the whole run.
+void phaser::allocateMemory() {
+	int T = options["thread"].as < int > ();
+	int max_type = 0, max_groups = 0;
+	for (genotype_graph * G : GH.vecG) {
+		max_type = std::max(max_type, (int)G->type);
+		max_groups = std::max(max_groups, (int)G->probsC.size());
+	}
+	std::vector < std::vector < double > > table (8, std::vector < double > (8, 0.0));
+	std::vector < std::vector < std::vector < double > > > groups (max_groups, table);
+	std::vector < std::vector < std::vector < std::vector < double > > > > masks (max_type, groups);
+	thread_probs = std::vector < std::vector < std::vector < std::vector < std::vector < double > > > > > (T, masks);
+}
+
+void phaser::desallocateMemory() {
+	std::vector < std::vector < std::vector < std::vector < std::vector < double > > > > > ().swap(thread_probs);
+}
+
+// Same shuffle as std::random_shuffle over rand(), written out so that the order does not
+// depend on the standard library.
+static void shuffleList(std::vector < std::vector < int > > & v) {
+	for (int i = 1 ; i < (int)v.size() ; i ++) std::swap(v[i], v[rand() % (i + 1)]);
+}
+
+static void shuffleList(std::vector < int > & v) {
+	for (int i = 1 ; i < (int)v.size() ; i ++) std::swap(v[i], v[rand() % (i + 1)]);
+}
+
+// Graphs of one type stay together: only the order of the types and the order within a
+// type change from one iteration to the next.
+void phaser::shuffle() {
+	orderG.clear();
+	std::vector < std::vector < int > > byType (4);
+	for (int i = 0 ; i < (int)GH.vecG.size() ; i ++) {
+		int type = GH.vecG[i]->type;
+		sorvane_assert(type >= 1 && type <= 4);
+		byType[type - 1].push_back(i);
+	}
+	for (std::vector < int > & l : byType) shuffleList(l);
+	shuffleList(byType);
+	for (std::vector < int > & l : byType) orderG.insert(orderG.end(), l.begin(), l.end());
+	sorvane_assert(orderG.size() == GH.vecG.size());
+}
+
+void phaser::phaseMcmc() {
+	int B = options["burn"].as < int > ();
+	int R = options["run"].as < int > ();
+	int P = options["prune"].as < int > ();
+	int M = options["main"].as < int > ();
+	int T = options["thread"].as < int > ();
+
+	// Burn-in: the chance of drawing on doubled weights falls from 1 to 0 (NaN with one
+	// iteration, so never).
+	stage_burnin = true;
+	for (int i = 1 ; i <= B ; i ++) {
+		p_random = (double)(B - i) / (double)(B - 1);
+		shuffle();
+		phaseIteration("Burn-in iteration [" + sutils::int2str(i) + "/" + sutils::int2str(B) + "]");
+	}
+
+	stage_burnin = false;
+	p_random = 0.0;
+	for (int r = 1 ; r <= R ; r ++) {
+		for (int i = 1 ; i <= P ; i ++) {
+			shuffle();
+			std::string name = "Pruning iteration [" + sutils::int2str(i) + "/" + sutils::int2str(P) + "]";
+			if (R > 1) name = "Run [" + sutils::int2str(r) + "/" + sutils::int2str(R) + "] " + name;
+			phaseIteration(name);
+		}
+		pruner(GH, 0.99, T).prune();
+		GH.summarise();
+	}
+
+	for (int i = 1 ; i <= M ; i ++) {
+		shuffle();
+		phaseIteration("Main iteration [" + sutils::int2str(i) + "/" + sutils::int2str(M) + "]");
+	}
+
+	normaliser(GH, T).normalise();
+}
+
+void phaser::phaseNoMcmc() {
+	LOG.error("The --no-mcmc option is not available in this build yet: phasing against the reference panel alone needs the graph-based conditioning model, which is not built");
+}
+
+void phaser::phaseIteration(std::string name) {
+	if (model_version1) phaseGraph(name);
+	else if (predefined_states) phaseSegmentPredefined(name);
+	else phaseSegment(name);
+}
+
+void phaser::phaseGraph(std::string) {
+	LOG.error("The --model-version1 option is not available in this build yet: the graph-based conditioning model is not built");
+}
+
+void phaser::phaseSegment(std::string name) {
+	runBatches(name, phaseSegment_callback, &phaser::phaseSegment);
+}
+
+void phaser::phaseSegmentPredefined(std::string name) {
+	runBatches(name, phaseSegmentPredefined_callback, &phaser::phaseSegmentPredefined);
+}
+
+// One iteration by batches of T individuals, one thread each. The haplotypes of the whole
+// batch are masked out of every conditioning set of the batch, so threads write their own
+// haplotypes into vecH without locks; the batch ends when all threads are joined.
+void phaser::runBatches(std::string name, void * (*callback)(void *), void (phaser::*step)(int)) {
+	LOG.println("");
+	LOG.printL(name);
+	int T = options["thread"].as < int > ();
+	int N = GH.vecG.size();
+	n_sampled = n_stored = 0;
+	int done = 0;
+	while (done < N) {
+		idx_workers = std::vector < int > (T, -1);
+		for (int t = 0 ; t < T && done + t < N ; t ++) idx_workers[t] = orderG[done + t];
+		hap_mask = options.count("no-mcmc") ? GH.reference_mask : GH.founder_mask;
+		GH.subsetHaplotypes_thread(hap_mask, idx_workers);
+		if (T < 2) (this->*step)(0);
+		else {
+			i_workers = 0;
+			for (int t = 0 ; t < T ; t ++) pthread_create(&id_workers[t], NULL, callback, static_cast < void * > (this));
+			for (int t = 0 ; t < T ; t ++) pthread_join(id_workers[t], NULL);
+		}
+		done = std::min(done + T, N);
+		LOG.printC("\r" + name + " [" + sutils::int2str(done) + "/" + sutils::int2str(N) + "]");
+	}
+	LOG.println("");
+}
+
+static int claimSlot(phaser * P) {
+	pthread_mutex_lock(&P->mutex_workers);
+	int slot = P->i_workers ++;
+	pthread_mutex_unlock(&P->mutex_workers);
+	return slot;
+}
+
+void * phaseSegment_callback(void * arg) {
+	phaser * P = static_cast < phaser * > (arg);
+	int slot = claimSlot(P);
+	if (P->idx_workers[slot] >= 0) P->phaseSegment(slot);
+	return NULL;
+}
+
+void * phaseSegmentPredefined_callback(void * arg) {
+	phaser * P = static_cast < phaser * > (arg);
+	int slot = claimSlot(P);
+	if (P->idx_workers[slot] >= 0) P->phaseSegmentPredefined(slot);
+	return NULL;
+}
+
+// Most likely haplotypes from the stored probabilities, then the haplotype and graph files.
+// The graphs are written after solve, which changes only the haplotypes.
+void phaser::write_files_and_finalise() {
+	sorvane::write_files_and_finalise();
+	desallocateMemory();
+	if (options.count("output-max")) {
+		solver(GH, options["thread"].as < int > ()).solve();
+		if (options.count("duohmm"))
+			LOG.error("The --duohmm option is not available in this build yet: the pedigree refinement of family haplotypes is not built");
+		std::vector < std::string > values = options["output-max"].as < std::vector < std::string > > ();
+		std::string haps = values.size() == 2 ? values[0] : values[0] + ".haps";
+		std::string sample = values.size() == 2 ? values[1] : values[0] + ".sample";
+		haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);
+		writerH.writeHaplotypeHap(haps, sample);
+	}
+	if (options.count("output-graph")) {
+		graph_writer writerG(GH, sample_header1, sample_header2);
+		writerG.writeBinaryGraph(options["output-graph"].as < std::string > ());
+	}
+}
