@@ -8,6 +8,11 @@
 # byte-identical files.
 #
 # Usage: bash example/generate.sh [output-folder]   (default: this folder)
+#
+# Every simulation parameter below can be overridden for other data sets (the
+# benchmarks use this) through an environment variable of the same name with
+# the prefix EXAMPLE_, e.g. EXAMPLE_COHORT=500 EXAMPLE_LENGTH=2500000. Unset,
+# the values below apply and the files of this folder are reproduced.
 set -euo pipefail
 
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
@@ -29,20 +34,20 @@ fi
 command -v python3 >/dev/null 2>&1 || { echo "generate.sh: python3 is needed" >&2; exit 1; }
 
 # Simulation parameters.
-SEED=20250611          # seed of scrm and of simulate.py
-NE=10000               # effective population size (constant)
-MU=1.25e-8             # mutation rate per bp per generation
-LENGTH=320000          # locus length in bp
-START=1000000          # position of the locus start on chromosome 20
+SEED="${EXAMPLE_SEED:-20250611}"        # seed of scrm and of simulate.py
+NE="${EXAMPLE_NE:-10000}"               # effective population size (constant)
+MU="${EXAMPLE_MU:-1.25e-8}"             # mutation rate per bp per generation
+LENGTH="${EXAMPLE_LENGTH:-320000}"      # locus length in bp
+START="${EXAMPLE_START:-1000000}"       # position of the locus start on chromosome 20
 # Recombination map: segment start (bp from the locus start) and rate in cM/Mb,
 # a mild variation around 1 cM/Mb (1e-8 per bp per generation) with two
 # warmer intervals.
-RECOMB="0:0.6,70000:2.5,85000:0.9,170000:4.0,178000:1.2,260000:0.7"
-COHORT=200             # study samples, families included
-TRIOS=5                # father, mother, child
-DUOS=5                 # one genotyped parent and a child
-REFERENCE=100          # reference panel samples (two haplotypes each)
-MISSING=0.005          # fraction of study genotypes set missing
+RECOMB="${EXAMPLE_RECOMB:-0:0.6,70000:2.5,85000:0.9,170000:4.0,178000:1.2,260000:0.7}"
+COHORT="${EXAMPLE_COHORT:-200}"         # study samples, families included
+TRIOS="${EXAMPLE_TRIOS:-5}"             # father, mother, child
+DUOS="${EXAMPLE_DUOS:-5}"               # one genotyped parent and a child
+REFERENCE="${EXAMPLE_REFERENCE:-100}"   # reference panel samples (two haplotypes each)
+MISSING="${EXAMPLE_MISSING:-0.005}"     # fraction of study genotypes set missing
 
 # Haplotypes to simulate: two per cohort founder, two per ungenotyped duo
 # parent, two per reference sample.

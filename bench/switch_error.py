@@ -1,0 +1,192 @@
+#!/usr/bin/env python3
+"""Switch error rate of estimated haplotypes against the true ones.
+
+Both haplotype sets are HAPS/SAMPLE pairs (plain or gzip-compressed). Samples
+are matched by their identifier (second column of the SAMPLE file), sites by
+position. For each sample, the sites used are those heterozygous in the truth,
+present in both files with the same two alleles, and heterozygous in the
+estimate too (a site where the estimate is homozygous, e.g. a missing
+genotype filled in with the other allele, has no phase and is skipped and
+counted). Along these sites a switch is a change of the relative phase of the
+estimate with respect to the truth between two consecutive sites.
+
+  switch error rate = sum of switches / sum of (heterozygous sites - 1)
+
+summed over the samples evaluated: by default the unrelated founders (no
+parent given in the truth SAMPLE file and parent of no one in it), all
+samples with --all. The mean of the per-sample rates is reported too.
+
+Usage: switch_error.py TRUTH.haps TRUTH.sample ESTIMATE.haps ESTIMATE.sample [--all]
+Only the Python standard library is used.
+"""
+
+import argparse
+import gzip
+import sys
+
+
+def open_text(path):
+    with open(path, "rb") as f:
+        magic = f.read(2)
+    if magic == b"\x1f\x8b":
+        return gzip.open(path, "rt")
+    return open(path)
+
+
+def read_samples(path):
+    """Return the list of (id, father, mother) of a SAMPLE file, in order."""
+    out = []
+    with open_text(path) as f:
+        lines = [line.split() for line in f if line.strip()]
+    if len(lines) < 2:
+        sys.exit("switch_error.py: %s has no header lines" % path)
+    header = lines[0]
+    col_father = header.index("ID_father") if "ID_father" in header else None
+    col_mother = header.index("ID_mother") if "ID_mother" in header else None
+    for tok in lines[2:]:
+        father = tok[col_father] if col_father is not None and col_father < len(tok) else "0"
+        mother = tok[col_mother] if col_mother is not None and col_mother < len(tok) else "0"
+        out.append((tok[1], father, mother))
+    return out
+
+
+def read_haps(path, n_samples):
+    """Return {position: (a0, a1, digits)} where digits is a string of
+    2 * n_samples characters '0'/'1'. The number of leading columns (5, or 6
+    with a second identifier) is the number of columns less 2 * n_samples.
+    Positions met more than once are dropped; their count is returned too."""
+    sites = {}
+    duplicated = set()
+    with open_text(path) as f:
+        for n, line in enumerate(f, 1):
+            tok = line.split()
+            if not tok:
+                continue
+            lead = len(tok) - 2 * n_samples
+            if lead not in (5, 6):
+                sys.exit("switch_error.py: %s line %d has %d columns for %d samples"
+                         % (path, n, len(tok), n_samples))
+            pos = int(tok[lead - 3])
+            if pos in sites:
+                duplicated.add(pos)
+                continue
+            digits = "".join(tok[lead:])
+            if len(digits) != 2 * n_samples or digits.strip("01"):
+                sys.exit("switch_error.py: %s line %d: haplotype values must be 0 or 1" % (path, n))
+            sites[pos] = (tok[lead - 2], tok[lead - 1], digits)
+    for pos in duplicated:
+        del sites[pos]
+    return sites, len(duplicated)
+
+
+def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=False):
+    """Compute the statistics; returns a dict (see the keys at the end)."""
+    t_samples = read_samples(truth_sample)
+    e_samples = read_samples(est_sample)
+    t_index = {s[0]: k for k, s in enumerate(t_samples)}
+    e_index = {s[0]: k for k, s in enumerate(e_samples)}
+    if len(t_index) != len(t_samples) or len(e_index) != len(e_samples):
+        sys.exit("switch_error.py: duplicated sample identifiers")
+
+    if all_samples:
+        chosen = [s[0] for s in t_samples]
+    else:
+        parents = {p for s in t_samples for p in s[1:] if p != "0"}
+        chosen = [s[0] for s in t_samples
+                  if s[1] == "0" and s[2] == "0" and s[0] not in parents]
+    chosen = [i for i in chosen if i in e_index]
+    if not chosen:
+        sys.exit("switch_error.py: no sample in common to evaluate")
+
+    t_sites, t_dup = read_haps(truth_haps, len(t_samples))
+    e_sites, e_dup = read_haps(est_haps, len(e_samples))
+
+    # Common sites in position order, with the estimate's bit flip when its
+    # alleles are given in the other order; sites whose alleles differ are
+    # left out.
+    common = []
+    allele_mismatch = 0
+    for pos in sorted(t_sites):
+        if pos not in e_sites:
+            continue
+        ta0, ta1, tdig = t_sites[pos]
+        ea0, ea1, edig = e_sites[pos]
+        if (ta0, ta1) == (ea0, ea1):
+            common.append((tdig, edig, False))
+        elif (ta0, ta1) == (ea1, ea0):
+            common.append((tdig, edig, True))
+        else:
+            allele_mismatch += 1
+
+    n = len(chosen)
+    tcol = [2 * t_index[i] for i in chosen]
+    ecol = [2 * e_index[i] for i in chosen]
+    last = [-1] * n        # relative phase at the previous heterozygous site
+    hets = [0] * n
+    switches = [0] * n
+    est_hom = 0            # truth heterozygous, estimate homozygous
+    for tdig, edig, flip in common:
+        for k in range(n):
+            tc = tcol[k]
+            t0 = tdig[tc]
+            if t0 == tdig[tc + 1]:
+                continue
+            ec = ecol[k]
+            e0 = edig[ec]
+            if e0 == edig[ec + 1]:
+                est_hom += 1
+                continue
+            # Relative phase: 1 when the estimate's first haplotype carries
+            # the truth's first haplotype allele.
+            rel = 1 if (e0 == t0) != flip else 0
+            if last[k] >= 0 and rel != last[k]:
+                switches[k] += 1
+            last[k] = rel
+            hets[k] += 1
+
+    pairs = sum(h - 1 for h in hets if h >= 2)
+    total = sum(switches)
+    rates = [s / (h - 1) for s, h in zip(switches, hets) if h >= 2]
+    return {
+        "samples": n,
+        "samples_rated": len(rates),
+        "common_sites": len(common),
+        "truth_sites": len(t_sites),
+        "estimate_sites": len(e_sites),
+        "allele_mismatch": allele_mismatch,
+        "duplicated_positions": t_dup + e_dup,
+        "estimate_homozygous": est_hom,
+        "het_sites": sum(hets),
+        "switches": total,
+        "rate": total / pairs if pairs else float("nan"),
+        "mean_rate": sum(rates) / len(rates) if rates else float("nan"),
+    }
+
+
+def main():
+    ap = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    ap.add_argument("truth_haps")
+    ap.add_argument("truth_sample")
+    ap.add_argument("est_haps")
+    ap.add_argument("est_sample")
+    ap.add_argument("--all", action="store_true", help="evaluate all samples, not only unrelated founders")
+    ap.add_argument("--rate-only", action="store_true", help="print the switch error rate in %% only")
+    args = ap.parse_args()
+    r = switch_errors(args.truth_haps, args.truth_sample, args.est_haps, args.est_sample, args.all)
+    if args.rate_only:
+        print("%.4f" % (100.0 * r["rate"]))
+        return
+    print("samples evaluated:          %d (%d with two or more heterozygous sites)"
+          % (r["samples"], r["samples_rated"]))
+    print("sites: truth %d, estimate %d, common %d (allele mismatch %d, duplicated positions %d)"
+          % (r["truth_sites"], r["estimate_sites"], r["common_sites"], r["allele_mismatch"],
+             r["duplicated_positions"]))
+    print("heterozygous sites used:    %d (skipped, homozygous in the estimate: %d)"
+          % (r["het_sites"], r["estimate_homozygous"]))
+    print("switches:                   %d" % r["switches"])
+    print("switch error rate:          %.4f %%" % (100.0 * r["rate"]))
+    print("per-sample mean rate:       %.4f %%" % (100.0 * r["mean_rate"]))
+
+
+if __name__ == "__main__":
+    main()
