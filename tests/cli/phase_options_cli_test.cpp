@@ -132,17 +132,19 @@ TEST(cli_phase_options, SampleCountWithoutPanel) {
 	}
 	d.write("nine", nine);
 	d.write("ten", ten);
-	const std::string vcf = "--input-vcf " + E + "/cohort.vcf.gz --output-max out -L log --force ";
+	const std::string vcf = "--input-vcf " + E + "/cohort.vcf.gz --output-max out -L log --force --burn 1 --prune 1 --main 1 ";
 	RunResult r = runSorvane(vcf + "--include-ind nine", d.path);
 	EXPECT_EQ(r.status, 1);
 	EXPECT_TRUE(has(r.out, stop)) << r.out;
 	r = runSorvane(vcf + "--include-ind ten", d.path);
+	EXPECT_EQ(r.status, 0) << r.out;
 	EXPECT_FALSE(has(r.out, stop)) << r.out;
 	EXPECT_TRUE(has(d.read("log.log"), "  * 10 samples included\n")) << d.read("log.log");
-	// Set-up goes as far as the graphs, one per unrelated sample.
+	// One graph per unrelated sample.
 	EXPECT_TRUE(has(d.read("log.log"), "  * 10 graphs / ")) << d.read("log.log");
 	EXPECT_TRUE(has(d.read("log.log"), "  * 0 haploids / 10 unrelateds / 0 duos / 0 trios\n")) << d.read("log.log");
 	r = runSorvane(vcf + "--include-ind nine --input-ref " + E + "/reference.haplotypes " + E + "/reference.legend " + E + "/reference.samples", d.path);
+	EXPECT_EQ(r.status, 0) << r.out;
 	EXPECT_FALSE(has(r.out, stop)) << r.out;
 	EXPECT_TRUE(has(d.read("log.log"), "  * 200 reference haplotypes included\n")) << d.read("log.log");
 }
