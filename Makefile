@@ -36,11 +36,11 @@ test: build
 
 example: build
 	@mkdir -p $(EXAMPLE_OUT)
-	$(BUILD)/sorvane -check --input-vcf example/cohort.vcf.gz \
-		--input-ref example/reference.haplotypes example/reference.legend example/reference.samples \
-		--input-map example/genetic_map.txt --output-log $(EXAMPLE_OUT)/check
-	@echo "Phasing is not built yet: the example data were checked instead (sorvane -check)."
-	@echo "Log and check reports: $(EXAMPLE_OUT)/check.log, $(EXAMPLE_OUT)/check.ind.mm, $(EXAMPLE_OUT)/check.snp.mm, $(EXAMPLE_OUT)/check.ind.me, $(EXAMPLE_OUT)/check.snp.me"
+	$(BUILD)/sorvane --input-vcf example/cohort.vcf.gz --input-map example/genetic_map.txt \
+		--thread 2 --seed 1 --output-max $(EXAMPLE_OUT)/phased --output-graph $(EXAMPLE_OUT)/phased.graph \
+		-L $(EXAMPLE_OUT)/phased
+	@echo "Phased haplotypes: $(EXAMPLE_OUT)/phased.haps and $(EXAMPLE_OUT)/phased.sample"
+	@echo "Haplotype graphs: $(EXAMPLE_OUT)/phased.graph; log: $(EXAMPLE_OUT)/phased.log"
 
 clean:
 	rm -rf $(BUILD)
