@@ -173,3 +173,25 @@ TEST(cli_phase, UnbuiltOptionsStop) {
 		EXPECT_TRUE(has(r.out, "ERROR:\033[0m " + c.second)) << c.first << "\n" << r.out;
 	}
 }
+
+// The copying states file: unknown samples stop the run; windows that cannot be fitted to
+// the graph of a sample stop it too.
+TEST(cli_phase, CopyingStatesFile) {
+	TempDir d;
+	writeSubset(d);
+	const std::string base = "--input-vcf " + std::string(SORVANE_EXAMPLE_DATA) + "/cohort.vcf.gz" + subsetArgs() + "--output-max o -L log --input-copy-states copy";
+	const std::vector < std::pair < std::string, std::string > > cases = {
+		{ "IND0001 0 IND0002 IND0005\nIND9999 0 IND0002\n", "input-copy-states1: sample IND9999 not found" },
+		{ "IND0001 0 IND0002 IND0005\nIND0002 0 IND0001 NOBODY\n", "input-copy-states2: sample NOBODY not found" },
+		{ "IND0001 0 IND0002 IND0005\nIND0001 40 IND0006 IND0007\n", "Fitting windows to segment boundaries failed" },
+	};
+	for (const std::pair < std::string, std::string > & c : cases) {
+		d.write("copy", c.first);
+		RunResult r = runSorvane(base, d.path);
+		EXPECT_EQ(r.status, 1) << c.first;
+		EXPECT_TRUE(has(r.out, "\nReading copying states in [copy]\n")) << r.out;
+		EXPECT_TRUE(has(r.out, "ERROR:\033[0m " + c.second)) << c.first << "\n" << r.out;
+	}
+	EXPECT_TRUE(has(d.read("log.log"), "  * #windows=2\n"));
+	EXPECT_TRUE(has(d.read("log.log"), "Window-based model with user specification of the copying states"));
+}
