@@ -156,7 +156,7 @@ TEST(cli_phase, SeedReproducesAndGraphReadsBack) {
 	delete R.S;
 }
 
-// Options whose models are not built stop where they would be needed.
+// Options whose models are not built stop before any data is read.
 TEST(cli_phase, UnbuiltOptionsStop) {
 	TempDir d;
 	writeSubset(d);
@@ -171,6 +171,7 @@ TEST(cli_phase, UnbuiltOptionsStop) {
 		RunResult r = runSorvane(base + c.first, d.path);
 		EXPECT_EQ(r.status, 1) << c.first;
 		EXPECT_TRUE(has(r.out, "ERROR:\033[0m " + c.second)) << c.first << "\n" << r.out;
+		EXPECT_FALSE(has(r.out, "Reading")) << c.first << "\n" << r.out;
 	}
 }
 

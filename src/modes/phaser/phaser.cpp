@@ -22,6 +22,17 @@ phaser::~phaser() {
 	desallocateMemory();
 }
 
+// Options whose models are not built yet stop the run before any data is read, rather
+// than after a long MCMC.
+void phaser::stopOnUnbuiltOptions() {
+	if (options.count("no-mcmc"))
+		LOG.error("The --no-mcmc option is not available in this build yet: phasing against the reference panel alone needs the graph-based conditioning model, which is not built");
+	if (model_version1)
+		LOG.error("The --model-version1 option is not available in this build yet: the graph-based conditioning model is not built");
+	if (options.count("duohmm"))
+		LOG.error("The --duohmm option is not available in this build yet: the pedigree refinement of family haplotypes is not built");
+}
+
 void phaser::phase(std::vector < std::string > & args) {
 	declare_options();
 	parse_command_line(args, "Phaser");
@@ -30,8 +41,7 @@ void phaser::phase(std::vector < std::string > & args) {
 	verbose_mode();
 	verbose_options();
 	read_files_and_initialise();
-	if (options.count("no-mcmc")) phaseNoMcmc();
-	else phaseMcmc();
+	phaseMcmc();
 	write_files_and_finalise();
 }
 
@@ -182,6 +192,7 @@ void phaser::verbose_options() {
 }
 
 void phaser::read_files_and_initialise() {
+	stopOnUnbuiltOptions();
 	sorvane::read_files_and_initialise();
 	int T = options["thread"].as < int > ();
 	if (T >= 2) {

@@ -41,6 +41,7 @@ public:
 	~phaser();
 
 	void phase(std::vector < std::string > & args);
+	void stopOnUnbuiltOptions();
 
 	void declare_options() override;
 	void check_options() override;
@@ -56,11 +57,9 @@ public:
 	void desallocateMemory();
 	void shuffle();
 	void phaseMcmc();
-	void phaseNoMcmc();
 	void phaseIteration(std::string name);
 	void phaseSegment(std::string name);
 	void phaseSegmentPredefined(std::string name);
-	void phaseGraph(std::string name);
 	void phaseSegment(int slot);
 	void phaseSegmentPredefined(int slot);
 

@@ -94,18 +94,9 @@ void phaser::phaseMcmc() {
 	normaliser(GH, T).normalise();
 }
 
-void phaser::phaseNoMcmc() {
-	LOG.error("The --no-mcmc option is not available in this build yet: phasing against the reference panel alone needs the graph-based conditioning model, which is not built");
-}
-
 void phaser::phaseIteration(std::string name) {
-	if (model_version1) phaseGraph(name);
-	else if (predefined_states) phaseSegmentPredefined(name);
+	if (predefined_states) phaseSegmentPredefined(name);
 	else phaseSegment(name);
-}
-
-void phaser::phaseGraph(std::string) {
-	LOG.error("The --model-version1 option is not available in this build yet: the graph-based conditioning model is not built");
 }
 
 void phaser::phaseSegment(std::string name) {
@@ -171,8 +162,6 @@ void phaser::write_files_and_finalise() {
 	desallocateMemory();
 	if (options.count("output-max")) {
 		solver(GH, options["thread"].as < int > ()).solve();
-		if (options.count("duohmm"))
-			LOG.error("The --duohmm option is not available in this build yet: the pedigree refinement of family haplotypes is not built");
 		std::vector < std::string > values = options["output-max"].as < std::vector < std::string > > ();
 		std::string haps = values.size() == 2 ? values[0] : values[0] + ".haps";
 		std::string sample = values.size() == 2 ? values[1] : values[0] + ".sample";
