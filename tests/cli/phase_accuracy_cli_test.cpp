@@ -1,0 +1,159 @@
+#include "test_utils.h"
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+using testutils::RunResult;
+using testutils::TempDir;
+using testutils::runSorvane;
+
+namespace {
+
+const std::string E = SORVANE_EXAMPLE_DATA;
+
+std::vector < std::string > words(const std::string & line) {
+	std::istringstream s(line);
+	std::vector < std::string > out;
+	std::string w;
+	while (s >> w) out.push_back(w);
+	return out;
+}
+
+std::vector < std::vector < std::string > > table(const std::string & file) {
+	std::ifstream f(file.c_str());
+	std::vector < std::vector < std::string > > rows;
+	std::string l;
+	while (std::getline(f, l)) if (!l.empty()) rows.push_back(words(l));
+	return rows;
+}
+
+// A HAPS/SAMPLE pair: sample ids in order, and per site position the 0/1 alleles of all
+// haplotypes, two a sample.
+struct Haplotypes {
+	std::vector < std::string > ids;
+	std::map < int, std::vector < int > > alleles;
+
+	explicit Haplotypes(const std::string & stem) {
+		std::vector < std::vector < std::string > > S = table(stem + ".sample");
+		for (unsigned int i = 2 ; i < S.size() ; i ++) ids.push_back(S[i][1]);
+		for (const std::vector < std::string > & r : table(stem + ".haps")) {
+			std::vector < int > & a = alleles[std::stoi(r[2])];
+			for (unsigned int k = 5 ; k < r.size() ; k ++) a.push_back(r[k] == "1");
+		}
+	}
+	int index(const std::string & id) const {
+		return std::find(ids.begin(), ids.end(), id) - ids.begin();
+	}
+};
+
+// Pedigree and genotypes of the example PED files (same content as the VCF): per sample
+// its father, mother and, per site, the alternative allele count or -1 when missing.
+struct Pedigree {
+	std::vector < std::string > ids;
+	std::map < std::string, std::pair < std::string, std::string > > parents;
+	std::map < std::string, std::vector < int > > genotypes;
+	std::vector < int > positions;
+
+	Pedigree() {
+		for (const std::vector < std::string > & r : table(E + "/cohort.map")) positions.push_back(std::stoi(r[3]));
+		std::vector < std::vector < std::string > > P = table(E + "/cohort.ped");
+		std::vector < std::string > first(positions.size());
+		for (const std::vector < std::string > & r : P) for (unsigned int l = 0 ; l < positions.size() ; l ++)
+			if (first[l].empty() && r[6 + 2 * l] != "0") first[l] = r[6 + 2 * l];
+		for (const std::vector < std::string > & r : P) {
+			ids.push_back(r[1]);
+			parents[r[1]] = { r[2], r[3] };
+			std::vector < int > & g = genotypes[r[1]];
+			for (unsigned int l = 0 ; l < positions.size() ; l ++) {
+				const std::string & a = r[6 + 2 * l], & b = r[7 + 2 * l];
+				g.push_back(a == "0" ? -1 : (a != first[l]) + (b != first[l]));
+			}
+		}
+	}
+	bool isParent(const std::string & id) const {
+		for (const auto & p : parents) if (p.second.first == id || p.second.second == id) return true;
+		return false;
+	}
+};
+
+bool mendelConsistent(int f, int m, int c) {
+	for (int a : { f > 0, f > 1 }) for (int b : { m > 0, m > 1 }) if (a + b == c) return true;
+	return false;
+}
+
+}
+
+// The whole example cohort phased from its PED files with the map on two threads: the
+// genotypes come back, trios are Mendel consistent with the father's allele first, samples
+// keep their input order, and the switch error against the simulated truth stays low (a
+// broken model gives tens of percent; the expected value is below 1 %).
+TEST(cli_phase_accuracy, ExampleCohort) {
+	TempDir d;
+	RunResult r = runSorvane("--input-ped " + E + "/cohort --input-map " + E + "/genetic_map.txt --thread 2 --seed 1 --output-max out -L log", d.path);
+	ASSERT_EQ(r.status, 0) << r.out;
+	Haplotypes out(d.file("out"));
+	Haplotypes truth(E + "/truth");
+	Pedigree ped;
+	ASSERT_EQ(out.ids, ped.ids);
+	ASSERT_EQ(out.alleles.size(), ped.positions.size());
+
+	int n_trio_sites = 0;
+	for (unsigned int l = 0 ; l < ped.positions.size() ; l ++) {
+		const std::vector < int > & h = out.alleles[ped.positions[l]];
+		for (unsigned int i = 0 ; i < ped.ids.size() ; i ++) {
+			int g = ped.genotypes[ped.ids[i]][l];
+			if (g >= 0) {
+				ASSERT_EQ(h[2 * i] + h[2 * i + 1], g) << ped.ids[i] << " at " << ped.positions[l];
+			}
+		}
+		for (unsigned int c = 0 ; c < ped.ids.size() ; c ++) {
+			const std::pair < std::string, std::string > & p = ped.parents[ped.ids[c]];
+			if (p.first == "0" || p.second == "0") continue;
+			int f = out.index(p.first), m = out.index(p.second);
+			int gf = ped.genotypes[p.first][l], gm = ped.genotypes[p.second][l], gc = ped.genotypes[ped.ids[c]][l];
+			if (gf < 0 || gm < 0 || gc < 0 || !mendelConsistent(gf, gm, gc)) continue;
+			EXPECT_TRUE(h[2 * c] == h[2 * f] || h[2 * c] == h[2 * f + 1]) << ped.ids[c] << " at " << ped.positions[l];
+			EXPECT_TRUE(h[2 * c + 1] == h[2 * m] || h[2 * c + 1] == h[2 * m + 1]) << ped.ids[c] << " at " << ped.positions[l];
+			n_trio_sites ++;
+		}
+	}
+	EXPECT_GT(n_trio_sites, 5000);
+
+	// Switch error over the unrelated samples, at sites heterozygous in the truth.
+	long switches = 0, pairs = 0;
+	for (const std::string & id : ped.ids) {
+		const std::pair < std::string, std::string > & p = ped.parents[id];
+		if (p.first != "0" || p.second != "0" || ped.isParent(id)) continue;
+		int o = out.index(id), t = truth.index(id), previous = -1;
+		for (int pos : ped.positions) {
+			const std::vector < int > & T = truth.alleles[pos], & O = out.alleles[pos];
+			if (T[2 * t] == T[2 * t + 1]) continue;
+			int relation = T[2 * t] == O[2 * o];
+			if (previous >= 0) {
+				pairs ++;
+				switches += relation != previous;
+			}
+			previous = relation;
+		}
+	}
+	ASSERT_GT(pairs, 20000);
+	EXPECT_LT((double)switches / pairs, 0.03) << switches << " switches in " << pairs;
+}
+
+// Output filters: an excluded sample and sites outside the output window are not written.
+TEST(cli_phase_accuracy, OutputSubsets) {
+	TempDir d;
+	d.write("drop", "IND0005\n");
+	RunResult r = runSorvane("--input-vcf " + E + "/cohort.vcf.gz --input-to 1150000 --burn 1 --prune 1 --main 1 --seed 2 --exclude-ind drop --output-from 1050000 --output-to 1100000 --output-max out -L log", d.path);
+	ASSERT_EQ(r.status, 0) << r.out;
+	Haplotypes out(d.file("out"));
+	EXPECT_EQ(out.ids.size(), 199u);
+	EXPECT_EQ(out.index("IND0005"), (int)out.ids.size());
+	EXPECT_EQ(out.ids[4], "IND0006");
+	ASSERT_FALSE(out.alleles.empty());
+	EXPECT_GE(out.alleles.begin()->first, 1050000);
+	EXPECT_LT(out.alleles.rbegin()->first, 1100000);
+	for (const auto & s : out.alleles) EXPECT_EQ(s.second.size(), 398u);
+}
