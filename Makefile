@@ -1,6 +1,8 @@
 # Quick start: `make example` builds sorvane and runs it on the example data;
-# `make test` builds it and runs the whole test suite. Both install the missing
-# Debian packages first when run as root.
+# `make test` builds it and runs the whole test suite; `make test-asan` runs the suite
+# again in a build checked by AddressSanitizer, UndefinedBehaviorSanitizer and
+# LeakSanitizer. All install the missing Debian packages first when run as root.
+# By hand: `make test-tsan` (ThreadSanitizer) and `make fuzz FUZZ_SECONDS=600`.
 
 BUILD ?= build
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
@@ -9,13 +11,19 @@ EXAMPLE_OUT ?= $(BUILD)/example
 # Debian packages the build and the tests need.
 PACKAGES = g++ cmake make libboost-program-options-dev libboost-iostreams-dev libboost-dev \
            zlib1g-dev libbz2-dev libgtest-dev
+# The fuzzing targets need clang with its runtime libraries.
+FUZZ_PACKAGES = clang libclang-rt-14-dev
+FUZZ_SECONDS ?= 60
 
-.PHONY: all deps build test example clean
+# A checked build runs slower: more time for each test.
+CHECKED = -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSORVANE_TEST_TIMEOUT=900
+
+.PHONY: all deps fuzz-deps build test test-asan test-tsan fuzz example clean
 
 all: build
 
-deps:
-	@missing=""; for p in $(PACKAGES); do \
+deps fuzz-deps:
+	@missing=""; for p in $(if $(filter fuzz-deps,$@),$(FUZZ_PACKAGES),$(PACKAGES)); do \
 		dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q "install ok installed" || missing="$$missing $$p"; \
 	done; \
 	if [ -n "$$missing" ]; then \
@@ -34,6 +42,23 @@ build: deps
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
+test-asan: deps
+	cmake -S . -B $(BUILD)-asan $(CHECKED) -DSORVANE_SANITIZE=address
+	cmake --build $(BUILD)-asan -j $(JOBS)
+	cd $(BUILD)-asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=0 UBSAN_OPTIONS=print_stacktrace=1 \
+		ctest --output-on-failure -j $(JOBS)
+
+test-tsan: deps
+	cmake -S . -B $(BUILD)-tsan $(CHECKED) -DSORVANE_SANITIZE=thread
+	cmake --build $(BUILD)-tsan -j $(JOBS)
+	cd $(BUILD)-tsan && TSAN_OPTIONS=halt_on_error=1 ctest --output-on-failure -j $(JOBS)
+
+fuzz: deps fuzz-deps
+	cmake -S . -B $(BUILD)-fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+		-DSORVANE_FUZZ=ON -DSORVANE_TESTS=OFF
+	cmake --build $(BUILD)-fuzz -j $(JOBS)
+	fuzz/run.sh $(FUZZ_SECONDS)
+
 example: build
 	@mkdir -p $(EXAMPLE_OUT)
 	$(BUILD)/sorvane --input-vcf example/cohort.vcf.gz --input-map example/genetic_map.txt \
@@ -43,4 +68,4 @@ example: build
 	@echo "Haplotype graphs: $(EXAMPLE_OUT)/phased.graph; log: $(EXAMPLE_OUT)/phased.log"
 
 clean:
-	rm -rf $(BUILD)
+	rm -rf $(BUILD) $(BUILD)-asan $(BUILD)-tsan $(BUILD)-fuzz

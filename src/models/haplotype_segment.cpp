@@ -2,6 +2,7 @@
 #include "utils/myException.h"
 #include "utils/putils.h"
 #include "utils/sutils.h"
+#include "utils/vector_clones.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,7 +20,7 @@ static const double underflow = 1e-300;
 // One row of a lattice: c[k] = (o[k] * a + b) * e[k]; returns the sum of the row. Eight
 // partial sums break the serial dependency of the sum so that the loop vectorises and
 // two vector additions are in flight at once.
-__attribute__((target_clones("avx2", "default"))) static double updateRow(const double * __restrict__ o, double a, double b, const double * __restrict__ e, double * __restrict__ c, int K) {
+SORVANE_VECTOR_CLONES static double updateRow(const double * __restrict__ o, double a, double b, const double * __restrict__ e, double * __restrict__ c, int K) {
 	double s[8] = { 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0 };
 	int k = 0;
 	for (; k + 8 <= K ; k += 8)
@@ -37,13 +38,13 @@ __attribute__((target_clones("avx2", "default"))) static double updateRow(const 
 }
 
 // Allele at bit `bit` of each conditioning haplotype's cached byte.
-__attribute__((target_clones("avx2", "default"))) static void extractAlleles(const unsigned char * __restrict__ bytes, int bit, unsigned char * __restrict__ x, int K) {
+SORVANE_VECTOR_CLONES static void extractAlleles(const unsigned char * __restrict__ bytes, int bit, unsigned char * __restrict__ x, int K) {
 	for (int k = 0 ; k < K ; k ++) x[k] = (bytes[k] >> bit) & 1;
 }
 
 // Emission row of a unit allele: m1 where the conditioning allele is 1, m0 where it is 0.
 // x * m1 + (1 - x) * m0 with x in {0, 1} gives either term exactly.
-__attribute__((target_clones("avx2", "default"))) static void emissionRow(const unsigned char * __restrict__ x, double m1, double m0, double * __restrict__ e, int K) {
+SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__ x, double m1, double m0, double * __restrict__ e, int K) {
 	for (int k = 0 ; k < K ; k ++) {
 		const double v = x[k];
 		e[k] = v * m1 + (1.0 - v) * m0;

@@ -1,12 +1,13 @@
 #include "utils/lfile.h"
 #include "utils/futils.h"
+#include "utils/myException.h"
 
 #include <cstdlib>
 #include <iostream>
 
 lfile LOG;
 
-lfile::lfile() : verboseC(true), verboseL(true) {
+lfile::lfile() : verboseC(true), verboseL(true), exitOnError(true) {
 }
 
 bool lfile::open(std::string name) {
@@ -67,6 +68,7 @@ void lfile::warning(std::string s) {
 void lfile::error(std::string s) {
 	std::cout << std::endl << "\033[33mERROR:\033[0m " << s << std::endl;
 	if (verboseL) fd << std::endl << "ERROR: " << s << std::endl;
+	if (!exitOnError) throw myException(s);
 	close();
 	exit(1);
 }

@@ -11,6 +11,9 @@ public:
 	std::ofstream fd;
 	bool verboseC;
 	bool verboseL;
+	// When false, error throws myException with its text instead of ending the process:
+	// the fuzzing harnesses keep running after a reader has refused its input.
+	bool exitOnError;
 
 	lfile();
 

@@ -1,5 +1,6 @@
 #include "test_utils.h"
 #include "utils/lfile.h"
+#include "utils/myException.h"
 
 using testutils::TempDir;
 
@@ -42,4 +43,19 @@ TEST(lfile, ErrorEndsTheRun) {
 		L.error("broken input");
 	}, ::testing::ExitedWithCode(1), "ERROR:.* broken input");
 	EXPECT_EQ(d.read("e.log"), "\nERROR: broken input\n");
+}
+
+TEST(lfile, ErrorThrowsWhenAskedTo) {
+	lfile L;
+	L.muteC();
+	L.muteL();
+	L.exitOnError = false;
+	testing::internal::CaptureStdout();
+	try {
+		L.error("refused input");
+		ADD_FAILURE() << "error returned";
+	} catch (const myException & e) {
+		EXPECT_STREQ(e.what(), "refused input");
+	}
+	EXPECT_NE(testing::internal::GetCapturedStdout().find("refused input"), std::string::npos);
 }

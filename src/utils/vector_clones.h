@@ -1,0 +1,13 @@
+#ifndef _VECTOR_CLONES_H
+#define _VECTOR_CLONES_H
+
+// Marks a hot loop function for an AVX2 clone beside the baseline one, chosen when the
+// program loads. A ThreadSanitizer build defines SORVANE_NO_TARGET_CLONES: its runtime is
+// not ready when the clone resolvers run, so it keeps the baseline only.
+#ifdef SORVANE_NO_TARGET_CLONES
+#define SORVANE_VECTOR_CLONES
+#else
+#define SORVANE_VECTOR_CLONES __attribute__((target_clones("avx2", "default")))
+#endif
+
+#endif
