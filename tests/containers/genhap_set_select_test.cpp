@@ -180,3 +180,36 @@ TEST(genhap_set_select, RandomChoiceAndMasks) {
 	std::vector < bool > wrong(8, true);
 	EXPECT_DEATH(U.GH.subsetHaplotypes_thread(wrong, slots), "mask.size\\(\\) == vecH.size\\(\\)");
 }
+
+// The conditioning sets of a duo, an unrelated unit of its family and a trio, whose
+// relatives carry exact copies of their haplotypes: every selection passes over the family
+// and the closed haplotypes; drawing more states at random than there are takes exactly
+// all the others.
+TEST(genhap_set_select, ConditioningSetsLeaveOutTheFamily) {
+	putils::initRandom(9);
+	Study U({ 3, 2, 2, 4, 1, 2, 2, 2, 2, 2, 2 }, 40, { 0, 0, 0, 1, 1, 2, 3, 4, 5, 6, 7 });
+	U.mutatedCopies();
+	genhap_set & GH = U.GH;
+	const int H = GH.vecH.size();
+	std::vector < bool > open(H, true);
+	open[GH.ind2hap[10][0]] = false;
+	for (int ind : { 0, 1, 3 }) {
+		std::vector < bool > family(H, false);
+		for (int j : GH.relatives[ind]) for (unsigned int k = 0 ; k < GH.ind2hap[j].size() ; k ++) {
+			family[GH.ind2hap[j][k]] = true;
+			if (j != ind) GH.vecH[GH.ind2hap[j][k]] = GH.vecH[GH.ind2hap[ind][k % GH.ind2hap[ind].size()]];
+		}
+		std::vector < int > others;
+		for (int h = 0 ; h < H ; h ++) if (open[h] && !family[h]) others.push_back(h);
+		const std::vector < int > left = { 0, 10, 25 }, right = { 19, 39, 39 };
+		std::vector < std::vector < int > > sets, all;
+		GH.conditioningSets(open, ind, { 8, 2, 1, 1, true }, left, right, sets);
+		GH.conditioningSets(open, ind, { 0, 0, H, 0, false }, left, right, all);
+		ASSERT_EQ(sets.size(), 3u);
+		for (const std::vector < int > & s : sets) {
+			EXPECT_GE(s.size(), 4u) << ind;
+			for (int h : s) EXPECT_TRUE(open[h] && !family[h]) << ind << " " << h;
+		}
+		EXPECT_EQ(all, std::vector < std::vector < int > > (3, others)) << ind;
+	}
+}

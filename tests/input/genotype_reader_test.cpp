@@ -113,6 +113,8 @@ TEST(genotype_reader, HardCallRules) {
 	struct Case { std::array < float, 3 > p; double threshold; int call; };
 	const std::vector < Case > cases = {
 		{ { 0.05f, 0.95f, 0.0f }, 0.9, 1 },
+		// A probability equal to the threshold passes, for each genotype.
+		{ { 0.75f, 0.25f, 0.0f }, 0.75, 0 }, { { 0.25f, 0.75f, 0.0f }, 0.75, 1 }, { { 0.0f, 0.25f, 0.75f }, 0.75, 2 },
 		{ { 0.2f, 0.4f, 0.4f }, 0.9, -1 },
 		// The replacement of an all-zero triple fails above 0.334 and calls 1 by highest probability.
 		{ { 0.332f, 0.334f, 0.334f }, 0.9, -1 },
@@ -132,7 +134,7 @@ TEST(genotype_reader, HardCallRules) {
 	float n0 = NAN, n1 = NAN, n2 = NAN;
 	EXPECT_EQ(hard_call(n0, n1, n2, -1.0, failed, passed), -1);
 	EXPECT_EQ(failed, 3);
-	EXPECT_EQ(passed, 6);
+	EXPECT_EQ(passed, 9);
 }
 
 TEST(genotype_reader, ReadSex) {

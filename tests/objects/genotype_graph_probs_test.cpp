@@ -2,6 +2,7 @@
 #include "utils/myException.h"
 #include "utils/putils.h"
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
@@ -275,6 +276,16 @@ TEST(genotype_graph_probs, MaximizeAndPosteriorsAgainstAllPaths) {
 		u.g.backward(B);
 		u.g.expectation(F, B);
 		for (unsigned int t = 0 ; t < share.size() ; t ++) ASSERT_NEAR(u.g.probs[t], share[t] / total, 1e-5) << i << " " << t;
+		// Exactly equal weights: the first candidate stays, in the last group and as the
+		// predecessor of each chosen transition.
+		if (!ordered) continue;
+		std::fill(u.g.probs.begin(), u.g.probs.end(), 0.5f);
+		const int G = u.g.probsC.size();
+		std::vector < int > first(G, 0);
+		for (int k = G - 2 ; k >= 0 ; k --)
+			while (!u.g.linked((u.g.probsI[k] + first[k]) * type, (u.g.probsI[k + 1] + first[k + 1]) * type)) first[k] ++;
+		u.g.maximize(H, u.idx);
+		EXPECT_EQ(Unit::text(H), u.spell(first)) << i;
 	}
 }
 

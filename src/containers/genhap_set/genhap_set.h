@@ -15,6 +15,16 @@
 // them. Masks hold one bit per haplotype, in the order of vecH.
 class genhap_set {
 public:
+	// Conditioning states that each selection adds per window, in the order they run, and
+	// whether unrelated units take the IBD-aware Hamming selection.
+	struct state_counts {
+		int hamming;
+		int pmatch;
+		int random;
+		int cov;
+		bool ibd;
+	};
+
 	snp_set * sites;
 	std::vector < std::string > hap_names;
 	// Owned: deleted with the set.
@@ -54,6 +64,9 @@ public:
 	void subsetHaplotypes_pfmatch_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
 	void subsetHaplotypes_pfmatchcov_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
 	void subsetHaplotypes_random(std::vector < bool > & input, int states, std::vector < bool > & selected);
+	// Conditioning haplotypes of unit ind for each window left[k] .. right[k], ascending:
+	// chosen among those open in `open`, never from the unit's own family.
+	void conditioningSets(const std::vector < bool > & open, int ind, const state_counts & n, const std::vector < int > & left, const std::vector < int > & right, std::vector < std::vector < int > > & sets);
 
 private:
 	void linkRelatives();

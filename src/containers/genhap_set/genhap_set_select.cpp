@@ -1,6 +1,7 @@
 #include "containers/genhap_set/genhap_set.h"
 #include "containers/genhap_set/haplotype_distance.h"
 #include "utils/assertion.h"
+#include "utils/autils.h"
 #include "utils/putils.h"
 
 #include <algorithm>
@@ -217,4 +218,22 @@ int non_overlapping_hamming_distance(const chaplotype & a0, const chaplotype & a
 	if (x) return 0;
 	if (y) return 1;
 	return -1;
+}
+
+void genhap_set::conditioningSets(const std::vector < bool > & open, int ind, const state_counts & n, const std::vector < int > & left, const std::vector < int > & right, std::vector < std::vector < int > > & sets) {
+	std::vector < bool > mask = open;
+	subsetHaplotypes_relatives(mask, ind);
+	sets.assign(left.size(), std::vector < int > ());
+	std::vector < bool > selected;
+	for (unsigned int k = 0 ; k < left.size() ; k ++) {
+		selected.clear();
+		if (n.hamming > 0) {
+			if (vecG[ind]->type == 2 && n.ibd) subsetHaplotypes_hamming_IBD(mask, ind, n.hamming, left[k], right[k], selected);
+			else subsetHaplotypes_hamming_ALL(mask, ind, n.hamming, left[k], right[k], selected);
+		}
+		if (n.pmatch > 0) subsetHaplotypes_pfmatch_ALL(mask, ind, n.pmatch, left[k], right[k], selected);
+		if (n.random > 0) subsetHaplotypes_random(mask, n.random, selected);
+		if (n.cov > 0) subsetHaplotypes_pfmatchcov_ALL(mask, ind, n.cov, left[k], right[k], selected);
+		autils::findUniqueSet(selected, sets[k]);
+	}
 }

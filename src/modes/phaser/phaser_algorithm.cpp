@@ -24,27 +24,10 @@ void phaser::phaseSegment(int slot) {
 	G->cluster(span, w, left_site, right_site, left_segment, right_segment);
 
 	// Neither the batch nor the individual's own family may be copied from.
-	std::vector < bool > mask = hap_mask;
-	GH.subsetHaplotypes_relatives(mask, ind);
-
-	int n_hamming = options["states"].as < int > ();
-	int n_pmatch = options["states-pmatch"].as < int > ();
-	int n_random = options["states-random"].as < int > ();
-	int n_cov = options["states-cov"].as < int > ();
-	std::vector < std::vector < int > > conditional_index (left_site.size());
-	std::vector < bool > selected;
-	for (unsigned int k = 0 ; k < left_site.size() ; k ++) {
-		selected.clear();
-		if (n_hamming > 0) {
-			if (G->type == 2 && ibd_relatives) GH.subsetHaplotypes_hamming_IBD(mask, ind, n_hamming, left_site[k], right_site[k], selected);
-			else GH.subsetHaplotypes_hamming_ALL(mask, ind, n_hamming, left_site[k], right_site[k], selected);
-		}
-		if (n_pmatch > 0) GH.subsetHaplotypes_pfmatch_ALL(mask, ind, n_pmatch, left_site[k], right_site[k], selected);
-		if (n_random > 0) GH.subsetHaplotypes_random(mask, n_random, selected);
-		if (n_cov > 0) GH.subsetHaplotypes_pfmatchcov_ALL(mask, ind, n_cov, left_site[k], right_site[k], selected);
-		autils::findUniqueSet(selected, conditional_index[k]);
-		sorvane_assert(conditional_index[k].size() >= 2);
-	}
+	const genhap_set::state_counts n = { options["states"].as < int > (), options["states-pmatch"].as < int > (), options["states-random"].as < int > (), options["states-cov"].as < int > (), ibd_relatives };
+	std::vector < std::vector < int > > conditional_index;
+	GH.conditioningSets(hap_mask, ind, n, left_site, right_site, conditional_index);
+	for (unsigned int k = 0 ; k < conditional_index.size() ; k ++) sorvane_assert(conditional_index[k].size() >= 2);
 	runModel(ind, slot, conditional_index, left_site, right_site, left_segment, right_segment);
 }
 
