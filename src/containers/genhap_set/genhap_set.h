@@ -55,6 +55,12 @@ public:
 	void subsetHaplotypes_pfmatchcov_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
 	void subsetHaplotypes_random(std::vector < bool > & input, int states, std::vector < bool > & selected);
 
+	// The largest batch size T, at most the number of graphs, such that any batch of T
+	// graphs leaves every graph of it at least `need` haplotypes open in `mask` outside the
+	// batch and its family. 0 when some graph lacks them even alone: `limiting` is then
+	// that graph, otherwise one that sets the bound, or -1 when none does.
+	int maxBatchSize(const std::vector < bool > & mask, int need, int & limiting) const;
+
 private:
 	void linkRelatives();
 	void appendKin(int i, int j, const std::string & x);

@@ -5,8 +5,8 @@
 #include "utils/lfile.h"
 #include "utils/myException.h"
 #include "utils/putils.h"
-#include "utils/sutils.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <new>
@@ -42,8 +42,13 @@ void phaser::phaseSegment(int slot) {
 		if (n_pmatch > 0) GH.subsetHaplotypes_pfmatch_ALL(mask, ind, n_pmatch, left_site[k], right_site[k], selected);
 		if (n_random > 0) GH.subsetHaplotypes_random(mask, n_random, selected);
 		if (n_cov > 0) GH.subsetHaplotypes_pfmatchcov_ALL(mask, ind, n_cov, left_site[k], right_site[k], selected);
+		// The IBD choice may drop both haplotypes of a neighbour, and a perfect match needs a
+		// whole equal byte: the nearest open haplotypes then make up the minimum. limitThreads
+		// keeps enough of them open.
+		if (std::count(selected.begin(), selected.end(), true) < min_conditioning)
+			GH.subsetHaplotypes_hamming_ALL(mask, ind, min_conditioning * G->type, left_site[k], right_site[k], selected);
 		autils::findUniqueSet(selected, conditional_index[k]);
-		sorvane_assert(conditional_index[k].size() >= 2);
+		sorvane_assert((int)conditional_index[k].size() >= min_conditioning);
 	}
 	runModel(ind, slot, conditional_index, left_site, right_site, left_segment, right_segment);
 }
@@ -57,10 +62,7 @@ void phaser::phaseSegmentPredefined(int slot) {
 	std::vector < int > left_site, right_site, left_segment, right_segment;
 	G->cluster(copy_bounds[ind], left_site, right_site, left_segment, right_segment);
 	int n_windows = left_site.size();
-	if (n_windows + 1 != (int)copy_bounds[ind].size())
-		LOG.error("Fitting windows to segment boundaries failed 1 : " + sutils::int2str(n_windows) + " " + sutils::int2str((int)copy_bounds[ind].size()));
-	if ((int)copy_states[ind].size() != n_windows)
-		LOG.error("Fitting windows to segment boundaries failed 2 : " + sutils::int2str(n_windows) + " " + sutils::int2str((int)copy_states[ind].size()));
+	sorvane_assert(n_windows == (int)copy_states[ind].size());
 
 	// Computed as in the random windows, but the user's states are taken as they are.
 	std::vector < bool > mask = hap_mask;
@@ -71,7 +73,7 @@ void phaser::phaseSegmentPredefined(int slot) {
 		std::vector < bool > selected (GH.vecH.size(), false);
 		for (int h : copy_states[ind][k]) selected[h] = true;
 		autils::findUniqueSet(selected, conditional_index[k]);
-		sorvane_assert(conditional_index[k].size() >= 2);
+		sorvane_assert((int)conditional_index[k].size() >= min_conditioning);
 	}
 	runModel(ind, slot, conditional_index, left_site, right_site, left_segment, right_segment);
 }
