@@ -203,13 +203,50 @@ TEST(genhap_set_select, ConditioningSetsLeaveOutTheFamily) {
 		for (int h = 0 ; h < H ; h ++) if (open[h] && !family[h]) others.push_back(h);
 		const std::vector < int > left = { 0, 10, 25 }, right = { 19, 39, 39 };
 		std::vector < std::vector < int > > sets, all;
-		GH.conditioningSets(open, ind, { 8, 2, 1, 1, true }, left, right, sets);
-		GH.conditioningSets(open, ind, { 0, 0, H, 0, false }, left, right, all);
+		GH.conditioningSets(open, ind, { 8, 2, 1, 1, true, 2 }, left, right, sets);
+		GH.conditioningSets(open, ind, { 0, 0, H, 0, false, 0 }, left, right, all);
 		ASSERT_EQ(sets.size(), 3u);
 		for (const std::vector < int > & s : sets) {
 			EXPECT_GE(s.size(), 4u) << ind;
 			for (int h : s) EXPECT_TRUE(open[h] && !family[h]) << ind << " " << h;
 		}
 		EXPECT_EQ(all, std::vector < std::vector < int > > (3, others)) << ind;
+
+// The batch bound against every batch of small random studies, with random families,
+// masks and panel sizes: a batch of the bound's size leaves each of its graphs `need`
+// haplotypes outside the batch and the graph's family, one more graph fails some of them.
+TEST(genhap_set_select, BatchBound) {
+	putils::initRandom(7);
+	for (int rep = 0 ; rep < 200 ; rep ++) {
+		const int N = 2 + putils::getRandom(5), panel = putils::getRandom(3), need = 1 + putils::getRandom(3);
+		std::vector < int > types, family;
+		for (int i = 0 ; i < N ; i ++) {
+			types.push_back(1 + putils::getRandom(4));
+			family.push_back(putils::getRandom(N));
+		}
+		Study U(types, 8, family);
+		for (int p = 0 ; p < panel ; p ++) U.GH.vecH.push_back(chaplotype(8));
+		const std::vector < bool > mask = randomBits(U.GH.vecH.size(), 0.8);
+		// Whether every batch of T graphs leaves each of its graphs enough haplotypes.
+		auto fits = [&](int T) {
+			for (int batch = 0 ; batch < (1 << N) ; batch ++) if (__builtin_popcount(batch) == T)
+				for (int i = 0 ; i < N ; i ++) if ((batch >> i) & 1) {
+					std::vector < bool > m = mask;
+					for (int j = 0 ; j < N ; j ++) if ((batch >> j) & 1) for (int h : U.GH.ind2hap[j]) m[h] = false;
+					U.GH.subsetHaplotypes_relatives(m, i);
+					if (std::count(m.begin(), m.end(), true) < need) return false;
+				}
+			return true;
+		};
+		int limiting;
+		const int bound = U.GH.maxBatchSize(mask, need, limiting);
+		ASSERT_TRUE(bound >= 0 && bound <= N);
+		if (bound > 0) {
+			EXPECT_TRUE(fits(bound)) << rep;
+		}
+		if (bound < N) {
+			EXPECT_FALSE(fits(bound + 1)) << rep;
+			EXPECT_TRUE(limiting >= 0 && limiting < N);
+		} else EXPECT_EQ(limiting, -1);
 	}
 }

@@ -15,14 +15,16 @@
 // them. Masks hold one bit per haplotype, in the order of vecH.
 class genhap_set {
 public:
-	// Conditioning states that each selection adds per window, in the order they run, and
-	// whether unrelated units take the IBD-aware Hamming selection.
+	// Conditioning states that each selection adds per window, in the order they run,
+	// whether unrelated units take the IBD-aware Hamming selection, and the fewest states a
+	// window may have.
 	struct state_counts {
 		int hamming;
 		int pmatch;
 		int random;
 		int cov;
 		bool ibd;
+		int minimum;
 	};
 
 	snp_set * sites;
@@ -67,6 +69,12 @@ public:
 	// Conditioning haplotypes of unit ind for each window left[k] .. right[k], ascending:
 	// chosen among those open in `open`, never from the unit's own family.
 	void conditioningSets(const std::vector < bool > & open, int ind, const state_counts & n, const std::vector < int > & left, const std::vector < int > & right, std::vector < std::vector < int > > & sets);
+
+	// The largest batch size T, at most the number of graphs, such that any batch of T
+	// graphs leaves every graph of it at least `need` haplotypes open in `mask` outside the
+	// batch and its family. 0 when some graph lacks them even alone: `limiting` is then
+	// that graph, otherwise one that sets the bound, or -1 when none does.
+	int maxBatchSize(const std::vector < bool > & mask, int need, int & limiting) const;
 
 private:
 	void linkRelatives();

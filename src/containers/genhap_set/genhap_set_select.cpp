@@ -69,6 +69,41 @@ void genhap_set::subsetHaplotypes_relatives(std::vector < bool > & mask, int ind
 	for (int j : relatives[ind]) for (int h : ind2hap[j]) mask[h] = false;
 }
 
+int genhap_set::maxBatchSize(const std::vector < bool > & mask, int need, int & limiting) const {
+	sorvane_assert(mask.size() == vecH.size());
+	const int N = vecG.size();
+	std::vector < int > open (N, 0);
+	int panel = 0;
+	for (unsigned int h = 0 ; h < mask.size() ; h ++) if (mask[h]) {
+		if (h < hap2ind.size()) open[hap2ind[h]] ++;
+		else panel ++;
+	}
+	// Graphs by their number of open haplotypes, 0 to 4.
+	std::vector < int > count (5, 0);
+	for (int c : open) count[c] ++;
+	int best = N;
+	limiting = -1;
+	for (int i = 0 ; i < N && need > panel ; i ++) {
+		std::vector < int > others = count;
+		for (int j : relatives[i]) others[open[j]] --;
+		// The worst batch takes the other graphs with the most open haplotypes, so the ones
+		// left out are the smallest: count how many of these it takes to reach `need`.
+		int missing = need - panel, left_out = others[0], n_others = others[0];
+		for (int c = 1 ; c <= 4 ; c ++) {
+			n_others += others[c];
+			int take = std::min(others[c], std::max(missing + c - 1, 0) / c);
+			left_out += take;
+			missing -= take * c;
+		}
+		int limit = (missing > 0) ? 0 : n_others - left_out + 1;
+		if (limit < best) {
+			best = limit;
+			limiting = i;
+		}
+	}
+	return best;
+}
+
 void genhap_set::subsetHaplotypes_relatives_old(std::vector < bool > & mask, int ind) {
 	sorvane_assert(mask.size() == vecH.size());
 	if (ind < 0) return;
@@ -234,6 +269,11 @@ void genhap_set::conditioningSets(const std::vector < bool > & open, int ind, co
 		if (n.pmatch > 0) subsetHaplotypes_pfmatch_ALL(mask, ind, n.pmatch, left[k], right[k], selected);
 		if (n.random > 0) subsetHaplotypes_random(mask, n.random, selected);
 		if (n.cov > 0) subsetHaplotypes_pfmatchcov_ALL(mask, ind, n.cov, left[k], right[k], selected);
+		// The IBD choice may drop both haplotypes of a neighbour, and a perfect match needs a
+		// whole equal byte: the nearest open haplotypes then make up the minimum, which the
+		// thread count keeps available.
+		if (std::count(selected.begin(), selected.end(), true) < n.minimum)
+			subsetHaplotypes_hamming_ALL(mask, ind, n.minimum * vecG[ind]->type, left[k], right[k], selected);
 		autils::findUniqueSet(selected, sets[k]);
 	}
 }

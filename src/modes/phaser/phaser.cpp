@@ -15,7 +15,7 @@
 #include <cstdlib>
 #include <map>
 
-phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), predefined_states(false) {
+phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), predefined_states(false) {
 }
 
 phaser::~phaser() {
@@ -106,25 +106,41 @@ void phaser::check_options() {
 	if (options["prune"].as < int > () < 1) LOG.error("You must use at least 1 pruning iteration");
 	if (options["main"].as < int > () < 1) LOG.error("You must use at least 1 main iteration");
 	if (options["run"].as < int > () < 1) LOG.error("You must use at least 1 run of pruning iterations");
-	if (model_version1) {
-		if (options["states"].as < int > () < 10) LOG.error("You must use at least 10 conditioning states for phasing");
-	} else if (!options["states"].defaulted()) {
+	// Upper bounds keep the iteration total, burn + prune * run + main, within an int.
+	checkRange("burn", 0, 100000);
+	checkRange("prune", 1, 100000);
+	checkRange("main", 1, 100000);
+	checkRange("run", 1, 1000);
+	if (model_version1 && options["states"].as < int > () < 10) LOG.error("You must use at least 10 conditioning states for phasing");
+	// The four counts are summed and size the selection heaps.
+	for (std::string option : { "states", "states-pmatch", "states-random", "states-cov" }) checkRange(option, 0, 1000000);
+	if (!model_version1 && !options["states"].defaulted()) {
 		int total = options["states"].as < int > () + options["states-pmatch"].as < int > () + options["states-random"].as < int > () + options["states-cov"].as < int > ();
 		if (total < 5) LOG.error("You must use at least 5 conditioning haplotypes for phasing");
 	}
-	if (options["window"].as < double > () < 0.1) LOG.error("You must specify a window size of at least 0.1 Mb");
+	// The window becomes a count of base pairs in an int; a NaN passes no comparison.
+	double window = options["window"].as < double > ();
+	if (window < 0.1) LOG.error("You must specify a window size of at least 0.1 Mb");
+	if (!(window <= 1000)) LOG.error("You must specify a --window value comprised between 0.1 and 1000 (Mb)");
 	if (!options["effective-size"].defaulted() && options["effective-size"].as < int > () < 1)
 		LOG.error("You must specify a positive effective size");
+	checkRange("effective-size", 1, 100000000);
 	if (!options["rho"].defaulted()) {
 		double rho = options["rho"].as < double > ();
-		if (rho <= 0 || rho >= 1) LOG.error("You must specify a rho value comprised between 0 and 1");
+		if (!(rho > 0 && rho < 1)) LOG.error("You must specify a rho value comprised between 0 and 1");
 	}
 	if (!options["input-thr"].defaulted()) {
 		double thr = options["input-thr"].as < double > ();
-		if (thr <= 0.5 || thr > 1) LOG.error("You must specify a --input-thr value comprised between 0.5 and 1");
+		if (!(thr > 0.5 && thr <= 1)) LOG.error("You must specify a --input-thr value comprised between 0.5 and 1");
 	}
 	if (options.count("no-mcmc") && !options.count("input-ref"))
 		LOG.error("To get rid of the MCMC scheme, you must specify a reference panel of haplotypes via --input-ref");
+}
+
+void phaser::checkRange(const std::string & option, int low, int high) {
+	int value = options[option].as < int > ();
+	if (value < low || value > high)
+		LOG.error("You must specify a --" + option + " value comprised between " + sutils::int2str(low) + " and " + sutils::int2str(high));
 }
 
 void phaser::check_files() {
@@ -194,12 +210,6 @@ void phaser::verbose_options() {
 void phaser::read_files_and_initialise() {
 	stopOnUnbuiltOptions();
 	sorvane::read_files_and_initialise();
-	int T = options["thread"].as < int > ();
-	if (T >= 2) {
-		i_workers = 0;
-		id_workers = std::vector < pthread_t > (T);
-		pthread_mutex_init(&mutex_workers, NULL);
-	}
 
 	genotype_reader readerG(filter_in, options.count("chrX") > 0);
 	readGenotypes(readerG);
@@ -226,15 +236,18 @@ void phaser::read_files_and_initialise() {
 	std::vector < std::map < std::string, int > > units;
 	checkerG.order(units);
 
-	builder B(readerG, units, T);
+	// Threads beyond the number of sampling units would have nothing to do.
+	n_thread = std::max(1, std::min(options["thread"].as < int > (), (int)units.size()));
+	builder B(readerG, units, n_thread);
 	B.build();
 	GH.initialise(B.vecG, readerG.sites);
 	if (options.count("input-ref")) GH.initialise(readerR, options.count("chrX") > 0);
+	limitThreads();
 	allocateMemory();
 	GH.summarise();
 
 	// A first haplotype pair for every graph, drawn uniformly among its paths.
-	sampler(GH, true, T, true).sample();
+	sampler(GH, true, n_thread, true).sample();
 	if (options.count("missing-maf")) GH.initialise();
 	else if (options.count("input-init")) {
 		std::vector < std::string > f = fileSet("input-init", { ".haps", ".sample" });
@@ -253,33 +266,75 @@ void phaser::read_files_and_initialise() {
 	if (options.count("input-copy-states")) readCopyingStates(options["input-copy-states"].as < std::string > ());
 }
 
-// One line a window: the sample to phase, the window's left bound (bp), then the samples
-// whose haplotypes it copies from in that window.
+const std::vector < bool > & phaser::conditioningMask() {
+	return options.count("no-mcmc") ? GH.reference_mask : GH.founder_mask;
+}
+
+// A batch of the iterations masks the haplotypes of all its samples for each of them, and
+// each sample loses its family too: with too many threads some sample could keep fewer than
+// min_conditioning haplotypes to copy from. User copying states are not masked, so only
+// the number of units bounds the threads there.
+void phaser::limitThreads() {
+	if (!predefined_states) {
+		int limiting;
+		int bound = GH.maxBatchSize(conditioningMask(), min_conditioning, limiting);
+		if (bound == 0 && limiting >= 0) LOG.error("Sample " + GH.vecG[limiting]->name + " has fewer than " + sutils::int2str(min_conditioning) + " haplotypes to copy from outside its own family: add unrelated samples or a reference panel with --input-ref");
+		n_thread = std::max(1, std::min(n_thread, bound));
+	}
+	int requested = options["thread"].as < int > ();
+	if (n_thread < requested) LOG.println("  * Threads lowered from " + sutils::int2str(requested) + " to " + sutils::int2str(n_thread) + ": no more samples can be phased at once while each keeps at least " + sutils::int2str(min_conditioning) + " haplotypes to copy from");
+	if (n_thread >= 2) {
+		i_workers = 0;
+		id_workers = std::vector < pthread_t > (n_thread);
+		pthread_mutex_init(&mutex_workers, NULL);
+	}
+}
+
+// One line a window: the sample to phase, the position (bp) where the window starts, then
+// the samples whose haplotypes it copies from. A window ends where the next line of its
+// sample starts, the last one at the last site; the first one also covers the sites before
+// its position. Positions become the index of the first site at or after them.
 void phaser::readCopyingStates(std::string file) {
 	LOG.println("\nReading copying states in [" + file + "]");
 	std::map < std::string, int > name2ind;
 	for (unsigned int i = 0 ; i < GH.vecG.size() ; i ++) name2ind[GH.vecG[i]->name] = i;
 	copy_states = std::vector < std::vector < std::vector < int > > > (GH.vecG.size());
 	copy_bounds = std::vector < std::vector < int > > (GH.vecG.size());
+	std::vector < long > previous (GH.vecG.size(), -1);
+	const std::vector < snp * > & S = GH.sites->vecS;
 	ifile fd(file);
 	std::string buffer;
 	std::vector < std::string > tokens;
-	int n_lines = 0;
+	int n_lines = 0, n_windows = 0;
 	while (getline(fd, buffer)) {
-		sutils::tokenize(buffer, tokens);
-		sorvane_assert(tokens.size() >= 3);
+		const std::string where = "Line " + sutils::int2str(++ n_lines) + " of " + file + ": ";
+		if (sutils::tokenize(buffer, tokens) == 0) continue;
+		if (tokens.size() < 3) LOG.error(where + "a window needs the sample, the position where it starts and at least one sample to copy from");
 		std::map < std::string, int >::iterator it = name2ind.find(tokens[0]);
 		if (it == name2ind.end()) LOG.error("input-copy-states1: sample " + tokens[0] + " not found");
 		int ind = it->second;
-		copy_bounds[ind].push_back(strtol(tokens[1].c_str(), NULL, 10));
+		char * end;
+		long position = strtol(tokens[1].c_str(), &end, 10);
+		if (*end != '\0' || position < 0) LOG.error(where + "the position " + tokens[1] + " is not a base-pair position");
+		if (position <= previous[ind]) LOG.error(where + "the windows of sample " + tokens[0] + " must come in increasing position order");
+		previous[ind] = position;
+		int site = std::lower_bound(S.begin(), S.end(), position, [](const snp * s, long p) { return s->bp < p; }) - S.begin();
+		if (site == (int)S.size()) LOG.error(where + "the position " + tokens[1] + " is after the last site");
+		copy_bounds[ind].push_back(copy_bounds[ind].empty() ? 0 : site);
 		copy_states[ind].push_back(std::vector < int > ());
 		for (unsigned int t = 2 ; t < tokens.size() ; t ++) {
 			std::map < std::string, int >::iterator itc = name2ind.find(tokens[t]);
 			if (itc == name2ind.end()) LOG.error("input-copy-states2: sample " + tokens[t] + " not found");
+			if (itc->second == ind) LOG.error(where + "sample " + tokens[0] + " cannot copy from itself");
 			for (int h : GH.ind2hap[itc->second]) copy_states[ind].back().push_back(h);
 		}
-		n_lines ++;
+		if ((int)copy_states[ind].back().size() < min_conditioning) LOG.error(where + "sample " + tokens[0] + " needs at least " + sutils::int2str(min_conditioning) + " haplotypes to copy from");
+		n_windows ++;
 	}
 	fd.close();
-	LOG.println("  * #windows=" + sutils::int2str(n_lines));
+	for (unsigned int i = 0 ; i < GH.vecG.size() ; i ++) {
+		if (copy_bounds[i].empty() && !GH.vecG[i]->phased()) LOG.error("No copying states given for sample " + GH.vecG[i]->name + " in " + file);
+		copy_bounds[i].push_back(S.size() - 1);
+	}
+	LOG.println("  * #windows=" + sutils::int2str(n_windows));
 }

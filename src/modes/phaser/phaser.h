@@ -5,12 +5,16 @@
 #include "models/hmm_parameters.h"
 #include "modes/sorvane.h"
 
+#include <atomic>
 #include <string>
 #include <vector>
 
 // The phasing mode.
 class phaser : public sorvane {
 public:
+	// The window model needs at least this many conditioning haplotypes in each window.
+	static const int min_conditioning = 2;
+
 	genhap_set GH;
 	// The order of the graphs in the current iteration, a permutation of 0 .. N - 1.
 	std::vector < int > orderG;
@@ -24,11 +28,14 @@ public:
 	bool model_version1;
 	// Chance that a draw is made on the doubled (additive) weights.
 	double p_random;
-	// Sums of what sample and store return in one iteration; written without a lock, only informative.
-	int n_sampled;
-	int n_stored;
+	// Sums of what sample and store return in one iteration, by all threads; only informative.
+	std::atomic < int > n_sampled;
+	std::atomic < int > n_stored;
+	// Threads used: --thread, lowered to what the batches can use (see limitThreads).
+	int n_thread;
 	bool predefined_states;
-	// User copying states: per graph, per window, the conditioning haplotypes, and the window bounds.
+	// User copying states: per graph, per window, the conditioning haplotypes; and the site
+	// index where each window starts, the last site closing the last window.
 	std::vector < std::vector < std::vector < int > > > copy_states;
 	std::vector < std::vector < int > > copy_bounds;
 	// Per thread, per mask, per transition group: 8 x 8 tables of transition probabilities.
@@ -52,6 +59,8 @@ public:
 	void write_files_and_finalise() override;
 
 	void readCopyingStates(std::string file);
+	void limitThreads();
+	const std::vector < bool > & conditioningMask();
 
 	void allocateMemory();
 	void desallocateMemory();
@@ -64,6 +73,7 @@ public:
 	void phaseSegmentPredefined(int slot);
 
 private:
+	void checkRange(const std::string & option, int low, int high);
 	void runBatches(std::string name, void * (*callback)(void *), void (phaser::*step)(int));
 	void runModel(int ind, int slot, std::vector < std::vector < int > > & conditional_index, std::vector < int > & left_site, std::vector < int > & right_site, std::vector < int > & left_segment, std::vector < int > & right_segment);
 };

@@ -5,8 +5,8 @@
 #include "utils/lfile.h"
 #include "utils/myException.h"
 #include "utils/putils.h"
-#include "utils/sutils.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <new>
@@ -24,10 +24,10 @@ void phaser::phaseSegment(int slot) {
 	G->cluster(span, w, left_site, right_site, left_segment, right_segment);
 
 	// Neither the batch nor the individual's own family may be copied from.
-	const genhap_set::state_counts n = { options["states"].as < int > (), options["states-pmatch"].as < int > (), options["states-random"].as < int > (), options["states-cov"].as < int > (), ibd_relatives };
+	const genhap_set::state_counts n = { options["states"].as < int > (), options["states-pmatch"].as < int > (), options["states-random"].as < int > (), options["states-cov"].as < int > (), ibd_relatives, min_conditioning };
 	std::vector < std::vector < int > > conditional_index;
 	GH.conditioningSets(hap_mask, ind, n, left_site, right_site, conditional_index);
-	for (unsigned int k = 0 ; k < conditional_index.size() ; k ++) sorvane_assert(conditional_index[k].size() >= 2);
+	for (unsigned int k = 0 ; k < conditional_index.size() ; k ++) sorvane_assert((int)conditional_index[k].size() >= min_conditioning);
 	runModel(ind, slot, conditional_index, left_site, right_site, left_segment, right_segment);
 }
 
@@ -40,10 +40,7 @@ void phaser::phaseSegmentPredefined(int slot) {
 	std::vector < int > left_site, right_site, left_segment, right_segment;
 	G->cluster(copy_bounds[ind], left_site, right_site, left_segment, right_segment);
 	int n_windows = left_site.size();
-	if (n_windows + 1 != (int)copy_bounds[ind].size())
-		LOG.error("Fitting windows to segment boundaries failed 1 : " + sutils::int2str(n_windows) + " " + sutils::int2str((int)copy_bounds[ind].size()));
-	if ((int)copy_states[ind].size() != n_windows)
-		LOG.error("Fitting windows to segment boundaries failed 2 : " + sutils::int2str(n_windows) + " " + sutils::int2str((int)copy_states[ind].size()));
+	sorvane_assert(n_windows == (int)copy_states[ind].size());
 
 	// Computed as in the random windows, but the user's states are taken as they are.
 	std::vector < bool > mask = hap_mask;
@@ -54,7 +51,7 @@ void phaser::phaseSegmentPredefined(int slot) {
 		std::vector < bool > selected (GH.vecH.size(), false);
 		for (int h : copy_states[ind][k]) selected[h] = true;
 		autils::findUniqueSet(selected, conditional_index[k]);
-		sorvane_assert(conditional_index[k].size() >= 2);
+		sorvane_assert((int)conditional_index[k].size() >= min_conditioning);
 	}
 	runModel(ind, slot, conditional_index, left_site, right_site, left_segment, right_segment);
 }

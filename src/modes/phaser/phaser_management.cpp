@@ -15,7 +15,6 @@
 // thread_probs[thread][mask][group][from][to]. Pruning only shrinks graphs, so the tables
 // stay large enough for the whole run.
 void phaser::allocateMemory() {
-	int T = options["thread"].as < int > ();
 	int max_type = 0, max_groups = 0;
 	for (genotype_graph * G : GH.vecG) {
 		max_type = std::max(max_type, (int)G->type);
@@ -24,7 +23,7 @@ void phaser::allocateMemory() {
 	std::vector < std::vector < double > > table (8, std::vector < double > (8, 0.0));
 	std::vector < std::vector < std::vector < double > > > groups (max_groups, table);
 	std::vector < std::vector < std::vector < std::vector < double > > > > masks (max_type, groups);
-	thread_probs = std::vector < std::vector < std::vector < std::vector < std::vector < double > > > > > (T, masks);
+	thread_probs = std::vector < std::vector < std::vector < std::vector < std::vector < double > > > > > (n_thread, masks);
 }
 
 void phaser::desallocateMemory() {
@@ -62,7 +61,6 @@ void phaser::phaseMcmc() {
 	int R = options["run"].as < int > ();
 	int P = options["prune"].as < int > ();
 	int M = options["main"].as < int > ();
-	int T = options["thread"].as < int > ();
 
 	// Burn-in: the chance of drawing on doubled weights falls from 1 to 0 (NaN with one
 	// iteration, so never).
@@ -82,7 +80,7 @@ void phaser::phaseMcmc() {
 			if (R > 1) name = "Run [" + sutils::int2str(r) + "/" + sutils::int2str(R) + "] " + name;
 			phaseIteration(name);
 		}
-		pruner(GH, 0.99, T).prune();
+		pruner(GH, 0.99, n_thread).prune();
 		GH.summarise();
 	}
 
@@ -91,7 +89,7 @@ void phaser::phaseMcmc() {
 		phaseIteration("Main iteration [" + sutils::int2str(i) + "/" + sutils::int2str(M) + "]");
 	}
 
-	normaliser(GH, T).normalise();
+	normaliser(GH, n_thread).normalise();
 }
 
 void phaser::phaseIteration(std::string name) {
@@ -113,14 +111,15 @@ void phaser::phaseSegmentPredefined(std::string name) {
 void phaser::runBatches(std::string name, void * (*callback)(void *), void (phaser::*step)(int)) {
 	LOG.println("");
 	LOG.printL(name);
-	int T = options["thread"].as < int > ();
+	const int T = n_thread;
 	int N = GH.vecG.size();
-	n_sampled = n_stored = 0;
+	n_sampled = 0;
+	n_stored = 0;
 	int done = 0;
 	while (done < N) {
 		idx_workers = std::vector < int > (T, -1);
 		for (int t = 0 ; t < T && done + t < N ; t ++) idx_workers[t] = orderG[done + t];
-		hap_mask = options.count("no-mcmc") ? GH.reference_mask : GH.founder_mask;
+		hap_mask = conditioningMask();
 		GH.subsetHaplotypes_thread(hap_mask, idx_workers);
 		if (T < 2) (this->*step)(0);
 		else {
@@ -161,7 +160,7 @@ void phaser::write_files_and_finalise() {
 	sorvane::write_files_and_finalise();
 	desallocateMemory();
 	if (options.count("output-max")) {
-		solver(GH, options["thread"].as < int > ()).solve();
+		solver(GH, n_thread).solve();
 		std::vector < std::string > values = options["output-max"].as < std::vector < std::string > > ();
 		std::string haps = values.size() == 2 ? values[0] : values[0] + ".haps";
 		std::string sample = values.size() == 2 ? values[1] : values[0] + ".sample";
