@@ -211,6 +211,8 @@ TEST(genhap_set_select, ConditioningSetsLeaveOutTheFamily) {
 			for (int h : s) EXPECT_TRUE(open[h] && !family[h]) << ind << " " << h;
 		}
 		EXPECT_EQ(all, std::vector < std::vector < int > > (3, others)) << ind;
+	}
+}
 
 // The batch bound against every batch of small random studies, with random families,
 // masks and panel sizes: a batch of the bound's size leaves each of its graphs `need`
