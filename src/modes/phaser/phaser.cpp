@@ -272,17 +272,22 @@ const std::vector < bool > & phaser::conditioningMask() {
 
 // A batch of the iterations masks the haplotypes of all its samples for each of them, and
 // each sample loses its family too: with too many threads some sample could keep fewer than
-// min_conditioning haplotypes to copy from. User copying states are not masked, so only
-// the number of units bounds the threads there.
+// min_conditioning haplotypes to copy from. User copying states are not masked: they may
+// name a sample of the same batch, whose haplotypes are being redrawn, so with them the
+// samples are phased one at a time.
 void phaser::limitThreads() {
-	if (!predefined_states) {
+	int requested = options["thread"].as < int > ();
+	std::string why = "no more samples can be phased at once while each keeps at least " + sutils::int2str(min_conditioning) + " haplotypes to copy from";
+	if (predefined_states) {
+		n_thread = 1;
+		why = "the copying states given may name samples phased at the same time";
+	} else {
 		int limiting;
 		int bound = GH.maxBatchSize(conditioningMask(), min_conditioning, limiting);
 		if (bound == 0 && limiting >= 0) LOG.error("Sample " + GH.vecG[limiting]->name + " has fewer than " + sutils::int2str(min_conditioning) + " haplotypes to copy from outside its own family: add unrelated samples or a reference panel with --input-ref");
 		n_thread = std::max(1, std::min(n_thread, bound));
 	}
-	int requested = options["thread"].as < int > ();
-	if (n_thread < requested) LOG.println("  * Threads lowered from " + sutils::int2str(requested) + " to " + sutils::int2str(n_thread) + ": no more samples can be phased at once while each keeps at least " + sutils::int2str(min_conditioning) + " haplotypes to copy from");
+	if (n_thread < requested) LOG.println("  * Threads lowered from " + sutils::int2str(requested) + " to " + sutils::int2str(n_thread) + ": " + why);
 	if (n_thread >= 2) {
 		i_workers = 0;
 		id_workers = std::vector < pthread_t > (n_thread);
