@@ -5,12 +5,16 @@
 #include "models/hmm_parameters.h"
 #include "modes/sorvane.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
 // The phasing mode.
 class phaser : public sorvane {
 public:
+	// The study's sites, taken over from the genotype store: GH, the graphs and the writers
+	// use them to the end of the run. Declared first, they go after GH.
+	std::unique_ptr < snp_set > sites;
 	genhap_set GH;
 	// The order of the graphs in the current iteration, a permutation of 0 .. N - 1.
 	std::vector < int > orderG;
