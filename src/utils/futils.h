@@ -13,6 +13,7 @@ namespace futils {
 	bool isFile(std::string name);
 	bool createFile(std::string name);
 	void bool2binary(const std::vector < bool > & v, std::ostream & os);
+	// v is replaced only once all its bytes are read.
 	bool binary2bool(std::vector < bool > & v, std::istream & is);
 
 	// One value in native byte order, as the binary graph files hold them.
