@@ -17,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t * data, size_t size) {
 		G.sites->setCentiMorgan(M.pos, M.cm);
 		G.sites->interpolateCentiMorgan(M.pos, M.cm);
 		pair_reader P;
-		P.readPairs(f[2], G.sites);
+		P.readPairs(f[2], G.sites.get());
 		P.checkAndOrder();
 	});
 	return 0;

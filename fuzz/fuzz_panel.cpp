@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t * data, size_t size) {
 		F.initialise(0, 1000000000);
 		genotype_reader G(F, false);
 		G.readGenotypeVcf(f[0]);
-		reference_reader R(F, G.sites);
+		reference_reader R(F, G.sites.get());
 		R.readReferenceImpute(f[1], f[2], f[3]);
 	});
 	return 0;

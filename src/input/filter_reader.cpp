@@ -3,8 +3,6 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-#include <cstdlib>
-
 filter_reader::filter_reader() : pos_from(0), pos_to(1000000000) {
 }
 
@@ -22,8 +20,8 @@ void filter_reader::readPositionList(std::string file, std::map < int, bool > & 
 	std::string line;
 	int n = 0;
 	while (getline(fd, line)) {
-		list[(int)strtol(line.c_str(), NULL, 10)] = true;
 		n ++;
+		list[sutils::str2bp(line, file, n)] = true;
 	}
 	fd.close();
 	if (n) LOG.println("  * " + sutils::int2str(n) + " snps found in the " + which + " list");

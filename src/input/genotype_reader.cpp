@@ -3,8 +3,7 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-genotype_reader::genotype_reader(filter_reader & _filter, bool _chrX) : filter(_filter), chrX(_chrX), n_staged(0) {
-	sites = new snp_set();
+genotype_reader::genotype_reader(filter_reader & _filter, bool _chrX) : filter(_filter), chrX(_chrX), sites(new snp_set()), n_staged(0) {
 }
 
 void genotype_reader::openInput(ifile & fd, std::string file, bool binary) {
@@ -62,6 +61,7 @@ void genotype_reader::indexingPedigrees(std::vector < std::string > & fathers, s
 		if (ind_father[i] >= 0) ind_children[ind_father[i]].push_back(i);
 		ind_mother[i] = getInd(mothers[i]);
 		if (ind_mother[i] >= 0) ind_children[ind_mother[i]].push_back(i);
+		if (ind_father[i] == i || ind_mother[i] == i) LOG.error("Individual " + ind_id[i] + " is given as its own parent");
 		int n_parents = (ind_father[i] >= 0) + (ind_mother[i] >= 0);
 		if (n_parents == 2) n_trio ++;
 		if (n_parents == 1) n_duo ++;
@@ -152,9 +152,12 @@ void genotype_reader::printSampleCounts(int n_excluded, bool with_sex) {
 	}
 }
 
-void genotype_reader::printSiteCounts(int n_excluded, std::string what) {
+// A store without sites would only end in misleading messages further on (every
+// individual fully missing), so it stops here.
+void genotype_reader::printSiteCounts(std::string file, int n_excluded, std::string what) {
 	LOG.println("  * " + sutils::int2str(sites->size()) + " " + what + " included");
 	if (n_excluded) LOG.println("  * " + sutils::int2str(n_excluded) + " " + what + " excluded");
+	if (sites->size() == 0) LOG.error("No site read from [" + file + "]" + (n_excluded ? ": all " + sutils::int2str(n_excluded) + " were excluded" : ""));
 }
 
 int hard_call(float & p0, float & p1, float & p2, double threshold, long & n_failed, long & n_passed) {

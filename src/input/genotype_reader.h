@@ -5,6 +5,7 @@
 #include "objects/snp_set.h"
 #include "utils/ifile.h"
 
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -33,8 +34,9 @@ public:
 	std::vector < int > ind_order;
 	std::vector < std::vector < std::string > > ind_fields;
 
-	// Created here but not deleted with the store: the site list outlives it.
-	snp_set * sites;
+	// Owned by the store until a longer-lived owner moves it out: the graphs and writers
+	// need the site list after the store is gone.
+	std::unique_ptr < snp_set > sites;
 
 	std::vector < std::vector < bool > > hap0;
 	std::vector < std::vector < bool > > hap1;
@@ -79,7 +81,7 @@ private:
 	void flushStaged();
 	void putPlinkFields(std::vector < std::string > & tokens, std::vector < std::string > & fathers, std::vector < std::string > & mothers);
 	void printSampleCounts(int n_excluded, bool with_sex);
-	void printSiteCounts(int n_excluded, std::string what);
+	void printSiteCounts(std::string file, int n_excluded, std::string what);
 	void readSampleImpute(std::string sample, std::vector < bool > & mask);
 	void readSiteList(std::string file, bool bim, std::vector < bool > & mask);
 	void readSampleListFam(std::string fam, std::vector < bool > & mask);

@@ -76,7 +76,7 @@ void genotype_reader::readGenotypeImpute(std::string gen, std::string sample, do
 		if (n_fields != 3 * N + 5 && n_fields != 3 * N + 6) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields, expected=" + sutils::int2str(3 * N + 5) + " or " + sutils::int2str(3 * N + 6));
 		new_format = (n_fields == 3 * N + 6);
 		int lead = new_format ? 6 : 5;
-		int pos = strtol(tokens[lead - 3].c_str(), NULL, 10);
+		int pos = sutils::str2bp(tokens[lead - 3], gen, n_line);
 		snp * s = putSnp(tokens[0], pos, tokens[lead - 2], tokens[lead - 1], new_format ? 4 : 3);
 		if (!s) {
 			n_excluded ++;
@@ -121,7 +121,7 @@ void genotype_reader::readGenotypeImpute(std::string gen, std::string sample, do
 	sites->indexing();
 
 	if (new_format) LOG.println("  * New GEN/SAMPLE format detected");
-	printSiteCounts(n_excluded, "sites");
+	printSiteCounts(gen, n_excluded, "sites");
 	double n_calls = n_passed + n_failed;
 	if (n_passed) LOG.println("  * genotypes passing the threshold (= " + sutils::double2str(n_passed * 100.0 / n_calls, 1) + " %)");
 	if (n_failed) LOG.println("  * genotypes NOT passing the threshold (= " + sutils::double2str(n_failed * 100.0 / n_calls, 1) + " %)");

@@ -2,8 +2,6 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-#include <cstdlib>
-
 // MAP file: chromosome, identifier, genetic position (unused), physical position; BIM files
 // add the two alleles. The alleles of a MAP site are unknown until the PED file is read.
 void genotype_reader::readSiteList(std::string file, bool bim, std::vector < bool > & mask) {
@@ -18,7 +16,7 @@ void genotype_reader::readSiteList(std::string file, bool bim, std::vector < boo
 		n_line ++;
 		int n_fields = sutils::tokenize(line, tokens);
 		if (n_fields != n_expected) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields expected=" + sutils::int2str(n_expected));
-		int pos = strtol(tokens[3].c_str(), NULL, 10);
+		int pos = sutils::str2bp(tokens[3], file, n_line);
 		snp * s = bim ? putSnp(tokens[0], pos, tokens[4], tokens[5], 2) : putSnp(tokens[0], pos, "", "", 1);
 		if (s) s->id = tokens[1];
 		else n_excluded ++;
@@ -26,7 +24,7 @@ void genotype_reader::readSiteList(std::string file, bool bim, std::vector < boo
 	}
 	fd.close();
 	sites->indexing();
-	printSiteCounts(n_excluded, "sites");
+	printSiteCounts(file, n_excluded, "sites");
 }
 
 void genotype_reader::readGenotypePed(std::string ped, std::string map, std::string missing_code) {

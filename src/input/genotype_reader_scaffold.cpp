@@ -2,8 +2,6 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-#include <cstdlib>
-
 // Overlays known phase on a filled store: at every site of the HAPS file that matches a
 // study site, the genotypes of the scaffold samples are replaced by the scaffold's ordered
 // pair and marked in `scaffold`.
@@ -42,7 +40,7 @@ void genotype_reader::readScaffoldImpute(std::string haps, std::string sample) {
 		int n_fields = sutils::tokenize(line, tokens);
 		if (n_fields != n_expected) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields, expected =" + sutils::int2str(n_expected));
 		int strand;
-		snp * s = sites->getByRef(strtol(tokens[2].c_str(), NULL, 10), tokens[3], tokens[4], strand);
+		snp * s = sites->getByRef(sutils::str2bp(tokens[2], haps, n_line), tokens[3], tokens[4], strand);
 		if (strand == -3) n_unmapped ++;
 		if (strand == -2) n_misaligned ++;
 		if (strand == -1) n_multi ++;

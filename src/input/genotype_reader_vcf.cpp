@@ -2,8 +2,6 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-#include <cstdlib>
-
 // Splits a line on runs of blanks and tabs as sutils::tokenize does, dropping a carriage
 // return that ends it, but only records where each field starts and ends: a data line
 // holds one field per sample, which is not worth a string of its own.
@@ -106,8 +104,7 @@ void genotype_reader::readGenotypeVcf(std::string vcf) {
 		int N = mask.size();
 		int n_fields = splitFields(line, bounds);
 		if (n_fields < 5) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields, expected=" + sutils::int2str(9 + N));
-		std::string pos_text = field(line, bounds, 1);
-		int pos = strtol(pos_text.c_str(), NULL, 10);
+		int pos = sutils::str2bp(field(line, bounds, 1), vcf, n_line);
 		snp * s = putSnp(field(line, bounds, 0), pos, field(line, bounds, 3), field(line, bounds, 4), 5);
 		int idx = n_data ++;
 		if (!s) {
@@ -136,5 +133,5 @@ void genotype_reader::readGenotypeVcf(std::string vcf) {
 	fd.close();
 	sites->indexing();
 	indexingPedigrees(fathers, mothers);
-	printSiteCounts(n_excluded, "SNPs");
+	printSiteCounts(vcf, n_excluded, "SNPs");
 }

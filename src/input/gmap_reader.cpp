@@ -3,6 +3,7 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
+#include <cmath>
 #include <cstdlib>
 
 gmap_reader::gmap_reader() {
@@ -20,8 +21,11 @@ void gmap_reader::readGeneticMapFile(std::string file) {
 	while (getline(fd, line)) {
 		int nfields = sutils::tokenize(line, tokens);
 		if (nfields != 3) LOG.error("Parsing line " + sutils::int2str(n) + " : incorrect number of columns, observed: " + sutils::int2str(nfields) + " expected: 3");
-		int p = strtol(tokens[0].c_str(), NULL, 10);
+		// The header is the file's first line.
+		int p = sutils::str2bp(tokens[0], file, n + 2);
 		double d = strtod(tokens[2].c_str(), NULL);
+		// A NaN passes the order test below, as every comparison with it is false.
+		if (!std::isfinite(d)) LOG.error("Genetic position " + tokens[2] + " at line " + sutils::int2str(n + 2) + " of [" + file + "] is not a finite number");
 		if (p < prev_pos || d < prev_cm) LOG.error("Wrong order in your genetic map file " + sutils::int2str(prev_pos) + "bp / " + sutils::double2str(prev_cm, 5) + "cM > " + sutils::int2str(p) + "bp / " + sutils::double2str(d, 5) + "cM");
 		if (n == 0 || p != prev_pos) ndistinct ++;
 		pos.push_back(p);

@@ -87,16 +87,21 @@ void graph_reader::readSites(ifile & f, bool v22) {
 		if (!f.readString(s->a0)) LOG.error(fault + " a0");
 		if (!f.readString(s->a1)) LOG.error(fault + " a1");
 		if (v22) {
-			// Only the first identifier is kept.
+			// Only the first identifier is kept. Lists are read one string at a time: a
+			// corrupt count then ends at the end of the file, not in a huge allocation.
 			int32_t n_ids;
 			if (!readValue(f, n_ids) || n_ids < 0) LOG.error(fault + " number of ids");
-			std::vector < std::string > ids(n_ids);
-			for (std::string & id : ids) if (!f.readString(id)) LOG.error(fault + " number of ids");
-			if (n_ids) s->id = ids[0];
+			for (int k = 0 ; k < n_ids ; k ++) {
+				std::string id;
+				if (!f.readString(id)) LOG.error(fault + " number of ids");
+				if (k == 0) s->id = id;
+			}
 			int32_t n_properties;
 			if (!readValue(f, n_properties) || n_properties < 0) LOG.error(fault + " number of properties");
-			s->properties.assign(n_properties, "");
-			for (std::string & p : s->properties) if (!f.readString(p)) LOG.error(fault + " number of properties");
+			for (int k = 0 ; k < n_properties ; k ++) {
+				s->properties.push_back("");
+				if (!f.readString(s->properties.back())) LOG.error(fault + " number of properties");
+			}
 		} else s->id = s->chr;
 		S->put(s.release());
 	}
@@ -131,7 +136,7 @@ void graph_reader::readSiteList(std::string siteFile) {
 	for (; getline(f, buffer) ; line ++) {
 		int n_fields = sutils::tokenize(buffer, tokens);
 		if (n_fields != 4) LOG.error("Line=" + sutils::int2str(line) + " found=" + sutils::int2str(n_fields) + " fields expected=4");
-		int bp = atoi(tokens[1].c_str());
+		int bp = sutils::str2bp(tokens[1], siteFile, line);
 		if (bp < prev) LOG.error("Physical positions corrupted curr_pos=" + sutils::int2str(bp) + " prev_pos=" + sutils::int2str(prev));
 		S->put(new snp(tokens[0], bp, tokens[2], tokens[3], 8));
 		prev = bp;

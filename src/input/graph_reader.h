@@ -5,18 +5,20 @@
 #include "objects/snp_set.h"
 #include "utils/ifile.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
 // Reads binary graph files: v2.2 and v2.1 from one file, v2.0 from a graph file with its
-// text lists of sites and samples. The sites and graphs are left alive for the set that
-// takes them over. A broken graph record throws myException; any other fault ends the run.
+// text lists of sites and samples. The reader owns its site list until a longer-lived
+// owner moves it out; the graphs are left alive for the set that takes them over. A broken
+// graph record throws myException; any other fault ends the run.
 class graph_reader {
 public:
 	std::string header1;
 	std::string header2;
 	std::vector < genotype_graph * > vecG;
-	snp_set * S;
+	std::unique_ptr < snp_set > S;
 
 	graph_reader();
 

@@ -3,8 +3,6 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-#include <cstdlib>
-
 haplotype_reader::haplotype_reader(filter_reader & _filter) : filter(_filter), sites(new snp_set()) {
 }
 
@@ -85,7 +83,7 @@ void haplotype_reader::readHaps(std::string haps, const std::vector < bool > & m
 		if (n_fields != n_old && n_fields != n_new) LOG.error("Line=" + sutils::int2str(line) + " found=" + sutils::int2str(n_fields) + " fields, expected=" + sutils::int2str(n_old) + " or " + sutils::int2str(n_new));
 		new_format = (n_fields == n_new);
 		int lead = new_format ? 6 : 5;
-		snp * s = putSnp(tokens[0], (int)strtol(tokens[lead - 3].c_str(), NULL, 10), tokens[lead - 2], tokens[lead - 1]);
+		snp * s = putSnp(tokens[0], sutils::str2bp(tokens[lead - 3], haps, line), tokens[lead - 2], tokens[lead - 1]);
 		line ++;
 		if (!s) {
 			n_excluded ++;

@@ -4,12 +4,13 @@
 #include "input/filter_reader.h"
 #include "objects/snp_set.h"
 
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
-// Reads phased haplotypes from a HAPS/SAMPLE pair. Like the genotype store, it leaves
-// its site list alive when it goes: the modes keep using `sites` after the reader is gone.
+// Reads phased haplotypes from a HAPS/SAMPLE pair. Its site list goes with it: the
+// haplotypes are mapped onto the study's sites before the reader is gone.
 class haplotype_reader {
 public:
 	filter_reader & filter;
@@ -19,7 +20,7 @@ public:
 	// Position of each identifier in ind_id: duplicate and parent look-ups stay constant-time in large cohorts.
 	std::unordered_map < std::string, int > ind_index;
 	std::vector < std::vector < std::string > > ind_fields;
-	snp_set * sites;
+	std::unique_ptr < snp_set > sites;
 	std::vector < std::vector < bool > > hap0;
 	std::vector < std::vector < bool > > hap1;
 

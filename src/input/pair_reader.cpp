@@ -5,7 +5,6 @@
 #include "utils/sutils.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 #include <set>
 
@@ -26,7 +25,7 @@ void pair_reader::readPairs(std::string file, snp_set * S) {
 		id.push_back(tokens[0]);
 		sites.push_back(std::vector < int > ());
 		for (int t = 1 ; t < nfields ; t ++) {
-			int p = strtol(tokens[t].c_str(), NULL, 10);
+			int p = sutils::str2bp(tokens[t], file, n + 1);
 			auto range = S->mapS.equal_range(p);
 			if (range.first == range.second) LOG.error("No site at position = " + sutils::int2str(p));
 			if (std::next(range.first) != range.second) LOG.error("More than 1 site at position = " + sutils::int2str(p));

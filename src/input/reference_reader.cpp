@@ -5,8 +5,6 @@
 #include "utils/ofile.h"
 #include "utils/sutils.h"
 
-#include <cstdlib>
-
 reference_reader::reference_reader(filter_reader & _filter, snp_set * _main_sites) : filter(_filter), main_sites(_main_sites), ref_sites(new snp_set()) {
 }
 
@@ -87,7 +85,8 @@ void reference_reader::readLegend(std::string legend, std::vector < int > & ref_
 	while (getline(fd, buffer)) {
 		int n_fields = sutils::tokenize(buffer, tokens);
 		if (n_fields < 4) LOG.error("Line=" + sutils::int2str(line) + " found=" + sutils::int2str(n_fields) + " fields, expected more  than 4");
-		snp * s = new snp(tokens[0], (int)strtol(tokens[1].c_str(), NULL, 10), tokens[2], tokens[3], 6);
+		// The header is the file's first line.
+		snp * s = new snp(tokens[0], sutils::str2bp(tokens[1], legend, line + 1), tokens[2], tokens[3], 6);
 		s->id = tokens[0];
 		ref_sites->put(s);
 		int strand;

@@ -1,4 +1,5 @@
 #include "objects/chaplotype.h"
+#include "utils/futils.h"
 
 #include <algorithm>
 
@@ -79,23 +80,13 @@ void chaplotype::write(ofile & f) const {
 	f.write((const char *)data.data(), nbytes);
 }
 
-// The bytes are read in bounded chunks, so that a corrupt byte count ends in a failed
-// read at the end of the stream rather than in one huge allocation.
+// A byte count that does not match the bit count fails: the bits would be read outside
+// the bytes.
 bool chaplotype::read(ifile & f) {
-	int nbytes = 0;
+	int32_t nbytes = 0;
 	n = 0;
-	f.read((char *)&n, sizeof(n));
-	f.read((char *)&nbytes, sizeof(nbytes));
 	data.clear();
-	const int chunk = 65536;
-	while ((int)data.size() < nbytes) {
-		int offset = data.size();
-		int count = std::min(chunk, nbytes - offset);
-		data.resize(offset + count);
-		if (!f.read((char *)data.data() + offset, count)) {
-			data.resize(offset + f.gcount());
-			return false;
-		}
-	}
-	return true;
+	if (!futils::readValue(f, n) || !futils::readValue(f, nbytes)) return false;
+	if (nbytes < 0 || (unsigned int)nbytes != byteCount(n)) return false;
+	return futils::readValues(f, data, nbytes);
 }

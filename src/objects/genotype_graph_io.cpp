@@ -41,19 +41,11 @@ bool readFlag(ifile & f, bool & flag) {
 	return true;
 }
 
-// A count, then the values. They are read in bounded chunks, so that a corrupt count ends
-// in a failed read at the end of the stream rather than in one huge allocation; the failure
-// names the first value not read whole.
+// A count, then the values; the failure names the first value not read whole.
 template < class T > void readArray(ifile & f, std::vector < T > & v, const std::string & name) {
 	int32_t n;
 	check(readValue(f, n) && n >= 0, "#" + name);
-	v.clear();
-	const int chunk = 65536;
-	while ((int)v.size() < n) {
-		int offset = v.size(), count = std::min(chunk, n - offset);
-		v.resize(offset + count);
-		if (!f.read((char *)(v.data() + offset), count * sizeof(T))) throw myException("read " + name + " " + sutils::int2str(offset + f.gcount() / sizeof(T)) + " failed");
-	}
+	if (!futils::readValues(f, v, n)) throw myException("read " + name + " " + sutils::int2str(v.size()) + " failed");
 	// Graphs keep their vectors at exact size.
 	v.shrink_to_fit();
 }
@@ -62,8 +54,12 @@ template < class T > void readArray(ifile & f, std::vector < T > & v, const std:
 void readProperties(ifile & f, std::vector < std::string > & v, const std::string & prefix) {
 	int32_t n;
 	check(readValue(f, n) && n >= 0, "number of " + prefix + "properties");
-	v.assign(n, "");
-	for (int i = 0 ; i < n ; i ++) check(f.readString(v[i]), prefix + "property n=" + sutils::int2str(i));
+	// One by one: a corrupt count then ends at the end of the file, not in a huge allocation.
+	v.clear();
+	for (int i = 0 ; i < n ; i ++) {
+		v.push_back("");
+		check(f.readString(v.back()), prefix + "property n=" + sutils::int2str(i));
+	}
 }
 
 // From the transitions to the segment sizes: the part common to all versions.
@@ -73,8 +69,7 @@ void readGraphBody(ifile & f, genotype_graph & g) {
 	readArray(f, g.probsI, "probsI");
 	readArray(f, g.probsC, "probsC");
 	check(futils::binary2bool(g.Ambs, f), "Ambs vector");
-	// chaplotype::read does not test its two counts: a stream already failed tells.
-	check(g.Haps.read(f) && !f.fail(), "Haps vector");
+	check(g.Haps.read(f), "Haps vector");
 	readArray(f, g.HapsI, "HapsI");
 	readArray(f, g.HapsC, "HapsC");
 	readArray(f, g.HapsS, "HapsS");

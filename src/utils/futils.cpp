@@ -32,10 +32,9 @@ void bool2binary(const std::vector < bool > & v, std::ostream & os) {
 bool binary2bool(std::vector < bool > & v, std::istream & is) {
 	int32_t n;
 	if (!is.read((char *)&n, sizeof(int32_t))) return false;
-	if (n < 0) return false;
-	v = std::vector < bool > (n, false);
-	std::vector < unsigned char > bytes((n + 7) / 8, 0);
-	if (!bytes.empty() && !is.read((char *)bytes.data(), bytes.size())) return false;
+	std::vector < unsigned char > bytes;
+	if (n < 0 || !readValues(is, bytes, ((int64_t)n + 7) / 8)) return false;
+	v.assign(n, false);
 	for (int32_t i = 0 ; i < n ; i ++) v[i] = (bytes[i >> 3] >> (i & 7)) & 1;
 	return true;
 }

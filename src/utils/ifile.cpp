@@ -66,10 +66,7 @@ bool ifile::open(std::string name, bool binary) {
 bool ifile::readString(std::string & s) {
 	int32_t n;
 	if (!read((char *)&n, sizeof(int32_t))) return false;
-	if (n < 0) return false;
-	s = std::string(n, ' ');
-	if (n > 0 && !read(&s[0], n)) return false;
-	return true;
+	return n >= 0 && futils::readValues(*this, s, n);
 }
 
 std::string ifile::name() {

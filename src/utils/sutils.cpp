@@ -1,5 +1,10 @@
 #include "utils/sutils.h"
 
+#include "utils/lfile.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
 #include <ctime>
 #include <sstream>
 
@@ -81,6 +86,13 @@ int tokenize(std::string & s, std::vector < std::string > & out, int n) {
 		pos = s.find_first_of(separators, last);
 	}
 	return out.size();
+}
+
+int str2bp(const std::string & text, const std::string & file, int line) {
+	errno = 0;
+	long long bp = strtoll(text.c_str(), NULL, 10);
+	if (errno == ERANGE || bp < INT_MIN || bp > INT_MAX) LOG.error("Position " + text + " at line " + int2str(line) + " of [" + file + "] is out of range: positions go up to " + int2str(INT_MAX));
+	return bp;
 }
 
 }

@@ -16,6 +16,9 @@ namespace sutils {
 	int tokenize(std::string & s, std::vector < std::string > & out);
 	int tokenize(std::string & s, std::vector < std::string > & out, std::string separators);
 	int tokenize(std::string & s, std::vector < std::string > & out, int n);
+	// A base-pair position read as strtol reads it (no digits read as 0). A value out of the
+	// int range stops the run naming the file and its line: wrapped, it would move the site.
+	int str2bp(const std::string & text, const std::string & file, int line);
 }
 
 #endif

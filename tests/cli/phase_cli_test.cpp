@@ -158,7 +158,6 @@ TEST(cli_phase, SeedReproducesAndGraphReadsBack) {
 	EXPECT_EQ(types[4], 1);
 	EXPECT_EQ(R.S->size(), (int)lines(d.read("a.haps")).size());
 	for (genotype_graph * G : R.vecG) delete G;
-	delete R.S;
 }
 
 // Options whose models are not built stop before any data is read.

@@ -76,7 +76,6 @@ TEST(genhap_set, GivenHaplotypesAndSummary) {
 	U.GH.vecG[0]->scaffolded = true;
 	filter_reader F;
 	haplotype_reader H(F);
-	std::unique_ptr < snp_set > own(H.sites);
 	for (auto s : { std::make_pair(100, "A"), std::make_pair(150, "A"), std::make_pair(200, "C") }) H.sites->put(new snp("1", s.first, s.second, s.second[0] == 'A' ? "C" : "A", 7));
 	H.sites->indexing();
 	H.ind_id = { "u", "d", "m2", "c", "f", "m", "h" };

@@ -102,6 +102,8 @@ TEST(bed_reader, FatalMessages) {
 		{ "p.fam", fam + more, "Binary file SM corrupted" },	// FAM lines too many: BED too short
 		{ "p.fam", fam + "F s6 0 0 1\n", "Line=6 found=5 fields expected=6" },
 		{ "p.bim", "1 rs1 0 100 A\n", "Line=1 found=5 fields expected=6" },
+		{ "p.bim", "1 rs1 0 -2147483649 A G\n", "Position -2147483649 at line 1 of \\[.*/p\\.bim\\] is out of range" },
+		{ "p.fam", "F s1 0 s1 1 -9\n", "Individual s1 is given as its own parent" },
 	}, [&] { Store S; readBed(S, d, "p.bed"); });
 }
 
@@ -174,17 +176,13 @@ TEST(vcf_reader, FatalMessagesAndEmptyFiles) {
 		{ "v.vcf", head + "1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\n", "Line=2 found=10 fields, expected=11" },
 		{ "v.vcf", head + "1\t200\t.\tA\n", "Line=2 found=4 fields, expected=11" },
 		{ "v.vcf", head + line200 + head, "Line=3 sample header found after the first data line" },
+		// Wrapped to 32 bits, this position would read as 1044369.
+		{ "v.vcf", "##x\n" + head + "1\t4296011665\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n", "Position 4296011665 at line 3 of \\[.*/v\\.vcf\\] is out of range: positions go up to 2147483647" },
+		// No data line, no line at all, and only excluded sites.
+		{ "v.vcf", head, "No site read from \\[.*/v\\.vcf\\]\n" },
+		{ "v.vcf", "", "No site read from \\[.*/v\\.vcf\\]\n" },
+		{ "v.vcf", head + "1\t100\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n", "No site read from \\[.*/v\\.vcf\\]: all 1 were excluded" },
 	}, [&] { Store S; S.F.snp_exclude[100] = true; S.G.readGenotypeVcf(d.file("v.vcf")); });
-
-	// A file without data lines, and one without any line, give empty stores.
-	d.write("header.vcf", head);
-	d.write("empty.vcf", "");
-	Store H, E;
-	H.G.readGenotypeVcf(d.file("header.vcf"));
-	E.G.readGenotypeVcf(d.file("empty.vcf"));
-	EXPECT_EQ(H.G.ind_id.size(), 2u);
-	EXPECT_EQ(H.G.sites->size(), 0);
-	EXPECT_TRUE(E.G.ind_id.empty());
 }
 
 // One cohort of four samples and five sites written in the four formats. The first

@@ -23,7 +23,7 @@ public:
 	genotype_reader G;
 	reference_reader R;
 
-	Study(int n_sites, const std::vector < Member > & members, bool chrX = false) : G(filter, chrX), R(filter, G.sites) {
+	Study(int n_sites, const std::vector < Member > & members, bool chrX = false) : G(filter, chrX), R(filter, G.sites.get()) {
 		for (int s = 0 ; s < n_sites ; s ++) G.putSnp("X", 100 * (s + 1), "A", "C", 3)->id = "rs" + std::to_string(s);
 		G.sites->indexing();
 		std::vector < std::string > fathers, mothers;
@@ -40,7 +40,6 @@ public:
 		}
 		G.indexingPedigrees(fathers, mothers);
 	}
-	~Study() { delete G.sites; }
 
 	// A panel sample given by its two haplotypes, '1' being the second allele.
 	void addRef(std::string h0, std::string h1) {

@@ -15,13 +15,11 @@ namespace genotest {
 
 using testutils::TempDir;
 
-// A store on its own filters. The store leaves its site list to its users; here the
-// test is the user and frees it.
+// A store on its own filters.
 struct Store {
 	filter_reader F;
 	genotype_reader G;
 	explicit Store(bool chrX = false) : G(F, chrX) {}
-	~Store() { delete G.sites; }
 };
 
 inline bool contains(const std::string & text, const std::string & part) {
@@ -91,7 +89,7 @@ inline std::string siteList(snp_set * S) {
 }
 
 inline std::string siteList(genotype_reader & G) {
-	return siteList(G.sites);
+	return siteList(G.sites.get());
 }
 
 }

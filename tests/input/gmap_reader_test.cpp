@@ -33,6 +33,10 @@ TEST(gmap_reader, FatalMessages) {
 		{ "m", header + "100 1 0.1\n200 1 0.25\n300 1 0.125\n", "Wrong order in your genetic map file 200bp / 0\\.25000cM > 300bp / 0\\.12500cM" },
 		{ "m", header + "100 1 0.1\n100 1 0.2\n", "Genetic map \\[.*/m\\] has 1 distinct positions, at least 2 are needed to interpolate" },
 		{ "m", "", "has 0 distinct positions" },
+		// Every comparison with NaN is false: the order test alone would let it through.
+		{ "m", header + "100 1 0.1\n200 1 nan\n300 1 0.3\n", "Genetic position nan at line 3 of \\[.*/m\\] is not a finite number" },
+		{ "m", header + "100 1 0.1\n200 1 inf\n", "Genetic position inf at line 3 of \\[.*/m\\] is not a finite number" },
+		{ "m", header + "2147483648 1 0.1\n", "Position 2147483648 at line 2 of \\[.*/m\\] is out of range" },
 	}, [&] { gmap_reader().readGeneticMapFile(d.file("m")); });
 	EXPECT_LOG_ERROR(gmap_reader().readGeneticMapFile(d.file("missing")), "Impossible to open file \\[.*/missing\\]");
 	testutils::writeCompressed(d.file("cut.gz"), header + std::string(20000, '1'));

@@ -5,7 +5,9 @@
 #include "utils/myException.h"
 
 #include <cstdint>
+#include <fstream>
 #include <memory>
+#include <sys/resource.h>
 
 using namespace genotest;
 
@@ -130,7 +132,6 @@ void expectFailure(const std::function < void (graph_reader &) > & read, const s
 		return;
 	}
 	graph_reader R;
-	std::unique_ptr < snp_set > S(R.S);
 	try {
 		read(R);
 		ADD_FAILURE() << "no failure";
@@ -142,6 +143,32 @@ void expectFailure(const std::function < void (graph_reader &) > & read, const s
 
 void expectFailure(const std::string & file, const std::string & text, bool thrown) {
 	expectFailure([&](graph_reader & R) { R.readBinaryGraph(file); }, text, thrown);
+}
+
+// Lets the address space of the process grow by `extra` bytes at most. Not under a
+// sanitizer, whose shadow memory is address space too.
+void limitAddressSpace(long extra) {
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+	long pages = 0;
+	std::ifstream("/proc/self/statm") >> pages;
+	rlimit r;
+	r.rlim_cur = r.rlim_max = pages * sysconf(_SC_PAGESIZE) + extra;
+	setrlimit(RLIMIT_AS, &r);
+#endif
+}
+
+// Reads `file` in a child that may not allocate 256 MB more, expecting a failure, thrown or
+// not, that matches `regex`.
+void expectFailureInBoundedMemory(const std::string & file, const std::string & regex) {
+	EXPECT_LOG_ERROR({
+		limitAddressSpace(256L << 20);
+		graph_reader R;
+		try {
+			R.readBinaryGraph(file);
+		} catch (myException & e) {
+			LOG.error(e.msg);
+		}
+	}, regex);
 }
 
 }
@@ -174,7 +201,7 @@ TEST(graph_reader, Versions22And21) {
 		const Bytes b = file(v22, *original);
 		d.write("g.bin", b.data);
 		graph_reader R;
-		std::unique_ptr < snp_set > S(R.S);
+		snp_set * S = R.S.get();
 		const std::string log = logOf(d, [&] { R.readBinaryGraph(d.file("g.bin")); });
 		EXPECT_EQ(log, "\nReading genotype graphs in [" + d.file("g.bin") + "]\n  * Binary graph file v2." + (v22 ? "2" : "1") + " detected!\n  * 2 sites found\n");
 		EXPECT_EQ(R.header1 + "/" + R.header2, "ID_1 ID_2 missing/");
@@ -210,10 +237,36 @@ TEST(graph_reader, Versions22And21) {
 	expectFailure(patched(tail, "\xAA\x05"), "Binary file corrupted (tail)", false);
 	expectFailure(patched(trans, "\xFF\xFF\xFF\xFF"), "#trans", true);
 	graph_reader T;
-	std::unique_ptr < snp_set > ST(T.S);
 	T.readBinaryGraph(patched(tail, "\xFF\x3F"));
 	ASSERT_EQ(T.vecG.size(), 1u);
 	delete T.vecG[0];
+}
+
+// A count made 2^31 - 1 in a short file, whether a string length, a list, array, bit or
+// byte count, fails with its field's message before any allocation of that size.
+TEST(graph_reader, CorruptCountsFailWithoutHugeAllocation) {
+	TempDir d;
+	std::unique_ptr < genotype_graph > g(smallGraph());
+	const Bytes b = file(true, *g);
+	const std::vector < std::pair < std::string, std::string > > cases = {
+		{ "reading header1", "reading header1" },
+		{ "reading snp 0 number of ids", "reading snp 0 number of ids" },
+		{ "reading snp 0 number of properties", "reading snp 0 number of properties" },
+		{ "name", "read name failed" },
+		{ "number of properties", "read property n=[0-9]+ failed" },
+		{ "#trans", "read trans [0-9]+ failed" },
+		{ "Ambs vector", "read Ambs vector failed" },
+		{ "Haps vector", "read Haps vector failed" },
+	};
+	for (const auto & c : cases) {
+		SCOPED_TRACE(c.first);
+		size_t k = 0;
+		while (b.fields[k].text != c.first) k ++;
+		std::string s = b.data;
+		s.replace(k ? b.fields[k - 1].end : 0, 4, "\xFF\xFF\xFF\x7F");
+		d.write("c.bin", s);
+		expectFailureInBoundedMemory(d.file("c.bin"), c.second);
+	}
 }
 
 // Three files: site and sample lists in text, graphs of the short record. Faults of each.
@@ -234,11 +287,11 @@ TEST(graph_reader, Version20) {
 	for (const auto & f : base) d.write(f.first, f.second);
 	auto read = [&](graph_reader & R) { R.readBinaryGraph20(d.file("g.bin"), d.file("samples.txt"), d.file("sites.txt")); };
 	graph_reader R;
-	std::unique_ptr < snp_set > S(R.S);
+	snp_set * S = R.S.get();
 	const std::string log = logOf(d, [&] { read(R); });
 	EXPECT_EQ(log, "\nReading site list in [" + d.file("sites.txt") + "]\n  * 3 sites included\n\nReading samples in [" + d.file("samples.txt") + "]\n  * 2 graphs included\n"
 		"\nReading graphs in [" + d.file("g.bin") + "]\n  * Binary graph file v2.0 detected!\n");
-	EXPECT_EQ(siteList(S.get()), "100:A/C 100:A/G 250:G/T");
+	EXPECT_EQ(siteList(S), "100:A/C 100:A/G 250:G/T");
 	EXPECT_EQ(S->getByIndex(2)->chr + " " + std::to_string(S->getByIndex(2)->source), "1 8");
 	// Each line takes three orders; every name is its member's one sample column; the type
 	// comes from the graph file.

@@ -46,7 +46,7 @@ TEST(haplotype_reader, LayoutsAndFilters) {
 		EXPECT_EQ(H.getInd(s3), 1);
 		EXPECT_EQ(H.getInd(s2), -1);
 
-		EXPECT_EQ(siteList(H.sites), "100:A/C 200:G/T 400:C/T 400:C/T");
+		EXPECT_EQ(siteList(H.sites.get()), "100:A/C 200:G/T 400:C/T 400:C/T");
 		snp * s = H.sites->getByIndex(1);
 		EXPECT_EQ(s->chr + " " + s->id + " " + std::to_string(s->source) + " " + std::to_string(s->idx), "1 rs200 7 1");
 		EXPECT_EQ(s->properties, std::vector < std::string > ({ "id200" }));
@@ -90,7 +90,7 @@ TEST(haplotype_reader, EmptySamplesAndFatalMessages) {
 	haplotype_reader H(F);
 	H.readHaplotypeImpute(d.file("h.haps"), d.file("h.sample"));
 	EXPECT_TRUE(H.ind_id.empty());
-	EXPECT_EQ(siteList(H.sites), "100:A/C 200:A/C");
+	EXPECT_EQ(siteList(H.sites.get()), "100:A/C 200:A/C");
 
 	expectFaults(d, { { "h.sample", header }, { "h.haps", "1 a 100 A C 0 1 0 1 0 1\n1 b 200 A C 0 1 0 1\n" } }, {
 		{ "h.haps", "1 a 100 A C\n1 b 200 A C 0 1\n", "Line=2 found=7 fields, expected=5 or 6" },

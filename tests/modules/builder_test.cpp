@@ -87,7 +87,7 @@ TEST(builder, UnitsOfEachKind) {
 TEST(builder, ExampleCohortOnOneAndTwoThreads) {
 	testutils::TempDir d;
 	genotest::Store st;
-	reference_reader R(st.F, st.G.sites);
+	reference_reader R(st.F, st.G.sites.get());
 	std::vector < unit_record > units;
 	std::vector < std::string > one, two;
 	const std::string E = SORVANE_EXAMPLE_DATA;

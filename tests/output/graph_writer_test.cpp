@@ -5,7 +5,6 @@
 #include "utils/putils.h"
 
 #include <gtest/gtest.h>
-#include <memory>
 
 using testutils::TempDir;
 
@@ -62,9 +61,9 @@ TEST(graph_writer, RoundTrip) {
 		W.writeBinaryGraph(d.file(name));
 		graph_reader R;
 		R.readBinaryGraph(d.file(name));
-		std::unique_ptr < snp_set > S(R.S);
+		snp_set * S = R.S.get();
 		genhap_set read;
-		read.initialise(R.vecG, R.S);
+		read.initialise(R.vecG, S);
 
 		EXPECT_EQ(R.header1 + "/" + R.header2, "ID_1 ID_2 missing sex/");
 		ASSERT_EQ(S->size(), L);

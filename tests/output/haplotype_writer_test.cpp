@@ -6,7 +6,6 @@
 #include "utils/sutils.h"
 
 #include <gtest/gtest.h>
-#include <memory>
 
 using testutils::TempDir;
 
@@ -117,7 +116,6 @@ TEST(haplotype_writer, HapsReadBack) {
 	F.initialise(0, 1000000000);
 	haplotype_reader H(F);
 	H.readHaplotypeImpute(d.file("o.haps.gz"), d.file("o.sample.gz"));
-	std::unique_ptr < snp_set > read(H.sites);
 	std::string lines, bits;
 	for (unsigned int k = 0 ; k < H.ind_id.size() ; k ++) {
 		lines += H.ind_fields[k][0] + " " + H.ind_id[k];
@@ -127,8 +125,8 @@ TEST(haplotype_writer, HapsReadBack) {
 	for (int l = 0 ; l < 4 ; l ++) for (unsigned int k = 0 ; k < H.ind_id.size() ; k ++) bits += std::string(k ? " " : "") + (H.hap0[k][l] ? "1 " : "0 ") + (H.hap1[k][l] ? "1" : "0") + (k + 1 < H.ind_id.size() ? "" : "/");
 	EXPECT_EQ(H.sample_header1 + "\n" + H.sample_header2 + "\n" + lines, header1 + "\n" + header2 + "\n" + samples);
 	EXPECT_EQ(bits, digits[0] + "/" + digits[1] + "/" + digits[2] + "/" + digits[3] + "/");
-	ASSERT_EQ(read->size(), 4);
-	EXPECT_EQ(read->getByIndex(1)->id + " " + read->getByIndex(1)->properties[0] + " " + std::to_string(read->getByIndex(1)->bp), "rs2 x2 200");
+	ASSERT_EQ(H.sites->size(), 4);
+	EXPECT_EQ(H.sites->getByIndex(1)->id + " " + H.sites->getByIndex(1)->properties[0] + " " + std::to_string(H.sites->getByIndex(1)->bp), "rs2 x2 200");
 }
 
 // One column per graph whose own sample passes, in vecG order; parents have none.

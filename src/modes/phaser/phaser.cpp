@@ -219,12 +219,12 @@ void phaser::read_files_and_initialise() {
 	sample_header1 = readerG.sample_header1;
 	sample_header2 = readerG.sample_header2;
 
-	reference_reader readerR(filter_in, readerG.sites);
+	reference_reader readerR(filter_in, readerG.sites.get());
 	if (options.count("input-ref")) {
 		std::vector < std::string > f = options["input-ref"].as < std::vector < std::string > > ();
 		readerR.readReferenceImpute(f[0], f[1], f[2]);
 	}
-	if (options.count("input-map")) readGeneticMap(options["input-map"].as < std::string > (), readerG.sites);
+	if (options.count("input-map")) readGeneticMap(options["input-map"].as < std::string > (), readerG.sites.get());
 
 	genotype_checker checkerG(readerG, readerR, options.count("chrX") > 0, options.count("force") > 0);
 	if (options.count("noped")) checkerG.resetPedigrees();
@@ -240,7 +240,8 @@ void phaser::read_files_and_initialise() {
 	n_thread = std::max(1, std::min(options["thread"].as < int > (), (int)units.size()));
 	builder B(readerG, units, n_thread);
 	B.build();
-	GH.initialise(B.vecG, readerG.sites);
+	sites = std::move(readerG.sites);
+	GH.initialise(B.vecG, sites.get());
 	if (options.count("input-ref")) GH.initialise(readerR, options.count("chrX") > 0);
 	limitThreads();
 	allocateMemory();

@@ -6,6 +6,7 @@
 #include "modes/sorvane.h"
 
 #include <atomic>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,9 @@ public:
 	// The window model needs at least this many conditioning haplotypes in each window.
 	static const int min_conditioning = 2;
 
+	// The study's sites, taken over from the genotype store: GH, the graphs and the writers
+	// use them to the end of the run. Declared first, they go after GH.
+	std::unique_ptr < snp_set > sites;
 	genhap_set GH;
 	// The order of the graphs in the current iteration, a permutation of 0 .. N - 1.
 	std::vector < int > orderG;

@@ -80,7 +80,7 @@ void summarizer::read_files_and_initialise() {
 	genotype_reader readerG(filter_in, options.count("chrX") > 0);
 	readGenotypes(readerG);
 
-	reference_reader readerR(filter_in, readerG.sites);
+	reference_reader readerR(filter_in, readerG.sites.get());
 	if (options.count("input-ref")) {
 		std::vector < std::string > f = options["input-ref"].as < std::vector < std::string > > ();
 		readerR.readReferenceImpute(f[0], f[1], f[2]);
@@ -88,7 +88,7 @@ void summarizer::read_files_and_initialise() {
 		LOG.warning("It is advice to use a reference panel when dealing with less than 50 individuals");
 	}
 
-	if (options.count("input-map")) readGeneticMap(options["input-map"].as < std::string > (), readerG.sites);
+	if (options.count("input-map")) readGeneticMap(options["input-map"].as < std::string > (), readerG.sites.get());
 
 	genotype_checker checkerG(readerG, readerR, options.count("chrX") > 0, false);
 	if (options.count("noped")) checkerG.resetPedigrees();
