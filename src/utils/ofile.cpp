@@ -49,7 +49,7 @@ bool ofile::open(std::string name, bool binary) {
 	file = name;
 	error = 0;
 	bool in_place = futils::isSpecialFile(name);
-	// Renaming would replace an existing file that its owner made read-only.
+	// An existing file that may not be written stays refused, though renaming could replace it.
 	if (!in_place && access(name.c_str(), F_OK) == 0 && access(name.c_str(), W_OK) != 0) return false;
 	target = in_place ? name : futils::temporaryName(name);
 	std::string ext = futils::extensionFile(name);
