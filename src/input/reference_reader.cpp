@@ -150,16 +150,18 @@ void reference_reader::checkConsistency() {
 void reference_reader::writeProblems() {
 	std::string report = LOG.getPrefix() + ".snp.strand";
 	std::string exclude = report + ".exclude";
-	ofile fdr, fde;
+	// One file after the other: an error ends the run with no other file left open.
+	ofile fdr;
 	if (!fdr.open(report)) LOG.error("Impossible to create file [" + report + "]");
-	if (!fde.open(exclude)) LOG.error("Impossible to create file [" + exclude + "]");
 	fdr << "type\tpos\tmain_id\tmain_A\tmain_B\tmain_flippable\tref_id\tref_A\tref_B\tref_flippable\n";
 	for (const alignment_problem & p : problems) {
 		fdr << p.type << "\t" << p.type << "\t" << p.pos << "\t" << p.main_id << "\t" << p.main_A << "\t" << p.main_B << "\t" << (int)p.main_flippable;
 		fdr << "\t" << p.ref_id << "\t" << p.ref_A << "\t" << p.ref_B << "\t" << (int)p.ref_flippable << "\n";
-		fde << p.pos << "\n";
 	}
 	fdr.close();
+	ofile fde;
+	if (!fde.open(exclude)) LOG.error("Impossible to create file [" + exclude + "]");
+	for (const alignment_problem & p : problems) fde << p.pos << "\n";
 	fde.close();
 }
 

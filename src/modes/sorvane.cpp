@@ -54,7 +54,7 @@ void sorvane::parse_command_line(std::vector < std::string > & args, std::string
 		bpo::notify(options);
 	} catch (bpo::error const & e) {
 		std::cout << mode << " mode : " << e.what() << std::endl;
-		exit(0);
+		exit(1);
 	}
 
 	std::cout << std::endl;

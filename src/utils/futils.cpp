@@ -1,7 +1,10 @@
 #include "utils/futils.h"
+#include "utils/ofile.h"
 
 #include <cstdint>
 #include <fstream>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace futils {
 
@@ -11,14 +14,36 @@ std::string extensionFile(const std::string & name) {
 	return name.substr(pos + 1);
 }
 
-bool isFile(std::string name) {
-	std::ifstream f(name.c_str());
-	return f.good();
+bool isDirectory(const std::string & name) {
+	struct stat st;
+	return stat(name.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
 }
 
+// A directory opens for reading on some systems but cannot be read as a file.
+bool isFile(std::string name) {
+	std::ifstream f(name.c_str());
+	return f.good() && !isDirectory(name);
+}
+
+// Opens the file as an output would and drops it unwritten, so that nothing is left at
+// the name. A device or a pipe is only asked for permission: opening a pipe would wait
+// for its reader.
 bool createFile(std::string name) {
-	std::ofstream f(name.c_str());
-	return f.good();
+	if (isSpecialFile(name)) return !isDirectory(name) && access(name.c_str(), W_OK) == 0;
+	ofile f;
+	return f.open(name);
+}
+
+// An existing name that is not a regular file (a device such as /dev/stdout, a pipe, a
+// symbolic link) is written in place: renaming over it would replace it.
+bool isSpecialFile(const std::string & name) {
+	struct stat st;
+	return lstat(name.c_str(), &st) == 0 && !S_ISREG(st.st_mode);
+}
+
+// In the same folder as the name, so that renaming it onto the name is atomic.
+std::string temporaryName(const std::string & name) {
+	return name + ".tmp" + std::to_string(getpid());
 }
 
 void bool2binary(const std::vector < bool > & v, std::ostream & os) {

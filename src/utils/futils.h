@@ -10,8 +10,11 @@
 // File helpers: extensions, existence, and the bit-vector layout of the binary graph files.
 namespace futils {
 	std::string extensionFile(const std::string & name);
+	bool isDirectory(const std::string & name);
 	bool isFile(std::string name);
 	bool createFile(std::string name);
+	bool isSpecialFile(const std::string & name);
+	std::string temporaryName(const std::string & name);
 	void bool2binary(const std::vector < bool > & v, std::ostream & os);
 	// v is replaced only once all its bytes are read.
 	bool binary2bool(std::vector < bool > & v, std::istream & is);

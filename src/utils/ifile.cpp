@@ -43,6 +43,8 @@ ifile::~ifile() {
 
 bool ifile::open(std::string name, bool binary) {
 	file = name;
+	// A directory opens but fails at the first read, with a message that names no file.
+	if (futils::isDirectory(name)) return false;
 	std::string ext = futils::extensionFile(name);
 	if (ext == "gz") {
 		fd.open(file.c_str(), std::ios::in | std::ios::binary);

@@ -15,14 +15,17 @@ TEST(cli_frame, NoArgumentHelpVersionSourceAndParseErrors) {
 	EXPECT_EQ(r.out, "");
 	EXPECT_EQ(r.err, "");
 
-	r = runSorvane("--bogus-option 3", d.path);
-	EXPECT_EQ(r.status, 0);
-	EXPECT_TRUE(has(r.out, "Phaser mode : ")) << r.out;
-	EXPECT_TRUE(has(r.out, "bogus-option")) << r.out;
-
-	r = runSorvane("-check --thread notanumber", d.path);
-	EXPECT_EQ(r.status, 0);
-	EXPECT_TRUE(has(r.out, "Summarizer mode : ")) << r.out;
+	// An unknown option, a missing value or a bad number: the parser's message and exit 1.
+	const std::pair < std::string, std::string > bad[] = {
+		{ "--bogus-option 3", "Phaser mode : unrecognised option '--bogus-option'" },
+		{ "--input-vcf in.vcf --seed", "Phaser mode : the required argument for option '--seed' is missing" },
+		{ "-check --thread notanumber", "Summarizer mode : the argument ('notanumber') for option '--thread' is invalid" },
+	};
+	for (const auto & b : bad) {
+		r = runSorvane(b.first, d.path);
+		EXPECT_EQ(r.status, 1) << b.first;
+		EXPECT_TRUE(has(r.out, b.second)) << r.out;
+	}
 
 	r = runSorvane("-check --help", d.path);
 	EXPECT_EQ(r.status, 0);

@@ -160,6 +160,18 @@ TEST(cli_phase, SeedReproducesAndGraphReadsBack) {
 	for (genotype_graph * G : R.vecG) delete G;
 }
 
+// A write that fails (a full disk) ends the run with exit 1 and names the file.
+TEST(cli_phase, FailedWriteStops) {
+	TempDir d;
+	writeSubset(d);
+	const std::string base = "--input-ped " + std::string(SORVANE_EXAMPLE_DATA) + "/cohort" + subsetArgs() + "--seed 1 -L log ";
+	for (std::string outputs : { "--output-max /dev/full /dev/full", "--output-max b --output-graph /dev/full" }) {
+		RunResult r = runSorvane(base + outputs, d.path);
+		EXPECT_EQ(r.status, 1) << outputs;
+		EXPECT_TRUE(has(r.out, "ERROR:\033[0m Writing to file [/dev/full] failed: No space left on device\n")) << outputs << "\n" << r.out;
+	}
+}
+
 // Options whose models are not built stop before any data is read.
 TEST(cli_phase, UnbuiltOptionsStop) {
 	TempDir d;

@@ -1,6 +1,7 @@
 #include "test_utils.h"
 
 #include <fstream>
+#include <sys/stat.h>
 
 using testutils::RunResult;
 using testutils::TempDir;
@@ -96,6 +97,7 @@ TEST(cli_phase_options, ValueChecks) {
 TEST(cli_phase_options, FileChecks) {
 	TempDir d;
 	for (std::string f : { "in.vcf", "g.gen", "g.sample", "p.ped", "p.map", "b.bed", "b.bim", "b.fam", "i.haps", "i.sample", "r1", "r2", "r3" }) d.write(f, "x");
+	ASSERT_EQ(mkdir(d.file("adir").c_str(), 0755), 0);
 	const std::string out = " --output-max out";
 	const std::string no_input = "You must specify at least one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf";
 	const std::string two_inputs = "You must specify no more than one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf";
@@ -115,6 +117,9 @@ TEST(cli_phase_options, FileChecks) {
 		{ "--input-gen i" + out, "i.gen" + cannot_open, true },
 		{ "--input-vcf nothere.vcf" + out, "nothere.vcf" + cannot_open, true },
 		{ "--input-vcf in.vcf --input-map nomap" + out, "nomap" + cannot_open, true },
+		{ "--input-vcf adir" + out, "adir" + cannot_open, true },
+		{ "--input-vcf in.vcf --input-map adir" + out, "adir" + cannot_open, true },
+		{ "--input-vcf in.vcf --output-max adir o.sample", "adir is impossible to create, check writing permissions", true },
 		{ "--input-vcf in.vcf --input-sex nosex" + out, "nosex" + cannot_open, true },
 		{ "--input-vcf in.vcf --input-ref r1 r2" + out, "Incorrect number of arguments given to --input-ref (it must be 3 files)", true },
 		{ "--input-vcf in.vcf --input-ref r1 r2 r4" + out, "r4" + cannot_open, true },
@@ -128,12 +133,17 @@ TEST(cli_phase_options, FileChecks) {
 		{ "--input-vcf in.vcf --output-graph nodir/g.bin", "nodir/g.bin is impossible to create, check writing permissions", true },
 	});
 
-	// The checks create the output files before any data is read.
-	RunResult r = runSorvane("--input-vcf in.vcf --output-max made --output-graph made.graph -L log", d.path);
+	// The checks try the outputs before any data is read, and a run stopped later leaves
+	// neither the outputs nor their temporary files.
+	TempDir e;
+	e.write("in.vcf", "x");
+	RunResult r = runSorvane("--input-vcf in.vcf --output-max made --output-graph made.graph -L log", e.path);
 	EXPECT_EQ(r.status, 1);
-	for (std::string f : { "made.haps", "made.sample", "made.graph" }) EXPECT_TRUE(std::ifstream(d.file(f).c_str()).good()) << f;
-	r = runSorvane("--input-vcf in.vcf --output-max two.haps two.sample -L log", d.path);
-	EXPECT_TRUE(std::ifstream(d.file("two.sample").c_str()).good());
+	EXPECT_TRUE(has(r.out, "Reading unphased data in [in.vcf]")) << r.out;
+	r = runSorvane("--input-vcf in.vcf --output-max two.haps two.sample -L log", e.path);
+	EXPECT_EQ(r.status, 1);
+	ASSERT_EQ(system(("ls -A " + e.path + " > " + d.file("left")).c_str()), 0);
+	EXPECT_EQ(d.read("left"), "in.vcf\nlog.log\n");
 }
 
 TEST(cli_phase_options, SampleCountWithoutPanel) {

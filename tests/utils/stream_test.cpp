@@ -4,7 +4,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <dirent.h>
 #include <fstream>
+#include <set>
 
 using testutils::TempDir;
 
@@ -21,6 +23,14 @@ static std::string readAll(const std::string & name) {
 	while (getline(f, line)) all += line + "\n";
 	f.close();
 	return all;
+}
+
+static std::set < std::string > listFolder(const std::string & path) {
+	std::set < std::string > names;
+	DIR * dir = opendir(path.c_str());
+	for (dirent * e = readdir(dir) ; e ; e = readdir(dir)) if (std::string(e->d_name) != "." && std::string(e->d_name) != "..") names.insert(e->d_name);
+	closedir(dir);
+	return names;
 }
 
 static void truncateFile(const std::string & from, const std::string & to, size_t keep) {
@@ -95,4 +105,44 @@ TEST(streams, BrokenCompressedFilesFail) {
 	ifile missing;
 	EXPECT_FALSE(missing.open(d.file("nothere.gz")));
 	EXPECT_FALSE(missing.open(d.file("nothere.txt")));
+	EXPECT_FALSE(missing.open(d.path));
+}
+
+// An output gets its name when closed; until then, or if never closed, the name holds
+// what it held before.
+TEST(streams, OutputAppearsOnlyWhenClosed) {
+	std::string text = makeText(3000);
+	for (std::string name : { "a.txt", "a.gz" }) {
+		TempDir d;
+		{
+			ofile o(d.file(name));
+			o << text;
+			EXPECT_EQ(listFolder(d.path).size(), 1u) << name;
+			EXPECT_FALSE(listFolder(d.path).count(name)) << name;
+		}
+		EXPECT_TRUE(listFolder(d.path).empty()) << name;
+
+		d.write(name, "previous");
+		{
+			ofile o(d.file(name));
+			o << text;
+		}
+		EXPECT_EQ(d.read(name), "previous") << name;
+
+		ofile o(d.file(name));
+		o << text;
+		o.close();
+		EXPECT_EQ(listFolder(d.path), std::set < std::string > { name });
+		EXPECT_EQ(readAll(d.file(name)), text) << name;
+	}
+}
+
+TEST(streams, FailedWriteEndsTheRun) {
+	TempDir d;
+	// A link is written in place: through this one a few compressed bytes meet the full
+	// device only when the compressor's end is flushed.
+	ASSERT_EQ(symlink("/dev/full", d.file("full.gz").c_str()), 0);
+	for (std::string name : { std::string("/dev/full"), d.file("full.gz") })
+		for (std::string text : { std::string("few"), makeText(50000) })
+			EXPECT_LOG_ERROR({ ofile o(name); o << text; o.close(); }, "Writing to file \\[" + name + "\\] failed: No space left on device");
 }
