@@ -1,8 +1,8 @@
 # Quick start: `make example` builds sorvane and runs it on the example data;
-# `make test` builds it and runs the whole test suite; `make test-asan` runs the suite
-# again in a build checked by AddressSanitizer, UndefinedBehaviorSanitizer and
-# LeakSanitizer. All install the missing Debian packages first when run as root.
-# By hand: `make test-tsan` (ThreadSanitizer) and `make fuzz FUZZ_SECONDS=600`.
+# `make test` builds it and runs the whole test suite; `make test-asan` and
+# `make test-tsan` run the suite again in builds checked by AddressSanitizer with
+# UndefinedBehaviorSanitizer and LeakSanitizer, and by ThreadSanitizer. All install the
+# missing Debian packages first when run as root. By hand: `make fuzz FUZZ_SECONDS=600`.
 
 BUILD ?= build
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
