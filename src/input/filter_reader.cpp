@@ -21,7 +21,7 @@ void filter_reader::readPositionList(std::string file, std::map < int, bool > & 
 	int n = 0;
 	while (getline(fd, line)) {
 		n ++;
-		list[sutils::str2bp(line, file, n)] = true;
+		list[sutils::str2bp(line, file, n, false)] = true;
 	}
 	fd.close();
 	if (n) LOG.println("  * " + sutils::int2str(n) + " snps found in the " + which + " list");

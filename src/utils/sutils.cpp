@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <sstream>
 
@@ -88,10 +89,14 @@ int tokenize(std::string & s, std::vector < std::string > & out, int n) {
 	return out.size();
 }
 
-int str2bp(const std::string & text, const std::string & file, int line) {
+int str2bp(const std::string & text, const std::string & file, int line, bool whole) {
+	const char * begin = text.c_str();
+	char * end;
 	errno = 0;
-	long long bp = strtoll(text.c_str(), NULL, 10);
-	if (errno == ERANGE || bp < INT_MIN || bp > INT_MAX) LOG.error("Position " + text + " at line " + int2str(line) + " of [" + file + "] is out of range: positions go up to " + int2str(INT_MAX));
+	long long bp = strtoll(begin, &end, 10);
+	std::string where = " at line " + int2str(line) + " of [" + file + "]";
+	if (whole && (end == begin || end[strspn(end, " \t\r")] != '\0')) LOG.error("Position " + text + where + " is not a whole number");
+	if (errno == ERANGE || bp < INT_MIN || bp > INT_MAX) LOG.error("Position " + text + where + " is out of range: positions go up to " + int2str(INT_MAX));
 	return bp;
 }
 

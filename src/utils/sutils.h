@@ -16,9 +16,12 @@ namespace sutils {
 	int tokenize(std::string & s, std::vector < std::string > & out);
 	int tokenize(std::string & s, std::vector < std::string > & out, std::string separators);
 	int tokenize(std::string & s, std::vector < std::string > & out, int n);
-	// A base-pair position read as strtol reads it (no digits read as 0). A value out of the
-	// int range stops the run naming the file and its line: wrapped, it would move the site.
-	int str2bp(const std::string & text, const std::string & file, int line);
+	// A base-pair position. With `whole` the text must be a whole number, blanks around it
+	// allowed; otherwise its leading number is read as strtol reads it, no number reading
+	// as 0 (the site lists). A value out of the int range, or a malformed whole number,
+	// stops the run naming the file and its line: wrapped, or read as far as it parses,
+	// it would silently move the site.
+	int str2bp(const std::string & text, const std::string & file, int line, bool whole = true);
 }
 
 #endif

@@ -178,6 +178,8 @@ TEST(vcf_reader, FatalMessagesAndEmptyFiles) {
 		{ "v.vcf", head + line200 + head, "Line=3 sample header found after the first data line" },
 		// Wrapped to 32 bits, this position would read as 1044369.
 		{ "v.vcf", "##x\n" + head + "1\t4296011665\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n", "Position 4296011665 at line 3 of \\[.*/v\\.vcf\\] is out of range: positions go up to 2147483647" },
+		// Read as far as it parses, this one would be 4.
+		{ "v.vcf", head + "1\t4.29601e+09\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n", "Position 4.29601e\\+09 at line 2 of \\[.*/v\\.vcf\\] is not a whole number" },
 		// No data line, no line at all, and only excluded sites.
 		{ "v.vcf", head, "No site read from \\[.*/v\\.vcf\\]\n" },
 		{ "v.vcf", "", "No site read from \\[.*/v\\.vcf\\]\n" },
