@@ -1,4 +1,5 @@
 #include "fuzz_files.h"
+#include "input/filter_reader.h"
 #include "utils/lfile.h"
 
 #include <cstdlib>
@@ -42,4 +43,13 @@ void runReader(const std::function < void () > & read) {
 		read();
 	} catch (const std::exception &) {
 	}
+}
+
+void runGenotypeReader(const std::function < void (genotype_reader &) > & read) {
+	runReader([&] {
+		filter_reader F;
+		F.initialise(0, 1000000000);
+		genotype_reader G(F, false);
+		read(G);
+	});
 }

@@ -1,6 +1,8 @@
 #ifndef _FUZZ_FILES_H
 #define _FUZZ_FILES_H
 
+#include "input/genotype_reader.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -16,5 +18,8 @@ std::vector < std::string > writeFuzzFiles(const uint8_t * data, size_t size, co
 // Runs one read. A refusal through the log's error or an exception is the expected end of
 // most inputs; crashes, sanitizer reports, hangs and runaway memory are the findings.
 void runReader(const std::function < void () > & read);
+
+// The same with a genotype store over open filters, as the modes make it.
+void runGenotypeReader(const std::function < void (genotype_reader &) > & read);
 
 #endif

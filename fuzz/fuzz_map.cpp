@@ -1,16 +1,11 @@
 #include "fuzz_files.h"
-#include "input/filter_reader.h"
-#include "input/genotype_reader.h"
 #include "input/gmap_reader.h"
 #include "input/pair_reader.h"
 
 // A study VCF for its sites, a genetic map placed on them, and a list of site sets over them.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t * data, size_t size) {
 	std::vector < std::string > f = writeFuzzFiles(data, size, { "in.vcf", "in.map", "in.sets" });
-	runReader([&] {
-		filter_reader F;
-		F.initialise(0, 1000000000);
-		genotype_reader G(F, false);
+	runGenotypeReader([&] (genotype_reader & G) {
 		G.readGenotypeVcf(f[0]);
 		gmap_reader M;
 		M.readGeneticMapFile(f[1]);
