@@ -12,10 +12,12 @@ static const std::string separator = "\n--8<--\n";
 static std::string folder;
 
 // The log stays silent and its error throws, so that one refused input does not end the run.
+// Its name, never opened, puts the reports that readers write beside the input files.
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 	char tmpl[] = "/tmp/sorvane-fuzz-XXXXXX";
 	if (!mkdtemp(tmpl)) abort();
 	folder = tmpl;
+	LOG.file = folder + "/fuzz.log";
 	LOG.muteC();
 	LOG.muteL();
 	LOG.exitOnError = false;
