@@ -12,7 +12,6 @@
 #include "utils/sutils.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 
 phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), predefined_states(false) {
@@ -319,9 +318,8 @@ void phaser::readCopyingStates(std::string file) {
 		std::map < std::string, int >::iterator it = name2ind.find(tokens[0]);
 		if (it == name2ind.end()) LOG.error("input-copy-states1: sample " + tokens[0] + " not found");
 		int ind = it->second;
-		char * end;
-		long position = strtol(tokens[1].c_str(), &end, 10);
-		if (*end != '\0' || position < 0) LOG.error(where + "the position " + tokens[1] + " is not a base-pair position");
+		long position = sutils::str2bp(tokens[1], file, n_lines);
+		if (position < 0) LOG.error(where + "the position " + tokens[1] + " is not a base-pair position");
 		if (position <= previous[ind]) LOG.error(where + "the windows of sample " + tokens[0] + " must come in increasing position order");
 		previous[ind] = position;
 		int site = std::lower_bound(S.begin(), S.end(), position, [](const snp * s, long p) { return s->bp < p; }) - S.begin();
