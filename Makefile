@@ -10,7 +10,7 @@ EXAMPLE_OUT ?= $(BUILD)/example
 
 # Debian packages the build and the tests need.
 PACKAGES = g++ cmake make libboost-program-options-dev libboost-iostreams-dev libboost-dev \
-           zlib1g-dev libbz2-dev libgtest-dev
+           zlib1g-dev libbz2-dev libgtest-dev bcftools
 # The fuzzing targets need clang with its runtime libraries.
 FUZZ_PACKAGES = clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 60
@@ -64,7 +64,9 @@ example: build
 	$(BUILD)/sorvane --input-vcf example/cohort.vcf.gz --input-map example/genetic_map.txt \
 		--thread 2 --seed 1 --output-max $(EXAMPLE_OUT)/phased --output-graph $(EXAMPLE_OUT)/phased.graph \
 		-L $(EXAMPLE_OUT)/phased
-	@echo "Phased haplotypes: $(EXAMPLE_OUT)/phased.haps and $(EXAMPLE_OUT)/phased.sample"
+	$(BUILD)/sorvane -convert --input-haps $(EXAMPLE_OUT)/phased --output-vcf $(EXAMPLE_OUT)/phased.vcf.gz \
+		-L $(EXAMPLE_OUT)/convert
+	@echo "Phased haplotypes: $(EXAMPLE_OUT)/phased.haps and $(EXAMPLE_OUT)/phased.sample, as VCF: $(EXAMPLE_OUT)/phased.vcf.gz"
 	@echo "Haplotype graphs: $(EXAMPLE_OUT)/phased.graph; log: $(EXAMPLE_OUT)/phased.log"
 
 clean:

@@ -80,4 +80,8 @@ python3 "$here/simulate.py" --ms "$tmp/scrm.out" --out "$out" --seed "$SEED" \
 
 bgzip -c "$out/cohort.vcf" > "$out/cohort.vcf.gz"
 
+# Windows of four consecutive sites, one every 200 sites, for the pair tables of -convert.
+awk '!/^#/ { n++; if (n % 200 >= 100 && n % 200 < 104) { w = int(n / 200) + 1; line[w] = line[w] " " $2 } }
+     END { for (w = 1; w in line; w++) print "window" w line[w] }' "$out/cohort.vcf" > "$out/sets.txt"
+
 echo "Example data written to $out"

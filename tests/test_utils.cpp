@@ -1,4 +1,5 @@
 #include "test_utils.h"
+#include "utils/ifile.h"
 #include "utils/ofile.h"
 
 #include <cstdio>
@@ -61,6 +62,33 @@ void writeCompressed(const std::string & name, const std::string & content) {
 	ofile f(name);
 	f << content;
 	f.close();
+}
+
+std::string readCompressed(const std::string & name) {
+	ifile f(name);
+	std::stringstream s;
+	s << f.rdbuf();
+	return s.str();
+}
+
+bool has(const std::string & text, const std::string & part) {
+	return text.find(part) != std::string::npos;
+}
+
+std::vector < std::string > words(const std::string & line) {
+	std::istringstream s(line);
+	std::vector < std::string > out;
+	std::string w;
+	while (s >> w) out.push_back(w);
+	return out;
+}
+
+std::vector < std::string > lines(const std::string & text) {
+	std::vector < std::string > out;
+	std::istringstream s(text);
+	std::string l;
+	while (std::getline(s, l)) if (!l.empty()) out.push_back(l);
+	return out;
 }
 
 void silenceLog() {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 // LOG.error writes to standard output and exits 1; death tests read standard error, so
 // the child sends its standard output there before running the statement.
@@ -38,8 +39,17 @@ RunResult runSorvane(const std::string & args, const std::string & dir);
 // Writes `content` gzip- or bzip2-compressed according to the name's extension.
 void writeCompressed(const std::string & name, const std::string & content);
 
+// Reads a file, decompressed according to the name's extension.
+std::string readCompressed(const std::string & name);
+
 // Log output of the library goes nowhere during unit tests.
 void silenceLog();
+
+bool has(const std::string & text, const std::string & part);
+// The blank-separated fields of a line.
+std::vector < std::string > words(const std::string & line);
+// The non-empty lines of a text.
+std::vector < std::string > lines(const std::string & text);
 
 }
 

@@ -138,7 +138,10 @@ void graph_reader::readSiteList(std::string siteFile) {
 		if (n_fields != 4) LOG.error("Line=" + sutils::int2str(line) + " found=" + sutils::int2str(n_fields) + " fields expected=4");
 		int bp = sutils::str2bp(tokens[1], siteFile, line);
 		if (bp < prev) LOG.error("Physical positions corrupted curr_pos=" + sutils::int2str(bp) + " prev_pos=" + sutils::int2str(prev));
-		S->put(new snp(tokens[0], bp, tokens[2], tokens[3], 8));
+		// The list has no identifier column: "." keeps the written HAPS and VCF lines whole.
+		snp * s = new snp(tokens[0], bp, tokens[2], tokens[3], 8);
+		s->id = ".";
+		S->put(s);
 		prev = bp;
 	}
 	LOG.println("  * " + sutils::int2str(S->size()) + " sites included");

@@ -1,5 +1,5 @@
 #include "input/reference_reader.h"
-#include "modes/sorvane.h"
+#include "utils/globals.h"
 #include "utils/ifile.h"
 #include "utils/lfile.h"
 #include "utils/ofile.h"

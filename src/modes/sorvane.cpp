@@ -9,9 +9,6 @@
 
 #include <iostream>
 
-time_t START_DATE;
-unsigned char flippable = 0;
-
 static const std::string input_options[4] = { "input-bed", "input-ped", "input-gen", "input-vcf" };
 
 sorvane::sorvane() : descriptions(80, 40), i_workers(0) {
@@ -185,6 +182,14 @@ void sorvane::checkInputFile(std::string option) {
 void sorvane::checkOutputFile(std::string option) {
 	if (options.count(option) && !futils::createFile(options[option].as < std::string > ()))
 		LOG.error(options[option].as < std::string > () + " is impossible to create, check writing permissions");
+}
+
+void sorvane::checkOutputFileSet(std::string option, std::vector < std::string > suffixes) {
+	if (!options.count(option)) return;
+	size_t n = options[option].as < std::vector < std::string > > ().size();
+	if (n != 1 && n != suffixes.size()) LOG.error("Incorrect number of arguments given to --" + option);
+	for (const std::string & f : fileSet(option, suffixes))
+		if (!futils::createFile(f)) LOG.error(f + " is impossible to create, check writing permissions");
 }
 
 // The files of an option given as a stem (suffixes added) or in full; the option's

@@ -3,24 +3,17 @@
 
 #include "input/filter_reader.h"
 #include "input/filter_writer.h"
+#include "utils/globals.h"
 
 #include <boost/program_options.hpp>
-#include <ctime>
 #include <pthread.h>
 #include <string>
 #include <vector>
-
-#define SORVANE_REVISION 904
 
 namespace bpo = boost::program_options;
 
 class genotype_reader;
 class snp_set;
-
-// Set by main before anything else; the log and the output headers print it.
-extern time_t START_DATE;
-// Whether the alleles of a site may be swapped when matched with another data set.
-extern unsigned char flippable;
 
 // The frame every mode derives from: common options, parsing, log, banner, filters, seeding.
 class sorvane {
@@ -52,6 +45,9 @@ public:
 	void checkInputFileSet(std::string option, std::vector < std::string > suffixes, unsigned int count, std::string message);
 	void checkInputFile(std::string option);
 	void checkOutputFile(std::string option);
+	// Output files given as one stem, to which the suffixes are added, or in full, one a
+	// suffix; any other count stops the run.
+	void checkOutputFileSet(std::string option, std::vector < std::string > suffixes);
 
 	// Shared steps of the modes that read unphased genotypes.
 	std::vector < std::string > fileSet(std::string option, std::vector < std::string > suffixes);

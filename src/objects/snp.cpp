@@ -1,5 +1,5 @@
 #include "objects/snp.h"
-#include "modes/sorvane.h"
+#include "utils/globals.h"
 
 snp::snp() : cm(-1.0), bp(0), idx(-1), source(0) {
 }

@@ -1,5 +1,5 @@
 #include "output/haplotype_writer.h"
-#include "modes/sorvane.h"
+#include "utils/globals.h"
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 

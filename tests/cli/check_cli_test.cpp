@@ -5,10 +5,7 @@
 using testutils::RunResult;
 using testutils::TempDir;
 using testutils::runSorvane;
-
-static bool has(const std::string & text, const std::string & part) {
-	return text.find(part) != std::string::npos;
-}
+using testutils::has;
 
 static const std::string E = SORVANE_EXAMPLE_DATA;
 

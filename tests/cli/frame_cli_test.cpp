@@ -3,10 +3,7 @@
 using testutils::RunResult;
 using testutils::TempDir;
 using testutils::runSorvane;
-
-static bool has(const std::string & text, const std::string & part) {
-	return text.find(part) != std::string::npos;
-}
+using testutils::has;
 
 TEST(cli_frame, NoArgumentHelpVersionSourceAndParseErrors) {
 	TempDir d;

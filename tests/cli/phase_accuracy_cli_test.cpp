@@ -8,18 +8,11 @@
 using testutils::RunResult;
 using testutils::TempDir;
 using testutils::runSorvane;
+using testutils::words;
 
 namespace {
 
 const std::string E = SORVANE_EXAMPLE_DATA;
-
-std::vector < std::string > words(const std::string & line) {
-	std::istringstream s(line);
-	std::vector < std::string > out;
-	std::string w;
-	while (s >> w) out.push_back(w);
-	return out;
-}
 
 std::vector < std::vector < std::string > > table(const std::string & file) {
 	std::ifstream f(file.c_str());

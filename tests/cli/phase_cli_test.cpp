@@ -1,102 +1,19 @@
+#include "cli/example_subset.h"
 #include "input/graph_reader.h"
 #include "objects/snp_set.h"
 #include "test_utils.h"
 
-#include <fstream>
 #include <map>
-#include <sstream>
 
 using testutils::RunResult;
 using testutils::TempDir;
 using testutils::runSorvane;
-
-static bool has(const std::string & text, const std::string & part) {
-	return text.find(part) != std::string::npos;
-}
-
-static std::vector < std::string > words(const std::string & line) {
-	std::istringstream s(line);
-	std::vector < std::string > out;
-	std::string w;
-	while (s >> w) out.push_back(w);
-	return out;
-}
-
-static std::vector < std::string > lines(const std::string & text) {
-	std::vector < std::string > out;
-	std::istringstream s(text);
-	std::string l;
-	while (std::getline(s, l)) if (!l.empty()) out.push_back(l);
-	return out;
-}
-
-// 23 samples with two duos (IND0003-IND0004, IND0010-IND0011) and one trio
-// (IND0056, IND0057 -> IND0058) over the first 100 kb of the example. With the pedigree
-// (PED, GEN, BED) these make 16 unrelated graphs, 2 duo graphs and 1 trio graph; the VCF
-// has no pedigree and gives 23 unrelated graphs.
-static const int LAST_BP = 1100000;
-static void writeSubset(const TempDir & d) {
-	std::string ids;
-	for (int i = 1 ; i <= 20 ; i ++) ids += "IND00" + std::string(i < 10 ? "0" : "") + std::to_string(i) + "\n";
-	ids += "IND0056\nIND0057\nIND0058\n";
-	d.write("subset", ids);
-}
-
-static std::string subsetArgs() {
-	return " --include-ind subset --input-to " + std::to_string(LAST_BP) + " --burn 1 --prune 1 --main 2 --states 20 ";
-}
-
-// Unphased genotypes of the example VCF: sample -> position -> alternative allele count,
-// -1 when missing.
-static std::map < std::string, std::map < int, int > > vcfGenotypes() {
-	std::ifstream f(std::string(SORVANE_EXAMPLE_DATA) + "/cohort.vcf");
-	std::map < std::string, std::map < int, int > > G;
-	std::vector < std::string > names;
-	std::string l;
-	while (std::getline(f, l)) {
-		if (l.compare(0, 2, "##") == 0) continue;
-		std::vector < std::string > t = words(l);
-		if (t[0] == "#CHROM") { names.assign(t.begin() + 9, t.end()); continue; }
-		int pos = std::stoi(t[1]);
-		for (unsigned int i = 0 ; i < names.size() ; i ++) {
-			const std::string & gt = t[9 + i];
-			G[names[i]][pos] = (gt[0] == '.' || gt[2] == '.') ? -1 : (gt[0] - '0') + (gt[2] - '0');
-		}
-	}
-	return G;
-}
-
-// Checks the shape of a HAPS/SAMPLE pair and that each sample's two haplotypes add up to its
-// genotype wherever that is not missing. Returns the number of sites.
-static int checkPhased(const TempDir & d, const std::string & stem) {
-	static const std::map < std::string, std::map < int, int > > G = vcfGenotypes();
-	std::vector < std::string > S = lines(d.read(stem + ".sample"));
-	std::vector < std::string > H = lines(d.read(stem + ".haps"));
-	EXPECT_EQ(S.size(), 25u) << stem;
-	std::vector < std::string > ids;
-	for (unsigned int i = 2 ; i < S.size() ; i ++) ids.push_back(words(S[i])[1]);
-	EXPECT_GT(H.size(), 100u) << stem;
-	int checked = 0, previous = 0;
-	for (const std::string & l : H) {
-		std::vector < std::string > t = words(l);
-		EXPECT_EQ(t.size(), 5 + 2 * ids.size()) << stem;
-		if (t.size() != 5 + 2 * ids.size()) return 0;
-		int pos = std::stoi(t[2]);
-		EXPECT_GT(pos, previous);
-		EXPECT_LE(pos, LAST_BP);
-		previous = pos;
-		for (unsigned int i = 0 ; i < ids.size() ; i ++) {
-			int a = std::stoi(t[5 + 2 * i]), b = std::stoi(t[6 + 2 * i]);
-			EXPECT_TRUE((a == 0 || a == 1) && (b == 0 || b == 1));
-			int g = G.at(ids[i]).at(pos);
-			if (g < 0) continue;
-			EXPECT_EQ(a + b, g) << stem << " " << ids[i] << " at " << pos;
-			checked ++;
-		}
-	}
-	EXPECT_GT(checked, 2000) << stem;
-	return H.size();
-}
+using testutils::has;
+using testutils::words;
+using testutils::lines;
+using exsubset::checkPhased;
+using exsubset::subsetArgs;
+using exsubset::writeSubset;
 
 // Each genotype format phases the same samples and sites, with duos and a trio among them.
 // A thread a sample is more than the batches can use: the 19 PED units are phased at most 18

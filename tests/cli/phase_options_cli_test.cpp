@@ -6,10 +6,7 @@
 using testutils::RunResult;
 using testutils::TempDir;
 using testutils::runSorvane;
-
-static bool has(const std::string & text, const std::string & part) {
-	return text.find(part) != std::string::npos;
-}
+using testutils::has;
 
 // Each case either stops with its message, or passes every option and file check: the
 // runs that pass stop later, past the checks.

@@ -292,7 +292,7 @@ TEST(graph_reader, Version20) {
 	EXPECT_EQ(log, "\nReading site list in [" + d.file("sites.txt") + "]\n  * 3 sites included\n\nReading samples in [" + d.file("samples.txt") + "]\n  * 2 graphs included\n"
 		"\nReading graphs in [" + d.file("g.bin") + "]\n  * Binary graph file v2.0 detected!\n");
 	EXPECT_EQ(siteList(S), "100:A/C 100:A/G 250:G/T");
-	EXPECT_EQ(S->getByIndex(2)->chr + " " + std::to_string(S->getByIndex(2)->source), "1 8");
+	EXPECT_EQ(S->getByIndex(2)->chr + " " + S->getByIndex(2)->id + " " + std::to_string(S->getByIndex(2)->source), "1 . 8");
 	// Each line takes three orders; every name is its member's one sample column; the type
 	// comes from the graph file.
 	const std::vector < std::vector < std::string > > names = { { "kid", "dad", "mum" }, { "solo", "0", "0" } };

@@ -1,4 +1,5 @@
 #include "objects/genotype_graph.h"
+#include "objects/genotype_graph_test_utils.h"
 #include "utils/myException.h"
 #include "utils/putils.h"
 
@@ -77,32 +78,12 @@ struct Unit {
 		return t;
 	}
 
-	// Calls f on every path of linked transitions, as indices within their groups.
-	void allPaths(const std::function < void (std::vector < int > &) > & f, std::vector < int > path = {}) {
-		const unsigned int k = path.size();
-		if (k == g.probsC.size()) return f(path);
-		path.push_back(0);
-		for (unsigned int t = 0 ; t < g.probsC[k] ; t ++) {
-			path[k] = t;
-			if (k == 0 || g.linked((g.probsI[k - 1] + path[k - 1]) * g.type, (g.probsI[k] + t) * g.type)) allPaths(f, path);
-		}
+	void allPaths(const std::function < void (std::vector < int > &) > & f) {
+		graphtest::allPaths(g, f);
 	}
 
-	// Chance that a walk in the given direction draws `path`, each group in proportion to W
-	// among the transitions linked to the neighbour chosen before it.
 	double walkChance(const std::vector < int > & path, bool backward, const std::function < double (int, int) > & W) {
-		const int G = g.probsC.size();
-		double p = 1.0;
-		for (int i = 0 ; i < G ; i ++) {
-			int k = backward ? G - 1 - i : i, b = backward ? k + 1 : k - 1, before = b >= 0 && b < G ? (g.probsI[b] + path[b]) * g.type : -1;
-			double sum = 0.0;
-			for (unsigned int t = 0 ; t < g.probsC[k] ; t ++) {
-				int pos = (g.probsI[k] + t) * g.type;
-				if (before < 0 || (backward ? g.linked(pos, before) : g.linked(before, pos))) sum += W(k, t);
-			}
-			p *= W(k, path[k]) / sum;
-		}
-		return p;
+		return graphtest::walkChance(g, path, backward, W);
 	}
 };
 

@@ -3,6 +3,7 @@
 
 #include "objects/genotype_graph.h"
 
+#include <functional>
 #include <set>
 #include <sstream>
 #include <string>
@@ -54,6 +55,34 @@ inline std::string dump(const genotype_graph & g) {
 	auto all = [&](const auto & v) { s << "\n"; for (auto x : v) s << +x << ","; };
 	all(g.trans); all(g.probs); all(g.probsI); all(g.probsC); all(g.HapsI); all(g.HapsC); all(g.HapsS); all(g.Ambs); all(g.Miss);
 	return s.str() + "\n" + g.Haps.toString();
+}
+
+// Calls f on every path of linked transitions, as indices within their groups.
+inline void allPaths(const genotype_graph & g, const std::function < void (std::vector < int > &) > & f, std::vector < int > path = {}) {
+	const unsigned int k = path.size();
+	if (k == g.probsC.size()) return f(path);
+	path.push_back(0);
+	for (unsigned int t = 0 ; t < g.probsC[k] ; t ++) {
+		path[k] = t;
+		if (k == 0 || g.linked((g.probsI[k - 1] + path[k - 1]) * g.type, (g.probsI[k] + t) * g.type)) allPaths(g, f, path);
+	}
+}
+
+// Chance that a walk in the given direction draws `path`, each group in proportion to W
+// among the transitions linked to the neighbour chosen before it.
+inline double walkChance(const genotype_graph & g, const std::vector < int > & path, bool backward, const std::function < double (int, int) > & W) {
+	const int G = g.probsC.size();
+	double p = 1.0;
+	for (int i = 0 ; i < G ; i ++) {
+		int k = backward ? G - 1 - i : i, b = backward ? k + 1 : k - 1, before = b >= 0 && b < G ? (g.probsI[b] + path[b]) * g.type : -1;
+		double sum = 0.0;
+		for (unsigned int t = 0 ; t < g.probsC[k] ; t ++) {
+			int pos = (g.probsI[k] + t) * g.type;
+			if (before < 0 || (backward ? g.linked(pos, before) : g.linked(before, pos))) sum += W(k, t);
+		}
+		p *= W(k, path[k]) / sum;
+	}
+	return p;
 }
 
 }

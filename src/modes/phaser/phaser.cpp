@@ -155,15 +155,7 @@ void phaser::check_files() {
 	checkInputFile("input-sex");
 	checkInputFileSet("input-ref", { }, 3, "Incorrect number of arguments given to --input-ref (it must be 3 files)");
 	checkInputFileSet("input-init", { ".haps", ".sample" }, 2, "Incorrect number of arguments given to --input-init (it must be 2 files)");
-	if (options.count("output-max")) {
-		std::vector < std::string > values = options["output-max"].as < std::vector < std::string > > ();
-		std::vector < std::string > files;
-		if (values.size() == 1) files = { values[0] + ".haps", values[0] + ".sample" };
-		else if (values.size() == 2) files = values;
-		else LOG.error("Incorrect number of arguments given to --output-max");
-		for (const std::string & f : files)
-			if (!futils::createFile(f)) LOG.error(f + " is impossible to create, check writing permissions");
-	}
+	checkOutputFileSet("output-max", { ".haps", ".sample" });
 	checkInputFile("input-copy-states");
 	checkOutputFile("output-graph");
 }

@@ -161,11 +161,9 @@ void phaser::write_files_and_finalise() {
 	desallocateMemory();
 	if (options.count("output-max")) {
 		solver(GH, n_thread).solve();
-		std::vector < std::string > values = options["output-max"].as < std::vector < std::string > > ();
-		std::string haps = values.size() == 2 ? values[0] : values[0] + ".haps";
-		std::string sample = values.size() == 2 ? values[1] : values[0] + ".sample";
+		std::vector < std::string > f = fileSet("output-max", { ".haps", ".sample" });
 		haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);
-		writerH.writeHaplotypeHap(haps, sample);
+		writerH.writeHaplotypeHap(f[0], f[1]);
 	}
 	if (options.count("output-graph")) {
 		graph_writer writerG(GH, sample_header1, sample_header2);

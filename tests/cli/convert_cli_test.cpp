@@ -1,0 +1,286 @@
+#include "cli/example_subset.h"
+#include "input/graph_reader.h"
+#include "test_utils.h"
+#include "utils/futils.h"
+#include "utils/ofile.h"
+
+#include <cmath>
+#include <cstdint>
+#include <fstream>
+#include <map>
+#include <set>
+
+using testutils::RunResult;
+using testutils::TempDir;
+using testutils::has;
+using testutils::lines;
+using testutils::readCompressed;
+using testutils::runSorvane;
+using testutils::words;
+
+namespace {
+
+// Phases the example subset (16 unrelated, 2 duo and 1 trio records) on one thread with a
+// seed, keeping its haplotypes as a.haps/a.sample and its graphs as a.graph.
+void phaseWithGraphs(const TempDir & d) {
+	exsubset::writeSubset(d);
+	RunResult r = runSorvane("--input-ped " + std::string(SORVANE_EXAMPLE_DATA) + "/cohort" + exsubset::subsetArgs() + "--thread 1 --seed 5 --output-max a --output-graph a.graph -L a", d.path);
+	ASSERT_EQ(r.status, 0) << r.out;
+}
+
+// Positions of the sites of a HAPS file, in order.
+std::vector < int > positions(const std::string & haps) {
+	std::vector < int > p;
+	for (const std::string & l : lines(haps)) p.push_back(std::stoi(words(l)[2]));
+	return p;
+}
+
+const std::string small_sample = "ID_1 ID_2 missing\n0 0 0\nF1 S1 0\nF2 S2 0\nF3 S3 0\n";
+const std::string small_haps =
+	"1 rs1 100 A G 0 1 1 1 0 0\n"
+	"1 rs2 200 C T 1 0 0 1 1 1\n"
+	"1 rs3 300 G A 0 0 1 0 0 1\n"
+	"1 rs4 400 T C 1 1 0 0 1 0\n";
+
+// Per sample name, its two alleles at each site of a HAPS/SAMPLE pair.
+typedef std::map < std::string, std::vector < std::pair < std::string, std::string > > > Columns;
+Columns columns(const std::string & haps, const std::string & sample) {
+	std::vector < std::string > S = lines(sample);
+	Columns C;
+	for (const std::string & l : lines(haps)) {
+		std::vector < std::string > t = words(l);
+		for (unsigned int i = 2 ; i < S.size() ; i ++) C[words(S[i])[1]].push_back({ t[5 + 2 * (i - 2)], t[6 + 2 * (i - 2)] });
+	}
+	return C;
+}
+
+// Counts the site-sample entries of `a` that `b` has with the two alleles swapped, and those
+// that differ otherwise or are missing from `b`.
+void compareHaps(const Columns & a, const Columns & b, int & swapped, int & other) {
+	swapped = other = 0;
+	for (const auto & x : a) {
+		auto y = b.find(x.first);
+		if (y == b.end() || y->second.size() != x.second.size()) {
+			other += x.second.size();
+			continue;
+		}
+		for (unsigned int l = 0 ; l < x.second.size() ; l ++) {
+			const auto & u = x.second[l], & v = y->second[l];
+			if (u == v) continue;
+			if (u.first == v.second && u.second == v.first) swapped ++;
+			else other ++;
+		}
+	}
+}
+
+}
+
+// The graphs of a run give back its most likely haplotypes, here gzip-compressed by name. Where
+// both haplotypes of an unrelated sample pass through one fragment, the graph no longer tells
+// them apart and the path beyond is oriented at random, so the two runs may differ there by
+// a swap of the pair; nothing else differs. Sampled haplotypes, drawn on two threads, carry
+// the input genotypes.
+TEST(cli_convert, GraphsGiveTheRunsHaplotypes) {
+	TempDir d;
+	phaseWithGraphs(d);
+	RunResult r = runSorvane("-convert --input-graph a.graph --output-max m.haps.gz m.sample --output-sample s --thread 2 --seed 1 -L c", d.path);
+	ASSERT_EQ(r.status, 0) << r.out;
+	EXPECT_NE(d.read("m.haps.gz"), d.read("a.haps"));
+	EXPECT_EQ(d.read("m.sample"), d.read("a.sample"));
+	int swapped, other;
+	compareHaps(columns(d.read("a.haps"), d.read("a.sample")), columns(readCompressed(d.file("m.haps.gz")), d.read("m.sample")), swapped, other);
+	EXPECT_EQ(other, 0);
+	EXPECT_LT(swapped, 20);
+	EXPECT_EQ(exsubset::checkPhased(d, "s"), (int)lines(d.read("a.haps")).size());
+	std::string log = d.read("c.log");
+	for (std::string line : { "\nMODE -convert : EXTRACTING HAPLOTYPES FROM GRAPH FILES\n", "  * Binary graph file v2.2 detected!\n",
+		"  * 0 haploids / 16 unrelateds / 2 duos / 1 trios\n", "\nSolving haplotypes\n", "\nSampling haplotypes\n", "\nWriting site list and haplotypes in [s.haps]\n" })
+		EXPECT_TRUE(has(log, line)) << line << "\n" << log;
+}
+
+// The three files of the earlier graph format, made from a run's graphs: the v2.0 record is
+// the type and the graph body, without the member fields, which go to the sample list.
+TEST(cli_convert, EarlierThreeFileGraphs) {
+	TempDir d;
+	phaseWithGraphs(d);
+	testutils::silenceLog();
+	graph_reader R;
+	R.readBinaryGraph(d.file("a.graph"));
+	std::string samples, sites;
+	for (int l = 0 ; l < R.S->size() ; l ++) {
+		snp * x = R.S->getByIndex(l);
+		sites += x->chr + " " + std::to_string(x->bp) + " " + x->a0 + " " + x->a1 + "\n";
+	}
+	ofile g20(d.file("g20.bin"), true);
+	futils::writeValue(g20, (unsigned char)0xAA);
+	futils::writeValue(g20, (unsigned char)0x55);
+	futils::writeValue(g20, (int32_t)R.vecG.size());
+	for (genotype_graph * g : R.vecG) {
+		samples += std::to_string((int)g->type) + " " + g->name + " " + g->fname + " " + g->mname + "\n";
+		// With empty names and no sample columns, the member fields take 43 bytes.
+		g->name = g->fname = g->mname = "";
+		g->properties.clear();
+		g->fproperties.clear();
+		g->mproperties.clear();
+		ofile record(d.file("record"), true);
+		g->writeBinary(record);
+		record.close();
+		std::string bytes = d.read("record");
+		g20 << bytes.substr(0, 1) << bytes.substr(43);
+		delete g;
+	}
+	futils::writeValue(g20, (unsigned char)0xAA);
+	futils::writeValue(g20, (unsigned char)0x55);
+	g20.close();
+	d.write("samples.txt", samples);
+	d.write("sites.txt", sites);
+
+	RunResult r = runSorvane("-convert --input-graph g20.bin samples.txt sites.txt --output-max x -L c", d.path);
+	ASSERT_EQ(r.status, 0) << r.out;
+	EXPECT_TRUE(has(d.read("c.log"), "  * Binary graph file v2.0 detected!\n"));
+	int swapped, other;
+	compareHaps(columns(d.read("a.haps"), d.read("a.sample")), columns(d.read("x.haps"), d.read("x.sample")), swapped, other);
+	EXPECT_EQ(other, 0);
+	EXPECT_LT(swapped, 20);
+}
+
+// Pair tables over three windows, one given out of order: per record one line a distinct
+// combination with as many indices as the record has haplotypes, probabilities summing to
+// one, frequencies over the window haplotypes summing to one. No replicate: empty tables.
+TEST(cli_convert, PairTables) {
+	TempDir d;
+	phaseWithGraphs(d);
+	std::vector < int > p = positions(d.read("a.haps"));
+	ASSERT_GT(p.size(), 40u);
+	auto pos = [&](int k) { return std::to_string(p[k]); };
+	d.write("sets", "w1 " + pos(10) + " " + pos(11) + "\nw2 " + pos(30) + " " + pos(20) + " " + pos(25) + "\nw3 " + pos(1) + " " + pos(2) + " " + pos(3) + " " + pos(40) + "\n");
+	RunResult r = runSorvane("-convert --input-graph a.graph --input-sets sets --replicate 60 --thread 2 --seed 4 -L c", d.path);
+	ASSERT_EQ(r.status, 0) << r.out;
+	const std::map < std::string, unsigned int > width = { { "w1", 2 }, { "w2", 3 }, { "w3", 4 } };
+	for (const auto & w : width) {
+		std::vector < std::string > freqs = lines(readCompressed(d.file(w.first + ".freqs.gz")));
+		ASSERT_GE(freqs.size(), 1u) << w.first;
+		ASSERT_LE(freqs.size(), 1u << w.second) << w.first;
+		double sum = 0.0;
+		std::set < std::string > seen;
+		for (unsigned int k = 0 ; k < freqs.size() ; k ++) {
+			std::vector < std::string > t = words(freqs[k]);
+			ASSERT_EQ(t.size(), 3u);
+			EXPECT_EQ(t[0], std::to_string(k));
+			EXPECT_EQ(t[1].size(), w.second);
+			EXPECT_TRUE(seen.insert(t[1]).second) << t[1];
+			sum += std::stod(t[2]);
+		}
+		EXPECT_NEAR(sum, 1.0, 1e-4) << w.first;
+
+		std::map < int, double > total;
+		std::map < int, int > types, next;
+		for (const std::string & l : lines(readCompressed(d.file(w.first + ".pairs.gz")))) {
+			std::vector < std::string > t = words(l);
+			int ind = std::stoi(t[0]), type = std::stoi(t[1]);
+			ASSERT_EQ(t.size(), 7u + type) << l;
+			EXPECT_EQ(std::stoi(t[5]), next[ind] ++) << l;
+			EXPECT_EQ(t[6].size(), 7u) << l;
+			total[ind] += std::stod(t[6]);
+			types[type] += std::stoi(t[5]) == 0;
+			for (int k = 7 ; k < 7 + type ; k ++) EXPECT_LT(std::stoul(t[k]), freqs.size()) << l;
+		}
+		EXPECT_EQ(total.size(), 19u) << w.first;
+		for (const auto & x : total) EXPECT_NEAR(x.second, 1.0, 5e-5) << w.first << " record " << x.first;
+		EXPECT_EQ(types, (std::map < int, int > { { 2, 16 }, { 3, 2 }, { 4, 1 } })) << w.first;
+	}
+	EXPECT_TRUE(has(d.read("c.log"), "\nSampling haplotypes 0\nSampling haplotypes 1\n"));
+	EXPECT_TRUE(has(d.read("c.log"), "  * 3 windows read\n"));
+
+	RunResult none = runSorvane("-convert --input-graph a.graph --input-sets sets --replicate 0 -L c0", d.path);
+	ASSERT_EQ(none.status, 0) << none.out;
+	for (std::string w : { "w1", "w2", "w3" }) for (std::string suffix : { ".pairs.gz", ".freqs.gz" })
+		EXPECT_EQ(readCompressed(d.file(w + suffix)), "") << w << suffix;
+}
+
+// HAPS/SAMPLE into HAPS (unchanged), the reference triple and VCF, the VCF also compressed
+// and read back by bcftools; then subset by samples and sites.
+TEST(cli_convert, HaplotypeFiles) {
+	TempDir d;
+	d.write("in.haps", small_haps);
+	d.write("in.sample", small_sample);
+	RunResult r = runSorvane("-convert --input-haps in --output-haps o --output-ref r --output-vcf o.vcf -L c", d.path);
+	ASSERT_EQ(r.status, 0) << r.out;
+	EXPECT_TRUE(has(d.read("c.log"), "\nMODE -convert : CONVERTING/SUBSETTING SORVANE HAPLOTYPES\n"));
+	EXPECT_EQ(d.read("o.haps"), small_haps);
+	EXPECT_EQ(d.read("o.sample"), small_sample);
+	EXPECT_EQ(d.read("r.samples"), "ID_1 ID_2 missing\nF1 S1 0\nF2 S2 0\nF3 S3 0\n");
+	EXPECT_EQ(d.read("r.legend"), "id position a0 a1\nrs1 100 A G\nrs2 200 C T\nrs3 300 G A\nrs4 400 T C\n");
+	EXPECT_EQ(d.read("r.haplotypes"), "0 1 1 1 0 0\n1 0 0 1 1 1\n0 0 1 0 0 1\n1 1 0 0 1 0\n");
+	std::string vcf = d.read("o.vcf");
+	EXPECT_TRUE(has(vcf, "##fileformat=VCFv4.1\n##fileDate=")) << vcf;
+	EXPECT_TRUE(has(vcf, "\n##source=SORVANE2.v904\n##log_file=c.log\n##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased Genotype\">\n"
+		"#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tS1\tS2\tS3\n"
+		"1\t100\trs1\tA\tG\t.\tPASS\t.\tGT\t0|1\t1|1\t0|0\n1\t200\trs2\tC\tT\t.\tPASS\t.\tGT\t1|0\t0|1\t1|1\n")) << vcf;
+
+	r = runSorvane("-convert --input-haps in.haps in.sample --output-vcf o.vcf.gz -L c", d.path);
+	ASSERT_EQ(r.status, 0) << r.out;
+	int status = system(("cd " + d.path + " && bcftools query -f '%POS[ %GT]\\n' o.vcf.gz > query 2> query.err").c_str());
+	ASSERT_EQ(status, 0) << d.read("query.err");
+	EXPECT_FALSE(has(d.read("query.err"), "[E::")) << d.read("query.err");
+	std::string expected;
+	for (const std::string & l : lines(small_haps)) {
+		std::vector < std::string > t = words(l);
+		expected += t[2];
+		for (int i = 0 ; i < 3 ; i ++) expected += " " + t[5 + 2 * i] + "|" + t[6 + 2 * i];
+		expected += "\n";
+	}
+	EXPECT_EQ(d.read("query"), expected);
+
+	d.write("drop", "S2\n");
+	d.write("sites", "300\n");
+	r = runSorvane("-convert --input-haps in --output-haps sub --exclude-ind drop --exclude-snp sites --output-from 150 -L c", d.path);
+	ASSERT_EQ(r.status, 0) << r.out;
+	EXPECT_EQ(d.read("sub.sample"), "ID_1 ID_2 missing\n0 0 0\nF1 S1 0\nF3 S3 0\n");
+	EXPECT_EQ(d.read("sub.haps"), "1 rs2 200 C T 1 0 1 1\n1 rs4 400 T C 1 1 1 0\n");
+}
+
+// Every refusal of the file checks, before anything is read; outputs that the input does
+// not use draw a warning and are never created.
+TEST(cli_convert, ChecksAndWarnings) {
+	TempDir d;
+	d.write("in.haps", small_haps);
+	d.write("in.sample", small_sample);
+	d.write("g.graph", "not read");
+	const std::vector < std::pair < std::string, std::string > > refusals = {
+		{ "--output-haps o", "You must specify exactly one input file with --input-graph or --input-haps" },
+		{ "--input-haps in --input-graph g.graph --output-haps o", "You must specify exactly one input file with --input-graph or --input-haps" },
+		{ "--input-graph g.graph", "You must specify at least one output file with --output-max, --output-sample or --input-sets" },
+		{ "--input-graph g.graph --output-haps o", "You must specify at least one output file with --output-max, --output-sample or --input-sets" },
+		{ "--input-haps in --output-max o", "You must specify at least one output file with --output-haps or --output-ref or --output-vcf" },
+		{ "--input-graph g.graph g.graph --output-max o", "Incorrect number of arguments given to --input-graph" },
+		{ "--input-haps in.haps in.sample in.haps --output-haps o", "Incorrect number of arguments given to --input-haps(it must be 2 files)" },
+		{ "--input-graph g.graph --output-max a b c", "Incorrect number of arguments given to --output-max" },
+		{ "--input-graph g.graph --output-sample a b c", "Incorrect number of arguments given to --output-sample" },
+		{ "--input-haps in --output-haps a b c", "Incorrect number of arguments given to --output-haps" },
+		{ "--input-haps in --output-ref a b", "Incorrect number of arguments given to --output-ref" },
+		{ "--input-graph missing.graph --output-max o", "missing.graph is impossible to open, check file existence or reading permissions" },
+		{ "--input-graph g.graph --input-sets nosets --output-max o", "nosets is impossible to open, check file existence or reading permissions" },
+		{ "--input-haps in.haps --output-haps o", "in.haps.haps is impossible to open, check file existence or reading permissions" },
+		{ "--input-haps in --output-vcf nodir/o.vcf", "nodir/o.vcf is impossible to create, check writing permissions" },
+		{ "--input-haps in --output-ref nodir/r", "nodir/r.haplotypes is impossible to create, check writing permissions" },
+	};
+	for (const auto & c : refusals) {
+		RunResult r = runSorvane("-convert " + c.first + " -L c", d.path);
+		EXPECT_EQ(r.status, 1) << c.first;
+		EXPECT_TRUE(has(r.out, "ERROR:\033[0m " + c.second + "\n")) << c.first << "\n" << r.out;
+		EXPECT_FALSE(has(r.out, "Reading")) << c.first;
+	}
+	RunResult r = runSorvane("-convert --input-haps in --output-haps o --output-max m --output-sample s -L c", d.path);
+	EXPECT_EQ(r.status, 0) << r.out;
+	EXPECT_TRUE(has(d.read("c.log"), "WARNING: Options --output-max and --output-sample are unused when specifying --input-haps\n"));
+	EXPECT_FALSE(has(d.read("c.log"), "Options --output-haps, --output-ref"));
+	EXPECT_EQ(d.read("o.haps"), small_haps);
+
+	phaseWithGraphs(d);
+	r = runSorvane("-convert --input-graph a.graph --output-max m --output-haps h --output-vcf v.vcf -L c", d.path);
+	EXPECT_EQ(r.status, 0) << r.out;
+	EXPECT_TRUE(has(d.read("c.log"), "WARNING: Options --output-haps, --output-ref and --output-vcf cannot be used when specifying --input-graph\n"));
+	EXPECT_EQ(lines(d.read("m.haps")).size(), lines(d.read("a.haps")).size());
+	for (std::string unused : { "h.haps", "h.sample", "v.vcf", "s.haps" }) EXPECT_FALSE(std::ifstream(d.file(unused)).good()) << unused;
+}

@@ -1,0 +1,26 @@
+#ifndef _EXAMPLE_SUBSET_H
+#define _EXAMPLE_SUBSET_H
+
+#include "test_utils.h"
+
+#include <string>
+
+namespace exsubset {
+
+// 23 samples with two duos (IND0003-IND0004, IND0010-IND0011) and one trio
+// (IND0056, IND0057 -> IND0058) over the first 100 kb of the example. With the pedigree
+// (PED, GEN, BED) these make 16 unrelated graphs, 2 duo graphs and 1 trio graph; the VCF
+// has no pedigree and gives 23 unrelated graphs.
+extern const int LAST_BP;
+
+// Writes the sample list "subset" into the folder.
+void writeSubset(const testutils::TempDir & d);
+// Options that restrict a run to the subset, with short iterations.
+std::string subsetArgs();
+// Checks the shape of a HAPS/SAMPLE pair of the subset and that each sample's two
+// haplotypes add up to its genotype wherever that is not missing. Returns the number of sites.
+int checkPhased(const testutils::TempDir & d, const std::string & stem);
+
+}
+
+#endif
