@@ -264,6 +264,7 @@ TEST(cli_convert, ChecksAndWarnings) {
 		{ "--input-haps in.haps --output-haps o", "in.haps.haps is impossible to open, check file existence or reading permissions" },
 		{ "--input-haps in --output-vcf nodir/o.vcf", "nodir/o.vcf is impossible to create, check writing permissions" },
 		{ "--input-haps in --output-ref nodir/r", "nodir/r.haplotypes is impossible to create, check writing permissions" },
+		{ "--input-graph g.graph --input-sets g.graph --replicate -1", "You must specify a --replicate value of at least 0" },
 	};
 	for (const auto & c : refusals) {
 		RunResult r = runSorvane("-convert " + c.first + " -L c", d.path);

@@ -48,6 +48,7 @@ void converter::declare_options() {
 
 void converter::check_options() {
 	sorvane::check_options();
+	if (options["replicate"].as < int > () < 0) LOG.error("You must specify a --replicate value of at least 0");
 }
 
 bool converter::fromGraphs() {
