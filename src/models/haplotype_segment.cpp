@@ -7,8 +7,7 @@
 #include <algorithm>
 #include <cmath>
 
-// At most 8 fragments a segment: one byte holds a set of fragments.
-static const int max_fragments = 8;
+static const int max_fragments = segment_links::max_fragments;
 // Every 50 sites the lattices are divided by their total, all fragments together.
 static const int rescale_step = 50;
 static const double underflow = 1e-300;
@@ -56,32 +55,13 @@ haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype >
 }
 
 void haplotype_segment::expectation(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < double > > > & prob) {
-	setLinks(G);
+	links.set(G);
 	run(G, M, prob, "UNR");
 }
 
 void haplotype_segment::expectation(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < bool > > > & mask, std::vector < std::vector < std::vector < double > > > & prob) {
-	setLinks(G, mask);
+	links.set(G, mask);
 	run(G, M, prob, "PED");
-}
-
-// Every fragment of a segment may follow every fragment of the one before.
-void haplotype_segment::setLinks(genotype_graph * G) {
-	const int S = G->HapsC.size();
-	links.assign(max_fragments * (S + 1), 0);
-	for (int g = 0 ; g <= S ; g ++) {
-		const int rows = g ? G->HapsC[g - 1] : 1, cols = g < S ? G->HapsC[g] : 1;
-		for (int p = 0 ; p < rows ; p ++) links[max_fragments * g + p] = (unsigned char)((1 << cols) - 1);
-	}
-}
-
-void haplotype_segment::setLinks(genotype_graph * G, std::vector < std::vector < std::vector < bool > > > & mask) {
-	const int S = G->HapsC.size();
-	links.assign(max_fragments * (S + 1), 0);
-	for (int g = 0 ; g <= S ; g ++)
-		for (int p = 0 ; p < (int)mask[g].size() ; p ++)
-			for (int h = 0 ; h < (int)mask[g][p].size() ; h ++)
-				if (mask[g][p][h]) links[max_fragments * g + p] |= (unsigned char)(1 << h);
 }
 
 void haplotype_segment::run(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < double > > > & prob, const std::string & form) {
@@ -117,25 +97,6 @@ void haplotype_segment::prepareWindow(int w) {
 		condBits[k] = H[idx].data.data();
 		condMiss[k] = idx < (int)GH.hap2ind.size() ? &GH.vecG[GH.hap2ind[idx]]->Miss : nullptr;
 	}
-}
-
-// Fragments of segment s in use: those entered by some pair of its incoming group.
-unsigned int haplotype_segment::active(int s) const {
-	unsigned int act = 0;
-	for (int p = 0 ; p < max_fragments ; p ++) act |= links[max_fragments * s + p];
-	return act;
-}
-
-// Fragments of segment s - 1 that feed fragment h of segment s.
-unsigned int haplotype_segment::forwardSources(int s, int h) const {
-	unsigned int src = 0;
-	for (int p = 0 ; p < max_fragments ; p ++) if ((links[max_fragments * s + p] >> h) & 1) src |= 1u << p;
-	return src;
-}
-
-// Fragments of segment s + 1 that fragment h of segment s feeds.
-unsigned int haplotype_segment::backwardSources(int s, int h) const {
-	return links[max_fragments * (s + 1) + h];
 }
 
 // Gathers the conditioning alleles once for the site (from a byte cached for 8 sites) and
@@ -212,7 +173,7 @@ void haplotype_segment::forward(genotype_graph * G, hmm_parameters & M, int w) {
 		double * cur, * cursum;
 		const double * old, * oldsum;
 		buffers(rel, cur, cursum, old, oldsum);
-		const unsigned int act = active(s);
+		const unsigned int act = links.active(s);
 		loadSite(G, s, i, l, act, M.ed, M.ee, 1.0, fa);
 		if (rel == 0) std::fill(mix.begin(), mix.end(), 1.0);
 		unsigned int mixed = 0;
@@ -222,7 +183,7 @@ void haplotype_segment::forward(genotype_graph * G, hmm_parameters & M, int w) {
 			else if (i == 0) {
 				// All allowed fragments of the previous segment feed this one; fragments
 				// with the same sources share one mixed row.
-				const unsigned int src = forwardSources(s, h);
+				const unsigned int src = links.forwardSources(s, h);
 				if (src != mixed) mixSources(src, old, oldsum, M.nrec[l - 1], M.recN[l - 1]);
 				mixed = src;
 				cursum[h] = updateRow(mix.data(), 1.0, 0.0, e, cur + h * K, K);
@@ -247,7 +208,7 @@ void haplotype_segment::backward(genotype_graph * G, hmm_parameters & M, int w) 
 		double * cur, * cursum;
 		const double * old, * oldsum;
 		buffers(rel, cur, cursum, old, oldsum);
-		const unsigned int act = active(s);
+		const unsigned int act = links.active(s);
 		// The last site starts from the emission divided by K; a cell without emission
 		// stays at 0 there.
 		if (l == stop[w]) {
@@ -259,7 +220,7 @@ void haplotype_segment::backward(genotype_graph * G, hmm_parameters & M, int w) 
 			const double * e = emit.data() + fa[h] * K;
 			if (l == stop[w]) cursum[h] = updateRow(mix.data(), 1.0, 0.0, e, cur + h * K, K);
 			else if (i == (int)G->HapsS[s] - 1) {
-				const unsigned int src = backwardSources(s, h);
+				const unsigned int src = links.backwardSources(s, h);
 				if (src != mixed) mixSources(src, old, oldsum, M.nrec[l], M.recN[l]);
 				mixed = src;
 				cursum[h] = updateRow(mix.data(), 1.0, 0.0, e, cur + h * K, K);
@@ -309,7 +270,7 @@ void haplotype_segment::interior(genotype_graph * G, hmm_parameters & M, int w, 
 		for (int p = 0 ; p < P ; p ++) for (int h = 0 ; h < C ; h ++) {
 			double & cell = prob[s][p][h];
 			cell = 0.0;
-			if ((links[max_fragments * s + p] >> h) & 1) cell = updateRow(F + p * K, M.nrec[l - 1], FS[p] * M.recN[l - 1], B + h * K, mix.data(), K);
+			if (links.linked(s, p, h)) cell = updateRow(F + p * K, M.nrec[l - 1], FS[p] * M.recN[l - 1], B + h * K, mix.data(), K);
 			total += cell;
 		}
 		if (total < underflow) throw myException("Underflow in expectation" + form + " / i=" + G->name + " s=" + sutils::int2str(w) + " b=" + sutils::int2str(s) + " sp=" + sutils::double2str(total, 10));

@@ -3,6 +3,7 @@
 
 #include "containers/genhap_set/genhap_set.h"
 #include "models/hmm_parameters.h"
+#include "models/segment_links.h"
 #include "objects/chaplotype.h"
 #include "objects/genotype_graph.h"
 
@@ -50,9 +51,7 @@ public:
 
 private:
 	int K;
-	// Per group g, 8 bytes: byte 8g + p has bit h set if fragment p of segment g - 1 may
-	// go to fragment h of segment g. All pairs in the plain form, the mask in the other.
-	std::vector < unsigned char > links;
+	segment_links links;
 	// Per site: the conditioning alleles and missing flags, and one emission row per allele
 	// of the unit (row a at a * K).
 	std::vector < unsigned char > alleles;
@@ -68,8 +67,6 @@ private:
 	std::vector < unsigned char > condByte;
 	int cachedByte;
 
-	void setLinks(genotype_graph * G);
-	void setLinks(genotype_graph * G, std::vector < std::vector < std::vector < bool > > > & mask);
 	void run(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < double > > > & prob, const std::string & form);
 	void prepareWindow(int w);
 
@@ -78,9 +75,6 @@ private:
 	void backward(genotype_graph * G, hmm_parameters & M, int w);
 
 	void buffers(int rel, double *& cur, double *& cursum, const double *& old, const double *& oldsum);
-	unsigned int active(int s) const;
-	unsigned int forwardSources(int s, int h) const;
-	unsigned int backwardSources(int s, int h) const;
 	void loadSite(genotype_graph * G, int s, int i, int l, unsigned int act, double match, double mismatch, double none, int * fa);
 	void mixSources(unsigned int src, const double * old, const double * oldsum, double nrec, double recN);
 	void rescale(double * cur, double * cursum, unsigned int act);

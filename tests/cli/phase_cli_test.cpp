@@ -96,8 +96,6 @@ TEST(cli_phase, UnbuiltOptionsStop) {
 	const std::string E = SORVANE_EXAMPLE_DATA;
 	const std::string base = "--input-vcf " + E + "/cohort.vcf.gz" + subsetArgs() + "--output-max o -L log ";
 	const std::vector < std::pair < std::string, std::string > > cases = {
-		{ "--model-version1", "The --model-version1 option is not available in this build yet" },
-		{ "--no-mcmc --input-ref " + E + "/reference.haplotypes " + E + "/reference.legend " + E + "/reference.samples", "The --no-mcmc option is not available in this build yet" },
 		{ "--duohmm", "The --duohmm option is not available in this build yet" },
 	};
 	for (const std::pair < std::string, std::string > & c : cases) {

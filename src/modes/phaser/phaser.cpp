@@ -24,10 +24,6 @@ phaser::~phaser() {
 // Options whose models are not built yet stop the run before any data is read, rather
 // than after a long MCMC.
 void phaser::stopOnUnbuiltOptions() {
-	if (options.count("no-mcmc"))
-		LOG.error("The --no-mcmc option is not available in this build yet: phasing against the reference panel alone needs the graph-based conditioning model, which is not built");
-	if (model_version1)
-		LOG.error("The --model-version1 option is not available in this build yet: the graph-based conditioning model is not built");
 	if (options.count("duohmm"))
 		LOG.error("The --duohmm option is not available in this build yet: the pedigree refinement of family haplotypes is not built");
 }
@@ -40,7 +36,8 @@ void phaser::phase(std::vector < std::string > & args) {
 	verbose_mode();
 	verbose_options();
 	read_files_and_initialise();
-	phaseMcmc();
+	if (options.count("no-mcmc")) phaseNoMcmc();
+	else phaseMcmc();
 	write_files_and_finalise();
 }
 

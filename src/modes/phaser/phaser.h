@@ -2,6 +2,7 @@
 #define _PHASER_H
 
 #include "containers/genhap_set/genhap_set.h"
+#include "models/haplotype_graph.h"
 #include "models/hmm_parameters.h"
 #include "modes/sorvane.h"
 
@@ -44,6 +45,10 @@ public:
 	std::vector < std::vector < int > > copy_bounds;
 	// Per thread, per mask, per transition group: 8 x 8 tables of transition probabilities.
 	std::vector < std::vector < std::vector < std::vector < std::vector < double > > > > > thread_probs;
+	// The allowed haplotypes compressed into one graph, alive during one graph-form iteration,
+	// and the list of those haplotypes that it was built from.
+	std::unique_ptr < haplotype_graph > graph_model;
+	std::vector < int > graph_haps;
 	// Header lines of the SAMPLE file, kept for the output once the readers are gone.
 	std::string sample_header1;
 	std::string sample_header2;
@@ -70,20 +75,29 @@ public:
 	void desallocateMemory();
 	void shuffle();
 	void phaseMcmc();
+	void phaseNoMcmc();
 	void phaseIteration(std::string name);
 	void phaseSegment(std::string name);
 	void phaseSegmentPredefined(std::string name);
 	void phaseSegment(int slot);
 	void phaseSegmentPredefined(int slot);
+	void phaseGraph(std::string name);
+	void phaseGraph(int slot);
 
 private:
 	void checkRange(const std::string & option, int low, int high);
-	void runBatches(std::string name, void * (*callback)(void *), void (phaser::*step)(int));
-	void runModel(int ind, int slot, std::vector < std::vector < int > > & conditional_index, std::vector < int > & left_site, std::vector < int > & right_site, std::vector < int > & left_segment, std::vector < int > & right_segment);
+	// One iteration by batches; in the graph form the batch's families leave graph_model
+	// while the batch runs, instead of being masked.
+	void runBatches(std::string name, void * (*callback)(void *), void (phaser::*step)(int), bool graph);
+	void batchFamilyHaplotypes(std::vector < int > & haps);
+	// Expectation of the copying model, a new draw and, after burn-in, the stored
+	// probabilities; `count` adds to n_sampled and n_stored.
+	template < class Model > void runModel(int ind, int slot, Model & model, bool count);
 };
 
 // Thread entries of one batch: each thread claims one slot of idx_workers and phases that individual.
 void * phaseSegment_callback(void * arg);
 void * phaseSegmentPredefined_callback(void * arg);
+void * phaseGraph_callback(void * arg);
 
 #endif

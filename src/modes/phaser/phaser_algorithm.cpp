@@ -28,7 +28,8 @@ void phaser::phaseSegment(int slot) {
 	std::vector < std::vector < int > > conditional_index;
 	GH.conditioningSets(hap_mask, ind, n, left_site, right_site, conditional_index);
 	for (unsigned int k = 0 ; k < conditional_index.size() ; k ++) sorvane_assert((int)conditional_index[k].size() >= min_conditioning);
-	runModel(ind, slot, conditional_index, left_site, right_site, left_segment, right_segment);
+	haplotype_segment HS(GH, GH.vecH, conditional_index, left_segment, right_segment, left_site, right_site);
+	runModel(ind, slot, HS, true);
 }
 
 // The same with the windows and conditioning haplotypes that the user gave.
@@ -53,26 +54,41 @@ void phaser::phaseSegmentPredefined(int slot) {
 		autils::findUniqueSet(selected, conditional_index[k]);
 		sorvane_assert((int)conditional_index[k].size() >= min_conditioning);
 	}
-	runModel(ind, slot, conditional_index, left_site, right_site, left_segment, right_segment);
+	haplotype_segment HS(GH, GH.vecH, conditional_index, left_segment, right_segment, left_site, right_site);
+	runModel(ind, slot, HS, true);
 }
 
-void phaser::runModel(int ind, int slot, std::vector < std::vector < int > > & conditional_index, std::vector < int > & left_site, std::vector < int > & right_site, std::vector < int > & left_segment, std::vector < int > & right_segment) {
+// One individual against the graph of all allowed haplotypes; the counters are left alone.
+void phaser::phaseGraph(int slot) {
+	int ind = idx_workers[slot];
+	if (GH.vecG[ind]->phased()) return;
+	runModel(ind, slot, *graph_model, false);
+}
+
+template < class Model > void phaser::runModel(int ind, int slot, Model & model, bool count) {
 	genotype_graph * G = GH.vecG[ind];
 	try {
-		haplotype_segment HS(GH, GH.vecH, conditional_index, left_segment, right_segment, left_site, right_site);
 		std::vector < std::vector < std::vector < std::vector < double > > > > & probs = thread_probs[slot];
 		if (G->type <= 2) {
-			HS.expectation(G, hmm, probs[0]);
+			model.expectation(G, hmm, probs[0]);
 			double r = putils::getRandom();
-			n_sampled += G->sample(GH.vecH, GH.ind2hap[ind], probs[0], r < p_random);
-			if (!stage_burnin) n_stored += G->store(probs[0]);
+			int sampled = G->sample(GH.vecH, GH.ind2hap[ind], probs[0], r < p_random);
+			int stored = stage_burnin ? 0 : G->store(probs[0]);
+			if (count) {
+				n_sampled += sampled;
+				n_stored += stored;
+			}
 		} else {
 			std::vector < std::vector < std::vector < std::vector < bool > > > > masks;
 			G->mask(masks);
-			for (unsigned int k = 0 ; k < masks.size() ; k ++) HS.expectation(G, hmm, masks[k], probs[k]);
+			for (unsigned int k = 0 ; k < masks.size() ; k ++) model.expectation(G, hmm, masks[k], probs[k]);
 			double r = putils::getRandom();
-			n_sampled += G->sample(GH.vecH, GH.ind2hap[ind], probs, r < p_random);
-			if (!stage_burnin) n_stored += G->store(probs);
+			int sampled = G->sample(GH.vecH, GH.ind2hap[ind], probs, r < p_random);
+			int stored = stage_burnin ? 0 : G->store(probs);
+			if (count) {
+				n_sampled += sampled;
+				n_stored += stored;
+			}
 		}
 	} catch (myException & e) {
 		LOG.error(e.what());

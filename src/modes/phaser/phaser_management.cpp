@@ -5,6 +5,7 @@
 #include "output/graph_writer.h"
 #include "output/haplotype_writer.h"
 #include "utils/assertion.h"
+#include "utils/autils.h"
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
@@ -92,35 +93,81 @@ void phaser::phaseMcmc() {
 	normaliser(GH, n_thread).normalise();
 }
 
+// Against the reference panel alone: one burn-in in the graph form whatever the model,
+// then one pruning and one main iteration.
+void phaser::phaseNoMcmc() {
+	stage_burnin = true;
+	p_random = 0.0;
+	shuffle();
+	if (!predefined_states) phaseGraph("Burn-in iteration [1/1]");
+	stage_burnin = false;
+	p_random = 0.0;
+	shuffle();
+	phaseIteration("Pruning iteration [1/1]");
+	pruner(GH, 0.99, n_thread).prune();
+	GH.summarise();
+	shuffle();
+	phaseIteration("Main iteration [1/1]");
+	normaliser(GH, n_thread).normalise();
+}
+
 void phaser::phaseIteration(std::string name) {
-	if (predefined_states) phaseSegmentPredefined(name);
+	if (model_version1) phaseGraph(name);
+	else if (predefined_states) phaseSegmentPredefined(name);
 	else phaseSegment(name);
 }
 
 void phaser::phaseSegment(std::string name) {
-	runBatches(name, phaseSegment_callback, &phaser::phaseSegment);
+	runBatches(name, phaseSegment_callback, &phaser::phaseSegment, false);
 }
 
 void phaser::phaseSegmentPredefined(std::string name) {
-	runBatches(name, phaseSegmentPredefined_callback, &phaser::phaseSegmentPredefined);
+	runBatches(name, phaseSegmentPredefined_callback, &phaser::phaseSegmentPredefined, false);
+}
+
+// All allowed haplotypes go into one graph for the iteration.
+void phaser::phaseGraph(std::string name) {
+	runBatches(name, phaseGraph_callback, &phaser::phaseGraph, true);
+}
+
+// Allowed haplotypes of the families of the batch's individuals, ascending, once each.
+void phaser::batchFamilyHaplotypes(std::vector < int > & haps) {
+	haps.clear();
+	for (int ind : idx_workers) if (ind >= 0)
+		for (int r : GH.relatives[ind]) for (int h : GH.ind2hap[r]) if (hap_mask[h]) haps.push_back(h);
+	std::sort(haps.begin(), haps.end());
+	haps.erase(std::unique(haps.begin(), haps.end()), haps.end());
 }
 
 // One iteration by batches of T individuals, one thread each. The haplotypes of the whole
-// batch are masked out of every conditioning set of the batch, so threads write their own
-// haplotypes into vecH without locks; the batch ends when all threads are joined.
-void phaser::runBatches(std::string name, void * (*callback)(void *), void (phaser::*step)(int)) {
+// batch are kept out of every conditioning set of the batch, so threads write their own
+// haplotypes into vecH without locks; the batch ends when all threads are joined. The window
+// form masks them; the graph form takes them out of the graph and puts them back in their
+// new form after the batch, so that the graph follows the samples.
+void phaser::runBatches(std::string name, void * (*callback)(void *), void (phaser::*step)(int), bool graph) {
 	LOG.println("");
 	LOG.printL(name);
 	const int T = n_thread;
 	int N = GH.vecG.size();
 	n_sampled = 0;
 	n_stored = 0;
+	if (graph) {
+		hap_mask = conditioningMask();
+		autils::findUniqueSet(hap_mask, graph_haps);
+		graph_model.reset(new haplotype_graph(GH.vecH, graph_haps, options["states"].as < int > ()));
+	}
+	std::vector < int > moved;
 	int done = 0;
 	while (done < N) {
 		idx_workers = std::vector < int > (T, -1);
 		for (int t = 0 ; t < T && done + t < N ; t ++) idx_workers[t] = orderG[done + t];
-		hap_mask = conditioningMask();
-		GH.subsetHaplotypes_thread(hap_mask, idx_workers);
+		if (graph) {
+			batchFamilyHaplotypes(moved);
+			for (int h : moved) graph_model->rem(GH.vecH[h]);
+		} else {
+			hap_mask = conditioningMask();
+			GH.subsetHaplotypes_thread(hap_mask, idx_workers);
+		}
 		if (T < 2) (this->*step)(0);
 		else {
 			i_workers = 0;
@@ -128,8 +175,15 @@ void phaser::runBatches(std::string name, void * (*callback)(void *), void (phas
 			for (int t = 0 ; t < T ; t ++) pthread_join(id_workers[t], NULL);
 		}
 		done = std::min(done + T, N);
-		LOG.printC("\r" + name + " [" + sutils::int2str(done) + "/" + sutils::int2str(N) + "]");
+		std::string progress = "\r" + name + " [" + sutils::int2str(done) + "/" + sutils::int2str(N) + "]";
+		if (graph) {
+			for (int h : moved) graph_model->add(GH.vecH[h]);
+			const int levels = graph_model->levels.size();
+			progress += " (Hg:b=" + sutils::double2str((double)GH.sites->size() / levels, 1) + "/s=" + sutils::int2str(levels) + ")";
+		}
+		LOG.printC(progress);
 	}
+	graph_model.reset();
 	LOG.println("");
 }
 
@@ -151,6 +205,13 @@ void * phaseSegmentPredefined_callback(void * arg) {
 	phaser * P = static_cast < phaser * > (arg);
 	int slot = claimSlot(P);
 	if (P->idx_workers[slot] >= 0) P->phaseSegmentPredefined(slot);
+	return NULL;
+}
+
+void * phaseGraph_callback(void * arg) {
+	phaser * P = static_cast < phaser * > (arg);
+	int slot = claimSlot(P);
+	if (P->idx_workers[slot] >= 0) P->phaseGraph(slot);
 	return NULL;
 }
 

@@ -1,0 +1,173 @@
+#ifndef _MODEL_TEST_UTILS_H
+#define _MODEL_TEST_UTILS_H
+
+#include "containers/genhap_set/genhap_set.h"
+#include "models/hmm_parameters.h"
+#include "objects/genotype_graph_test_utils.h"
+#include "utils/putils.h"
+
+#include <algorithm>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <numeric>
+#include <string>
+#include <vector>
+
+typedef std::vector < std::vector < std::vector < double > > > matrices;
+typedef std::vector < std::vector < std::vector < bool > > > mask_set;
+
+namespace modeltest {
+
+// A unit's graph built from random genotypes, and the haplotypes it copies from: the first
+// 2 * n_samples belong to study samples whose graphs carry only their Miss flags, the rest
+// to a panel.
+struct Scene {
+	static const int n_samples = 3, n_panel = 6;
+	genhap_set GH;
+	std::unique_ptr < genotype_graph > G;
+	hmm_parameters M;
+	std::vector < std::vector < int > > cond;
+	std::vector < int > start, stop, segStart, segStop;
+
+	Scene(int type, int L, double het, double miss, bool oneWindow) {
+		for (int i = 0 ; i < n_samples ; i ++) {
+			GH.vecG.push_back(new genotype_graph(2, i));
+			for (int l = 0 ; l < L ; l ++) GH.vecG[i]->Miss.push_back(putils::getRandom() < 0.3);
+			for (int j = 0 ; j < 2 ; j ++) GH.hap2ind.push_back(i);
+		}
+		for (int k = 0 ; k < 2 * n_samples + n_panel ; k ++) {
+			GH.vecH.push_back(chaplotype(L));
+			for (int l = 0 ; l < L ; l ++) GH.vecH[k].set(l, putils::getRandom() < 0.35);
+		}
+		build(type, L, het, miss);
+		for (std::vector < double > * v : { &M.t, &M.rec, &M.recN, &M.nrec }) v->resize(L - 1);
+		for (double & t : M.t) t = 0.01 + putils::getRandom();
+		M.update(20, 6);
+		const int S = G->HapsC.size();
+		if (oneWindow) G->cluster(100, 1000, start, stop, segStart, segStop);
+		else G->cluster(S * 10, 30, start, stop, segStart, segStop);
+		// 4 to 8 distinct haplotypes, the first of the panel: if every state had no
+		// emission at the last site, the backward pass would have nothing left to carry.
+		for (unsigned int w = 0 ; w < start.size() ; w ++) {
+			cond.push_back({ 2 * n_samples + putils::getRandom(n_panel) });
+			for (unsigned int n = 4 + putils::getRandom(5) ; cond[w].size() < n ; ) {
+				const int k = putils::getRandom(GH.vecH.size());
+				if (std::find(cond[w].begin(), cond[w].end(), k) == cond[w].end()) cond[w].push_back(k);
+			}
+		}
+	}
+
+	// Members' haplotypes drawn per track; genotypes missing at rate miss.
+	void build(int type, int L, double het, double miss) {
+		static const std::vector < std::vector < int > > members[5] = { {}, { { 0 } }, { { 0, 1 } }, { { 0, 1 }, { 0, 2 } }, { { 0, 1 }, { 2, 3 }, { 0, 3 } } };
+		const std::vector < std::vector < int > > & who = members[type];
+		std::vector < std::vector < bool > > A(9, std::vector < bool > (L, false));
+		for (int l = 0 ; l < L ; l ++) {
+			int h[4];
+			for (int j = 0 ; j < type ; j ++) h[j] = putils::getRandom() < het;
+			for (unsigned int m = 0 ; m < who.size() ; m ++) {
+				// Missing at the last site too: the backward pass starts there.
+				const bool x = putils::getRandom() < miss || (miss > 0.0 && l == L - 1);
+				A[3 * m][l] = !x && h[who[m][0]];
+				A[3 * m + 1][l] = !x && who[m].size() > 1 && h[who[m][1]];
+				A[3 * m + 2][l] = x;
+			}
+		}
+		G.reset(new genotype_graph(type, 0));
+		if (type == 1) G->buildHap(A[0], A[2]);
+		else if (type == 2) G->buildUnr(A[0], A[1], A[2]);
+		else if (type == 3) G->buildDuo(A[0], A[1], A[2], A[3], A[4], A[5]);
+		else G->buildTrio(A[0], A[1], A[2], A[3], A[4], A[5], A[6], A[7], A[8]);
+		ASSERT_EQ(graphtest::fault(*G, L), "");
+	}
+
+	// Emission of conditioning haplotype c at site l for allele a; where the unit and c's
+	// sample are both missing there is none, except at the window's last site, where the
+	// backward pass starts such a state at 0.
+	double emission(int l, int a, int c, bool last) const {
+		if (G->Miss[l] && c < (int)GH.hap2ind.size() && GH.vecG[GH.hap2ind[c]]->Miss[l]) return last ? 0.0 : 1.0;
+		return GH.vecH[c].get(l) == a ? M.ed : M.ee;
+	}
+
+	// Li and Stephens likelihood of a full haplotype over the sites of window w.
+	double copying(const std::vector < int > & hap, int w, bool lastQuirk) const {
+		const std::vector < int > & C = cond[w];
+		std::vector < double > alpha(C.size(), 1.0), next(C.size());
+		for (int l = start[w] ; l <= stop[w] ; l ++) {
+			const double total = std::accumulate(alpha.begin(), alpha.end(), 0.0);
+			for (unsigned int k = 0 ; k < C.size() ; k ++) {
+				const double prior = l == start[w] ? 1.0 : alpha[k] * M.nrec[l - 1] + total * M.recN[l - 1];
+				next[k] = prior * emission(l, hap[l - start[w]], C[k], lastQuirk && l == stop[w]);
+			}
+			alpha.swap(next);
+		}
+		return std::accumulate(alpha.begin(), alpha.end(), 0.0);
+	}
+
+	// Reference matrices: every window enumerates all chains of fragments, one per segment,
+	// that the links allow, and adds the likelihood of each chain's haplotype to the cells
+	// of its fragment pairs; a later window overwrites. links(s, p, h) tells whether
+	// fragment p of segment s - 1 may precede fragment h of segment s (p = -1: h is usable).
+	matrices reference(const std::function < bool (int, int, int) > & links) const {
+		const int S = G->HapsC.size(), W = start.size();
+		matrices ref(S + 1, std::vector < std::vector < double > > (8, std::vector < double > (8, 0.0)));
+		for (int w = 0 ; w < W ; w ++) {
+			matrices cur(S + 1, std::vector < std::vector < double > > (8, std::vector < double > (8, 0.0)));
+			std::vector < int > chain;
+			std::function < void (int) > walk = [&](int s) {
+				if (s > segStop[w]) {
+					std::vector < int > hap;
+					for (int t = segStart[w] ; t <= segStop[w] ; t ++)
+						for (unsigned int i = 0 ; i < G->HapsS[t] ; i ++) hap.push_back(G->getA(t, chain[t - segStart[w]], i));
+					const double back = copying(hap, w, true);
+					for (int t = segStart[w] + 1 ; t <= segStop[w] ; t ++) cur[t][chain[t - 1 - segStart[w]]][chain[t - segStart[w]]] += back;
+					if (w == 0) cur[0][0][chain.front()] += back;
+					if (w == W - 1) cur[S][chain.back()][0] += copying(hap, w, false);
+					return;
+				}
+				for (int h = 0 ; h < (int)G->HapsC[s] ; h ++) {
+					if (!links(s, -1, h) || (s > segStart[w] && !links(s, chain.back(), h))) continue;
+					chain.push_back(h);
+					walk(s + 1);
+					chain.pop_back();
+				}
+			};
+			walk(segStart[w]);
+			for (int g = 0 ; g <= S ; g ++) {
+				const bool mine = (g > segStart[w] && g <= segStop[w]) || (g == 0 && w == 0) || (g == S && w == W - 1);
+				if (!mine) continue;
+				double total = 0.0;
+				for (auto & row : cur[g]) for (double x : row) total += x;
+				for (int a = 0 ; a < 8 ; a ++) for (int b = 0 ; b < 8 ; b ++) ref[g][a][b] = cur[g][a][b] / total;
+			}
+		}
+		return ref;
+	}
+
+	// Every cell of the graph's shape; the caller's matrices start at -1 so that a cell left
+	// unwritten shows.
+	void compare(const matrices & prob, const matrices & ref, const std::string & what) const {
+		const int S = G->HapsC.size();
+		for (int g = 0 ; g <= S ; g ++) for (int a = 0 ; a < (g ? (int)G->HapsC[g - 1] : 1) ; a ++) for (int b = 0 ; b < (g < S ? (int)G->HapsC[g] : 1) ; b ++)
+			ASSERT_NEAR(prob[g][a][b], ref[g][a][b], 1e-9) << what << " group " << g << " cell " << a << "," << b;
+	}
+};
+
+// The links of one track for Scene::reference: every pair for haploid and unrelated units,
+// the track's mask for duos and trios.
+inline std::function < bool (int, int, int) > trackLinks(int type, const mask_set & m) {
+	return [type, &m](int s, int p, int h) {
+		if (type < 3 || p >= 0) return type < 3 || m[s][p][h];
+		for (const auto & row : m[s]) if (row[h]) return true;
+		return false;
+	};
+}
+
+inline matrices fresh(int S) {
+	return matrices(S + 1, std::vector < std::vector < double > > (8, std::vector < double > (8, -1.0)));
+}
+
+}
+
+#endif
