@@ -6,6 +6,7 @@
 #include "modules/builder.h"
 #include "objects/snp_set.h"
 #include "utils/lfile.h"
+#include "mosaic.h"
 #include "utils/putils.h"
 
 #include <chrono>
@@ -17,15 +18,6 @@
 
 static const int n_sites = 10000, n_ancestral = 40;
 
-// Haplotypes copied from a few ancestral ones with rare switches and errors, so that the
-// cohort has linkage and a realistic, skewed frequency spectrum.
-static void drawHaplotype(const std::vector < std::vector < bool > > & ancestral, std::vector < bool > & h) {
-	int source = putils::getRandom(n_ancestral);
-	for (int l = 0 ; l < n_sites ; l ++) {
-		if (putils::getRandom() < 0.005) source = putils::getRandom(n_ancestral);
-		h[l] = ancestral[source][l] != (putils::getRandom() < 0.002);
-	}
-}
 
 static void addIndividual(genotype_reader & G, const std::vector < bool > & h0, const std::vector < bool > & h1) {
 	std::string id = "I" + std::to_string(G.ind_id.size());
@@ -47,15 +39,11 @@ static std::map < std::string, int > unit(int type, int child, int father, int m
 
 // A child takes one haplotype of each parent, a duo child a second one from outside.
 static void generate(genotype_reader & G, std::vector < std::map < std::string, int > > & units) {
-	std::vector < std::vector < bool > > ancestral(n_ancestral, std::vector < bool > (n_sites));
-	for (int l = 0 ; l < n_sites ; l ++) {
-		double u = putils::getRandom(), f = 0.5 * u * u;
-		for (int k = 0 ; k < n_ancestral ; k ++) ancestral[k][l] = putils::getRandom() < f;
-	}
+	mosaic ancestral(n_sites, n_ancestral);
 	std::vector < bool > a(n_sites), b(n_sites), c(n_sites), d(n_sites);
 	for (int t = 0 ; t < 30 ; t ++) {
 		int f = G.ind_id.size();
-		drawHaplotype(ancestral, a); drawHaplotype(ancestral, b); drawHaplotype(ancestral, c); drawHaplotype(ancestral, d);
+		ancestral.draw(a); ancestral.draw(b); ancestral.draw(c); ancestral.draw(d);
 		addIndividual(G, a, b);
 		addIndividual(G, c, d);
 		addIndividual(G, a, d);
@@ -63,14 +51,14 @@ static void generate(genotype_reader & G, std::vector < std::map < std::string, 
 	}
 	for (int t = 0 ; t < 30 ; t ++) {
 		int p = G.ind_id.size();
-		drawHaplotype(ancestral, a); drawHaplotype(ancestral, b); drawHaplotype(ancestral, c);
+		ancestral.draw(a); ancestral.draw(b); ancestral.draw(c);
 		addIndividual(G, a, b);
 		addIndividual(G, c, b);
 		units.push_back(t % 2 ? unit(3, p + 1, p, -1) : unit(3, p + 1, -1, p));
 	}
 	while (G.ind_id.size() < 1000) {
 		units.push_back(unit(2, G.ind_id.size(), -1, -1));
-		drawHaplotype(ancestral, a); drawHaplotype(ancestral, b);
+		ancestral.draw(a); ancestral.draw(b);
 		addIndividual(G, a, b);
 	}
 }
@@ -100,6 +88,5 @@ int main(int argc, char ** argv) {
 	}
 	printf("Built %d graphs of %d sites on %d thread(s) in %.2f s: %.1f segments and %.0f transitions a graph, %.1f MB in all\n",
 		(int)units.size(), n_sites, threads, seconds, (double)segments / units.size(), (double)transitions / units.size(), bytes / 1e6);
-	delete G.sites;
 	return 0;
 }

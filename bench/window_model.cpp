@@ -8,6 +8,7 @@
 #include "models/haplotype_segment.h"
 #include "objects/genotype_graph.h"
 #include "utils/lfile.h"
+#include "mosaic.h"
 #include "utils/putils.h"
 
 #include <chrono>
@@ -17,14 +18,6 @@
 
 static const int n_sites = 10000, n_ancestral = 40, n_states = 100;
 
-// Mosaic of a few ancestral haplotypes with rare switches and errors.
-static void drawHaplotype(const std::vector < std::vector < bool > > & ancestral, std::vector < bool > & h) {
-	int source = putils::getRandom(n_ancestral);
-	for (int l = 0 ; l < n_sites ; l ++) {
-		if (putils::getRandom() < 0.005) source = putils::getRandom(n_ancestral);
-		h[l] = ancestral[source][l] != (putils::getRandom() < 0.002);
-	}
-}
 
 static std::vector < bool > missingFlags() {
 	std::vector < bool > m(n_sites);
@@ -38,11 +31,7 @@ int main(int argc, char ** argv) {
 	LOG.muteL();
 	putils::initRandom(2024);
 
-	std::vector < std::vector < bool > > ancestral(n_ancestral, std::vector < bool > (n_sites));
-	for (int l = 0 ; l < n_sites ; l ++) {
-		double u = putils::getRandom(), f = 0.5 * u * u;
-		for (int k = 0 ; k < n_ancestral ; k ++) ancestral[k][l] = putils::getRandom() < f;
-	}
+	mosaic ancestral(n_sites, n_ancestral);
 
 	// 50 study samples, two haplotypes each, whose graphs only carry their missing flags.
 	genhap_set GH;
@@ -51,15 +40,15 @@ int main(int argc, char ** argv) {
 		GH.vecG.push_back(new genotype_graph(2, i));
 		GH.vecG.back()->Miss = missingFlags();
 		for (int j = 0 ; j < 2 ; j ++) {
-			drawHaplotype(ancestral, h);
+			ancestral.draw(h);
 			GH.vecH.push_back(chaplotype(h));
 			GH.hap2ind.push_back(i);
 		}
 	}
 
 	std::vector < bool > h0(n_sites), h1(n_sites), M0(n_sites), M1(n_sites), miss = missingFlags();
-	drawHaplotype(ancestral, h0);
-	drawHaplotype(ancestral, h1);
+	ancestral.draw(h0);
+	ancestral.draw(h1);
 	for (int l = 0 ; l < n_sites ; l ++) {
 		M0[l] = !miss[l] && h0[l];
 		M1[l] = !miss[l] && h1[l];

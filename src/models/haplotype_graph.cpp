@@ -4,6 +4,7 @@
 #include "utils/myException.h"
 #include "utils/putils.h"
 #include "utils/sutils.h"
+#include "utils/vector_clones.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,6 +13,35 @@ static const int max_fragments = segment_links::max_fragments;
 // Every 50 sites the lattices are divided by their total, all fragments together.
 static const int rescale_step = 50;
 static const double underflow = 1e-300;
+
+// Emission rows of the two alleles of the graph fragment: where the block fragment carries
+// allele 1, e1 gets the match term and e0 the mismatch term, and the reverse for allele 0.
+SORVANE_VECTOR_CLONES static void emissionRows(const unsigned char * __restrict__ a, double ed, double ee, double * __restrict__ e0, double * __restrict__ e1, int X) {
+	for (int x = 0 ; x < X ; x ++) {
+		const double v = a[x];
+		e1[x] = v * ed + (1.0 - v) * ee;
+		e0[x] = v * ee + (1.0 - v) * ed;
+	}
+}
+
+// One row within a block: c[x] = (r * cnt[x] + o[x] * nrec) * e[x], r being the switch
+// mass of the row; returns the row sum.
+SORVANE_VECTOR_CLONES static double blockRow(const double * __restrict__ o, double nrec, double r, const double * __restrict__ cnt, const double * __restrict__ e, double * __restrict__ c, int X) {
+	double s[4] = { 0.0, 0.0, 0.0, 0.0 };
+	int x = 0;
+	for (; x + 4 <= X ; x += 4)
+		for (int j = 0 ; j < 4 ; j ++) {
+			const double v = (r * cnt[x + j] + o[x + j] * nrec) * e[x + j];
+			c[x + j] = v;
+			s[j] += v;
+		}
+	for (; x < X ; x ++) {
+		const double v = (r * cnt[x] + o[x] * nrec) * e[x];
+		c[x] = v;
+		s[0] += v;
+	}
+	return (s[0] + s[1]) + (s[2] + s[3]);
+}
 
 haplotype_graph::haplotype_graph(std::vector < chaplotype > & _haps, std::vector < int > & _indexes, int states) :
 	haps(_haps), indexes(_indexes), max_states(states), nb_snp(0), nb_hap(_indexes.size()) {
@@ -31,6 +61,8 @@ haplotype_graph::haplotype_graph(std::vector < chaplotype > & _haps, std::vector
 	levels.assign(B, std::vector < std::vector < bool > > ());
 	counts.assign(B, std::vector < double > ());
 	carriers.assign(B, std::vector < int > ());
+	allele_table.assign(B, std::vector < unsigned char > ());
+	table_stride.assign(B, 0);
 	fragment_index.assign(B, std::unordered_map < std::vector < bool >, int > ());
 	links.assign(B - 1, sparse_matrix());
 	for (int k : indexes) add(haps[k]);
@@ -124,6 +156,14 @@ int haplotype_graph::fragment(int b, chaplotype & h, bool append) {
 	sorvane_assert(append);
 	const int x = levels[b].size();
 	fragment_index[b][bits] = x;
+	if (x >= table_stride[b]) {
+		const int stride = std::max(16, 2 * table_stride[b]);
+		std::vector < unsigned char > table (block_sizes[b] * stride, 0);
+		for (int j = 0 ; j < block_sizes[b] ; j ++) std::copy_n(allele_table[b].begin() + j * table_stride[b], x, table.begin() + j * stride);
+		allele_table[b].swap(table);
+		table_stride[b] = stride;
+	}
+	for (int j = 0 ; j < block_sizes[b] ; j ++) allele_table[b][j * table_stride[b] + x] = bits[j];
 	levels[b].push_back(bits);
 	counts[b].push_back(0.0);
 	carriers[b].push_back(0);
@@ -237,11 +277,7 @@ void haplotype_graph::step(genotype_graph * G, hmm_parameters & M, const segment
 	const int W = A.width, b = site_block[l], X = levels[b].size(), j = l - block_start[b];
 	double * cur = A.cells[l & 1].data(), * cursum = A.sums[l & 1].data();
 	const double * old = A.cells[(l + 1) & 1].data(), * oldsum = A.sums[(l + 1) & 1].data();
-	for (int x = 0 ; x < X ; x ++) {
-		const int a = levels[b][x][j];
-		A.emit[a * W + x] = M.ed;
-		A.emit[(1 - a) * W + x] = M.ee;
-	}
+	emissionRows(allele_table[b].data() + j * table_stride[b], M.ed, M.ee, A.emit.data(), A.emit.data() + W, X);
 	const unsigned int act = T.active(s);
 	const double * cnt = counts[b].data();
 	unsigned int mixed = ~0u;
@@ -249,7 +285,7 @@ void haplotype_graph::step(genotype_graph * G, hmm_parameters & M, const segment
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
 		double * c = cur + h * W;
 		const double * e = A.emit.data() + G->getA(s, h, i) * W;
-		if (from < 0) for (int x = 0 ; x < X ; x ++) c[x] = cnt[x] * e[x];
+		if (from < 0) cursum[h] = blockRow(cnt, 0.0, 1.0, cnt, e, c, X);
 		else {
 			const int bf = site_block[from];
 			// The interval between the two sites carries the index of the left one.
@@ -264,7 +300,7 @@ void haplotype_graph::step(genotype_graph * G, hmm_parameters & M, const segment
 				mo = A.mix.data();
 				ms = mixS;
 			}
-			if (bf == b) for (int x = 0 ; x < X ; x ++) c[x] = (ms * rec * cnt[x] + mo[x] * nrec) * e[x];
+			if (bf == b) cursum[h] = blockRow(mo, nrec, ms * rec, cnt, e, c, X);
 			else {
 				std::fill(c, c + X, 0.0);
 				// Forwards over the links from the block on the left, backwards over the
@@ -274,12 +310,14 @@ void haplotype_graph::step(genotype_graph * G, hmm_parameters & M, const segment
 					if (forwards) c[L.C[en]] += ms * rec * L.VN[en] + mo[y] * L.VC[en] * nrec;
 					else c[y] += ms * rec * L.VN[en] + mo[L.C[en]] * L.VC[en] * nrec;
 				}
-				for (int x = 0 ; x < X ; x ++) c[x] *= e[x];
+				double sum = 0.0;
+				for (int x = 0 ; x < X ; x ++) {
+					c[x] *= e[x];
+					sum += c[x];
+				}
+				cursum[h] = sum;
 			}
 		}
-		double sum = 0.0;
-		for (int x = 0 ; x < X ; x ++) sum += c[x];
-		cursum[h] = sum;
 	}
 	if (l % rescale_step == 0) {
 		double total = 0.0;

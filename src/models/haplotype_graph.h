@@ -50,6 +50,10 @@ private:
 	std::vector < int > block_start;
 	std::vector < int > site_block;
 	std::vector < std::unordered_map < std::vector < bool >, int > > fragment_index;
+	// Per block, the alleles of its fragments site by site: fragment x at site j of block b is
+	// byte j * table_stride[b] + x of allele_table[b]. The stride grows by doubling.
+	std::vector < std::vector < unsigned char > > allele_table;
+	std::vector < int > table_stride;
 	// Number of haplotypes that carry each fragment: counts are these over nb_hap, so that
 	// removing and adding back a haplotype restores them exactly.
 	std::vector < std::vector < int > > carriers;
