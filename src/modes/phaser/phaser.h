@@ -78,6 +78,8 @@ public:
 
 private:
 	void checkRange(const std::string & option, int low, int high);
+	void checkPedigreeColumns();
+	void refinePedigrees();
 	void runBatches(std::string name, void * (*callback)(void *), void (phaser::*step)(int));
 	void runModel(int ind, int slot, std::vector < std::vector < int > > & conditional_index, std::vector < int > & left_site, std::vector < int > & right_site, std::vector < int > & left_segment, std::vector < int > & right_segment);
 };
