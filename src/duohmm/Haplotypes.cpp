@@ -149,7 +149,7 @@ bool Haplotypes::isMissing(const std::string & id, int site) {
 }
 
 void Haplotypes::setMissing(std::string file) {
-	for (chaplotype & m : _missing) m.clear();
+	_missing.assign(nhap / 2, chaplotype(nsnp));
 	std::map < int, int > site;
 	for (int l = 0 ; l < nsnp ; l ++) site[positions[l]] = l;
 	std::ifstream f;
