@@ -10,8 +10,7 @@
 #include <vector>
 
 // One sample of the pedigree; a parent "0" is absent.
-class individual {
-public:
+struct individual {
 	std::string fid;
 	std::string id;
 	std::string dad;
