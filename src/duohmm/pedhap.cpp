@@ -1,8 +1,8 @@
 #include "duohmm/pedhap.h"
 #include "duohmm/hmm_utils.h"
 #include "utils/assertion.h"
+#include "utils/ofile.h"
 
-#include <fstream>
 #include <iostream>
 
 namespace {
@@ -36,7 +36,7 @@ void fillTrioSite(chaplotype * D, chaplotype * M, chaplotype * C, const chaploty
 	if (mm && !consistent(D, M, C, l)) M[m].set(l, !M[m].get(l));
 }
 
-void writeMapRow(std::ofstream & out, const std::string & child, const std::string & parent, const std::vector < float > & values) {
+void writeMapRow(std::ostream & out, const std::string & child, const std::string & parent, const std::vector < float > & values) {
 	out << child << " " << parent << "\t";
 	for (float v : values) out << v << " ";
 	out << "\n";
@@ -200,8 +200,9 @@ int pedhap::minRecombinant(const std::string & parent) {
 	return 0;
 }
 
+// Reports are written like every output of the program, under a temporary name until complete.
 int pedhap::genotypingError(std::string file) {
-	std::ofstream out(file);
+	ofile out(file);
 	std::cout << "Writing probable genotype errors to " << file << std::endl;
 	out << "ID\tfather\tmother\tRSID1\tPOS\tPROB_ERROR\n";
 	for (const std::vector < std::string > & family : orderedFamilies()) for (const std::string & id : family) {
@@ -221,12 +222,13 @@ int pedhap::genotypingError(std::string file) {
 		for (int l = 0 ; l < K ; l ++)
 			if ((*prob)[l] > 0.1) out << id << "\t" << dad << "\t" << mum << "\t" << haps->rsid2[l] << "\t" << haps->positions[l] << "\t" << (double)(*prob)[l] << "\n";
 	}
+	out.close();
 	return 0;
 }
 
 // The child stands first in every row, although the header reads "PARENT CHILD".
 int pedhap::recombinationMap(std::string file) {
-	std::ofstream out(file);
+	ofile out(file);
 	out << "PARENT CHILD";
 	for (int l = 0 ; l < K ; l ++) out << " " << haps->positions[l];
 	out << "\n";
@@ -247,5 +249,6 @@ int pedhap::recombinationMap(std::string file) {
 			writeMapRow(out, id, father ? dad : mum, duo->recombination_probability);
 		}
 	}
+	out.close();
 	return 0;
 }
