@@ -14,9 +14,12 @@ estimate with respect to the truth between two consecutive sites.
 
 summed over the samples evaluated: by default the unrelated founders (no
 parent given in the truth SAMPLE file and parent of no one in it), all
-samples with --all. The mean of the per-sample rates is reported too.
+samples with --all, the samples with a parent with --children, those that
+are a parent with --parents. The mean of the per-sample rates is reported
+too.
 
-Usage: switch_error.py TRUTH.haps TRUTH.sample ESTIMATE.haps ESTIMATE.sample [--all]
+Usage: switch_error.py TRUTH.haps TRUTH.sample ESTIMATE.haps ESTIMATE.sample
+                       [--all | --children | --parents]
 Only the Python standard library is used.
 """
 
@@ -79,8 +82,10 @@ def read_haps(path, n_samples):
     return sites, len(duplicated)
 
 
-def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=False):
-    """Compute the statistics; returns a dict (see the keys at the end)."""
+def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=False, group=None):
+    """Compute the statistics; returns a dict (see the keys at the end).
+    group "children" or "parents" evaluates the samples with a parent or
+    those that are a parent."""
     t_samples = read_samples(truth_sample)
     e_samples = read_samples(est_sample)
     t_index = {s[0]: k for k, s in enumerate(t_samples)}
@@ -88,10 +93,14 @@ def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=Fa
     if len(t_index) != len(t_samples) or len(e_index) != len(e_samples):
         sys.exit("switch_error.py: duplicated sample identifiers")
 
+    parents = {p for s in t_samples for p in s[1:] if p != "0"}
     if all_samples:
         chosen = [s[0] for s in t_samples]
+    elif group == "children":
+        chosen = [s[0] for s in t_samples if s[1] != "0" or s[2] != "0"]
+    elif group == "parents":
+        chosen = [s[0] for s in t_samples if s[0] in parents]
     else:
-        parents = {p for s in t_samples for p in s[1:] if p != "0"}
         chosen = [s[0] for s in t_samples
                   if s[1] == "0" and s[2] == "0" and s[0] not in parents]
     chosen = [i for i in chosen if i in e_index]
@@ -169,10 +178,15 @@ def main():
     ap.add_argument("truth_sample")
     ap.add_argument("est_haps")
     ap.add_argument("est_sample")
-    ap.add_argument("--all", action="store_true", help="evaluate all samples, not only unrelated founders")
+    which = ap.add_mutually_exclusive_group()
+    which.add_argument("--all", action="store_true", help="evaluate all samples, not only unrelated founders")
+    which.add_argument("--children", action="store_const", const="children", dest="group",
+                       help="evaluate the samples with a parent")
+    which.add_argument("--parents", action="store_const", const="parents", dest="group",
+                       help="evaluate the samples that are a parent")
     ap.add_argument("--rate-only", action="store_true", help="print the switch error rate in %% only")
     args = ap.parse_args()
-    r = switch_errors(args.truth_haps, args.truth_sample, args.est_haps, args.est_sample, args.all)
+    r = switch_errors(args.truth_haps, args.truth_sample, args.est_haps, args.est_sample, args.all, args.group)
     if args.rate_only:
         print("%.4f" % (100.0 * r["rate"]))
         return

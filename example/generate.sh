@@ -4,8 +4,8 @@
 # A population sample is simulated with the scrm coalescent simulator, then
 # example/simulate.py builds from it the study cohort (unrelated samples, trios
 # and duos), the reference panel, the genetic map, the true haplotypes and the
-# unphased genotypes in every input format. The seed is fixed: two runs give
-# byte-identical files.
+# unphased genotypes in every input format, and the same cohort with larger
+# families (families.*). The seed is fixed: two runs give byte-identical files.
 #
 # Usage: bash example/generate.sh [output-folder]   (default: this folder)
 #
@@ -48,6 +48,11 @@ TRIOS="${EXAMPLE_TRIOS:-5}"             # father, mother, child
 DUOS="${EXAMPLE_DUOS:-5}"               # one genotyped parent and a child
 REFERENCE="${EXAMPLE_REFERENCE:-100}"   # reference panel samples (two haplotypes each)
 MISSING="${EXAMPLE_MISSING:-0.005}"     # fraction of study genotypes set missing
+# Larger families of the families.* files, founded by unrelated cohort samples.
+PEDIGREES="${EXAMPLE_PEDIGREES:-1}"     # three-generation families
+SIBSHIPS="${EXAMPLE_SIBSHIPS:-1}"       # mothers of several children by an ungenotyped father
+SIBS="${EXAMPLE_SIBS:-3}"               # children of each such family
+FAMILY_CROSSOVERS="${EXAMPLE_FAMILY_CROSSOVERS:-1}"   # crossovers of each of their meioses
 
 # Haplotypes to simulate: two per cohort founder, two per ungenotyped duo
 # parent, two per reference sample.
@@ -76,7 +81,8 @@ scrm "$nsam" 1 -t "$theta" $rho_args -l -1 -SC abs -p 12 -seed "$SEED" > "$tmp/s
 python3 "$here/simulate.py" --ms "$tmp/scrm.out" --out "$out" --seed "$SEED" \
     --length "$LENGTH" --start "$START" --recomb "$RECOMB" \
     --cohort "$COHORT" --trios "$TRIOS" --duos "$DUOS" --reference "$REFERENCE" \
-    --missing "$MISSING"
+    --missing "$MISSING" --pedigrees "$PEDIGREES" --sibships "$SIBSHIPS" --sibs "$SIBS" \
+    --family-crossovers "$FAMILY_CROSSOVERS"
 
 bgzip -c "$out/cohort.vcf" > "$out/cohort.vcf.gz"
 

@@ -13,6 +13,8 @@ Output, all in the output folder:
   cohort.bed, cohort.bim, cohort.fam   unphased genotypes, binary PED (SNP-major)
   cohort.sex                       sex of each cohort sample (for VCF input)
   reference.haplotypes, reference.legend, reference.samples   reference panel
+  families.bed, families.bim, families.fam   the cohort with larger families
+  families_truth.haps, families_truth.sample   true haplotypes of their members
 
 Everything random is drawn from one random.Random(seed) stream, using only
 random() so that results do not depend on the Python version's integer
@@ -170,6 +172,12 @@ def transmit(rng, gmap, rel_pos, hap_a, hap_b):
     sites at relative positions rel_pos). Crossovers are a Poisson number,
     placed uniformly on the genetic map."""
     n_cross = poisson(rng, gmap.total_cm / 100.0)
+    return recombine(rng, gmap, rel_pos, hap_a, hap_b, n_cross), n_cross
+
+
+def recombine(rng, gmap, rel_pos, hap_a, hap_b, n_cross):
+    """A recombinant of hap_a and hap_b with n_cross crossovers placed
+    uniformly on the genetic map."""
     cuts = sorted(gmap.position_of_cm(rng.random() * gmap.total_cm) for _ in range(n_cross))
     current = 0 if rng.random() < 0.5 else 1
     out = []
@@ -179,7 +187,71 @@ def transmit(rng, gmap, rel_pos, hap_a, hap_b):
             current = 1 - current
             c += 1
         out.append(a if current == 0 else b)
-    return out, n_cross
+    return out
+
+
+def pick(rng, pool, sex):
+    """Remove and return a random Person of the given sex from pool."""
+    candidates = [p for p in pool if p.sex == sex]
+    if not candidates:
+        sys.exit("simulate.py: not enough unrelated samples for the requested families")
+    chosen = candidates[rand_below(rng, len(candidates))]
+    pool.remove(chosen)
+    return chosen
+
+
+def build_families(rng, people, H0, H1, rel_pos, gmap, n_pedigrees, n_sibships, n_sibs, n_cross):
+    """Larger families on top of the cohort, founded by its unrelated samples.
+
+    A three-generation family: grandparents GF and GM, their son F, his wife M
+    and n_sibs children of F and M. A sibship: a mother P with n_sibs children
+    by a father X who is not genotyped (an unrelated sample taken out of the
+    data). Every meiosis has n_cross crossovers. Returns the samples to drop
+    (the X) and the new samples as (Person, h0, h1), h0 paternal."""
+    pool = [p for p in people if p.role == "single"]
+    dropped = []
+    added = []
+    index = {id(p): k for k, p in enumerate(people)}
+
+    def haps(p):
+        if id(p) in index:
+            k = index[id(p)]
+            return H0[k], H1[k]
+        for q, h0, h1 in added:
+            if q is p:
+                return h0, h1
+        raise KeyError(p.iid)
+
+    def child(father, mother, fid):
+        c = Person("child")
+        c.father, c.mother, c.fid = father, mother, fid
+        c.sex = 1 if rng.random() < 0.5 else 2
+        h0 = recombine(rng, gmap, rel_pos, *haps(father), n_cross)
+        h1 = recombine(rng, gmap, rel_pos, *haps(mother), n_cross)
+        added.append((c, h0, h1))
+        return c
+
+    n_fam = 0
+    for _ in range(n_pedigrees):
+        n_fam += 1
+        fid = "PED%02d" % n_fam
+        gf, gm, m = pick(rng, pool, 1), pick(rng, pool, 2), pick(rng, pool, 2)
+        for p in (gf, gm, m):
+            p.fid = fid
+        f = child(gf, gm, fid)
+        f.sex = 1
+        for _ in range(n_sibs):
+            child(f, m, fid)
+    for _ in range(n_sibships):
+        n_fam += 1
+        fid = "PED%02d" % n_fam
+        p, x = pick(rng, pool, 2), pick(rng, pool, 1)
+        p.fid = fid
+        dropped.append(x)
+        for _ in range(n_sibs):
+            c = child(x, p, fid)
+            c.father = None
+    return dropped, added
 
 
 def build_cohort(rng, n_cohort, n_trios, n_duos):
@@ -265,6 +337,60 @@ def write_bed(path, n_sites, n_ind, code):
         f.write(bytes(out))
 
 
+def write_families(out, args, people, H0, H1, MISS, rel_pos, gmap, ids, bp, cms, a0, a1):
+    """The families files: the cohort, less the ungenotyped fathers, with the
+    larger families of build_families appended, as BED/BIM/FAM; and the true
+    haplotypes of every sample with a parent or a child, the paternal one
+    first. Drawn from their own random stream, so that the other files do not
+    change with the families' parameters."""
+    rng = random.Random(args.seed + 1)
+    n_sites = len(ids)
+    dropped, added = build_families(rng, people, H0, H1, rel_pos, gmap, args.pedigrees,
+                                    args.sibships, args.sibs, args.family_crossovers)
+    members = []   # (Person, h0, h1, missing)
+    for k, p in enumerate(people):
+        if p in dropped:
+            continue
+        members.append((p, H0[k], H1[k], MISS[k]))
+    n_cohort = len(people)
+    for k, (p, h0, h1) in enumerate(added):
+        p.iid = "IND%04d" % (n_cohort + k + 1)
+        members.append((p, h0, h1, [rng.random() < args.missing for _ in range(n_sites)]))
+
+    def parent_id(q):
+        return q.iid if q is not None else "0"
+
+    with open(out + "families.bim", "w") as f:
+        for k in range(n_sites):
+            f.write("%s\t%s\t%s\t%d\t%s\t%s\n" % (CHROM, ids[k], fmt_cm(cms[k]), bp[k], a0[k], a1[k]))
+    with open(out + "families.fam", "w") as f:
+        for p, _, _, _ in members:
+            f.write("%s %s %s %s %d -9\n" % (p.fid, p.iid, parent_id(p.father), parent_id(p.mother), p.sex))
+    bed_code = {0: 0, 1: 2, 2: 3}
+    write_bed(out + "families.bed", n_sites, len(members),
+              lambda k, i: 1 if members[i][3][k] else bed_code[members[i][1][k] + members[i][2][k]])
+
+    parents = {id(q) for p, _, _, _ in members for q in (p.father, p.mother) if q is not None}
+    related = [m for m in members if m[0].father or m[0].mother or id(m[0]) in parents]
+    with open(out + "families_truth.sample", "w") as f:
+        f.write("ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n")
+        for p, _, _, _ in related:
+            f.write("%s %s 0.0000 %s %s %d\n" % (p.fid, p.iid, parent_id(p.father), parent_id(p.mother), p.sex))
+    with open(out + "families_truth.haps", "w") as f:
+        for k in range(n_sites):
+            row = [CHROM, ids[k], str(bp[k]), a0[k], a1[k]]
+            for p, h0, h1, _ in related:
+                # A mother-child duo's child carries the mother's haplotype first
+                # in the cohort truth; here the paternal one comes first.
+                swap = p.role == "child" and p.father is None and p.mother is not None and p not in [a[0] for a in added]
+                first, second = (h1, h0) if swap else (h0, h1)
+                row.append(str(first[k]))
+                row.append(str(second[k]))
+            f.write(" ".join(row) + "\n")
+    print("families files:       %d samples (%d added, %d ungenotyped fathers left out), %d related"
+          % (len(members), len(added), len(dropped), len(related)))
+
+
 def main():
     ap = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     ap.add_argument("--ms", required=True, help="scrm output (run with -SC abs)")
@@ -280,6 +406,10 @@ def main():
     ap.add_argument("--reference", type=int, default=100)
     ap.add_argument("--missing", type=float, default=0.005, help="fraction of missing study genotypes")
     ap.add_argument("--map-step", type=int, default=5000, help="spacing of genetic map points in bp")
+    ap.add_argument("--pedigrees", type=int, default=1, help="three-generation families of the families files")
+    ap.add_argument("--sibships", type=int, default=1, help="mothers of several children in the families files")
+    ap.add_argument("--sibs", type=int, default=3, help="children of each such family")
+    ap.add_argument("--family-crossovers", type=int, default=1, help="crossovers of each meiosis in these families")
     args = ap.parse_args()
 
     rng = random.Random(args.seed)
@@ -490,6 +620,9 @@ def main():
     with open(out + "reference.haplotypes", "w") as f:
         for k in range(n_sites):
             f.write(" ".join(str(R[h][k]) for h in range(len(R))) + "\n")
+
+    write_families(out, args, people, H0, H1, MISS, [rel_pos[s] for s, _ in sites], gmap,
+                   ids, bp, cms, a0, a1)
 
     n_missing = sum(sum(m) for m in MISS)
     n_single = sum(1 for p in people if p.role == "single")

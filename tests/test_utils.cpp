@@ -32,13 +32,10 @@ void TempDir::write(const std::string & name, const std::string & content) const
 }
 
 std::string TempDir::read(const std::string & name) const {
-	std::ifstream f(file(name).c_str(), std::ios::binary);
-	std::stringstream s;
-	s << f.rdbuf();
-	return s.str();
+	return readFile(file(name));
 }
 
-static std::string slurp(const std::string & name) {
+std::string readFile(const std::string & name) {
 	std::ifstream f(name.c_str(), std::ios::binary);
 	std::stringstream s;
 	s << f.rdbuf();
@@ -51,8 +48,8 @@ RunResult runSorvane(const std::string & args, const std::string & dir) {
 	int raw = system(cmd.c_str());
 	RunResult r;
 	r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-	r.out = slurp(out);
-	r.err = slurp(err);
+	r.out = readFile(out);
+	r.err = readFile(err);
 	remove(out.c_str());
 	remove(err.c_str());
 	return r;

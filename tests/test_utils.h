@@ -36,6 +36,9 @@ struct RunResult {
 // Runs the built binary with the given argument string inside `dir`.
 RunResult runSorvane(const std::string & args, const std::string & dir);
 
+// The whole content of a file, bytes as they are.
+std::string readFile(const std::string & name);
+
 // Writes `content` gzip- or bzip2-compressed according to the name's extension.
 void writeCompressed(const std::string & name, const std::string & content);
 

@@ -21,9 +21,7 @@ std::string subsetArgs() {
 	return " --include-ind subset --input-to " + std::to_string(LAST_BP) + " --burn 1 --prune 1 --main 2 --states 20 ";
 }
 
-// Unphased genotypes of the example VCF: sample -> position -> alternative allele count,
-// -1 when missing.
-static std::map < std::string, std::map < int, int > > vcfGenotypes() {
+std::map < std::string, std::map < int, int > > vcfGenotypes() {
 	std::ifstream f(std::string(SORVANE_EXAMPLE_DATA) + "/cohort.vcf");
 	std::map < std::string, std::map < int, int > > G;
 	std::vector < std::string > names;

@@ -3,6 +3,7 @@
 
 #include "test_utils.h"
 
+#include <map>
 #include <string>
 
 namespace exsubset {
@@ -17,6 +18,9 @@ extern const int LAST_BP;
 void writeSubset(const testutils::TempDir & d);
 // Options that restrict a run to the subset, with short iterations.
 std::string subsetArgs();
+// Unphased genotypes of the example VCF: sample -> position -> alternative allele count,
+// -1 when missing.
+std::map < std::string, std::map < int, int > > vcfGenotypes();
 // Checks the shape of a HAPS/SAMPLE pair of the subset and that each sample's two
 // haplotypes add up to its genotype wherever that is not missing. Returns the number of sites.
 int checkPhased(const testutils::TempDir & d, const std::string & stem);

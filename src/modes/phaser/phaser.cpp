@@ -1,4 +1,5 @@
 #include "modes/phaser/phaser.h"
+#include "duohmm/pedigree.h"
 #include "input/genotype_checker.h"
 #include "input/genotype_reader.h"
 #include "input/haplotype_reader.h"
@@ -19,13 +20,6 @@ phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(fals
 
 phaser::~phaser() {
 	desallocateMemory();
-}
-
-// Options whose models are not built yet stop the run before any data is read, rather
-// than after a long MCMC.
-void phaser::stopOnUnbuiltOptions() {
-	if (options.count("duohmm"))
-		LOG.error("The --duohmm option is not available in this build yet: the pedigree refinement of family haplotypes is not built");
 }
 
 void phaser::phase(std::vector < std::string > & args) {
@@ -85,7 +79,9 @@ void phaser::declare_options() {
 	bpo::options_description opt_output ("\033[33mOutput file options\033[0m", 80, 40);
 	opt_output.add_options()
 		("output-max,O", bpo::value< std::vector < std::string > >()->multitoken(), "Phased haplotypes in HAPS/SAMPLE format.")
-		("output-graph", bpo::value< std::string >(), "Phased haplotype graphs in binary format (v2.2).");
+		("output-graph", bpo::value< std::string >(), "Phased haplotype graphs in binary format (v2.2).")
+		("output-duohmm-errors", bpo::value< std::string >(), "Probable genotyping errors found by --duohmm in families (needs --duohmm and --output-max).")
+		("output-duohmm-recombination", bpo::value< std::string >(), "Crossover probabilities along each parent-child meiosis found by --duohmm (needs --duohmm and --output-max).");
 
 	descriptions.add(opt_mcmc).add(opt_input).add(opt_model).add(opt_output);
 }
@@ -98,6 +94,10 @@ void phaser::check_options() {
 		LOG.error("The --noped and --duohmm options are incompatible with one another.");
 	if (options.count("chrX") && options.count("duohmm"))
 		LOG.error("The --chrX and --duohmm options are incompatible with one another.");
+	// The reports describe the refined haplotypes, and only --output-max runs the refinement.
+	for (std::string option : { "output-duohmm-errors", "output-duohmm-recombination" })
+		if (options.count(option) && !(options.count("duohmm") && options.count("output-max")))
+			LOG.error("The --" + option + " option needs --duohmm and --output-max");
 	if (options["burn"].as < int > () < 0) LOG.error("You must use at least 0 burn-in iteration");
 	if (options["prune"].as < int > () < 1) LOG.error("You must use at least 1 pruning iteration");
 	if (options["main"].as < int > () < 1) LOG.error("You must use at least 1 main iteration");
@@ -133,6 +133,14 @@ void phaser::check_options() {
 		LOG.error("To get rid of the MCMC scheme, you must specify a reference panel of haplotypes via --input-ref");
 }
 
+// Stops before the MCMC rather than at the refinement, which needs both parents' columns.
+void phaser::checkPedigreeColumns() {
+	int father, mother, sex;
+	pedigree::findColumns(sample_header1, father, mother, sex);
+	if (father < 0 || mother < 0)
+		LOG.error("The --duohmm option needs the father and the mother of each sample, and the sample data of this input have no father or mother column (a VCF file carries none)");
+}
+
 void phaser::checkRange(const std::string & option, int low, int high) {
 	int value = options[option].as < int > ();
 	if (value < low || value > high)
@@ -155,6 +163,8 @@ void phaser::check_files() {
 	checkOutputFileSet("output-max", { ".haps", ".sample" });
 	checkInputFile("input-copy-states");
 	checkOutputFile("output-graph");
+	checkOutputFile("output-duohmm-errors");
+	checkOutputFile("output-duohmm-recombination");
 }
 
 void phaser::verbose_mode() {
@@ -196,7 +206,6 @@ void phaser::verbose_options() {
 }
 
 void phaser::read_files_and_initialise() {
-	stopOnUnbuiltOptions();
 	sorvane::read_files_and_initialise();
 
 	genotype_reader readerG(filter_in, options.count("chrX") > 0);
@@ -206,6 +215,7 @@ void phaser::read_files_and_initialise() {
 		LOG.error("You cannot phase less than 10 samples wihout using a reference panel!");
 	sample_header1 = readerG.sample_header1;
 	sample_header2 = readerG.sample_header2;
+	if (options.count("duohmm")) checkPedigreeColumns();
 
 	reference_reader readerR(filter_in, readerG.sites.get());
 	if (options.count("input-ref")) {

@@ -57,7 +57,6 @@ public:
 	~phaser();
 
 	void phase(std::vector < std::string > & args);
-	void stopOnUnbuiltOptions();
 
 	void declare_options() override;
 	void check_options() override;
@@ -86,6 +85,8 @@ public:
 
 private:
 	void checkRange(const std::string & option, int low, int high);
+	void checkPedigreeColumns();
+	void refinePedigrees();
 	// One iteration by batches; in the graph form the batch's families leave graph_model
 	// while the batch runs, instead of being masked.
 	void runBatches(std::string name, void * (*callback)(void *), void (phaser::*step)(int), bool graph);

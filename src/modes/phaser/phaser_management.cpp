@@ -1,4 +1,5 @@
 #include "modes/phaser/phaser.h"
+#include "duohmm/pedhap.h"
 #include "modules/normaliser.h"
 #include "modules/pruner.h"
 #include "modules/solver.h"
@@ -222,6 +223,7 @@ void phaser::write_files_and_finalise() {
 	desallocateMemory();
 	if (options.count("output-max")) {
 		solver(GH, n_thread).solve();
+		if (options.count("duohmm")) refinePedigrees();
 		std::vector < std::string > f = fileSet("output-max", { ".haps", ".sample" });
 		haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);
 		writerH.writeHaplotypeHap(f[0], f[1]);
@@ -230,4 +232,15 @@ void phaser::write_files_and_finalise() {
 		graph_writer writerG(GH, sample_header1, sample_header2);
 		writerG.writeBinaryGraph(options["output-graph"].as < std::string > ());
 	}
+}
+
+// On the most likely haplotypes, before they are written: families made consistent with the
+// pedigree, then the reports asked for, on the refined haplotypes.
+void phaser::refinePedigrees() {
+	LOG.println("\nRefining the haplotypes of families with the pedigree [duoHMM]");
+	pedhap P(filter_out, GH, sample_header1, sample_header2, 100);
+	P.correct();
+	if (options.count("output-duohmm-errors")) P.genotypingError(options["output-duohmm-errors"].as < std::string > ());
+	if (options.count("output-duohmm-recombination")) P.recombinationMap(options["output-duohmm-recombination"].as < std::string > ());
+	P.haps->getSORVANE2(filter_out, GH);
 }

@@ -1,0 +1,191 @@
+#include "duohmm/pedhap.h"
+#include "duohmm_test_utils.h"
+#include "test_utils.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+
+using testutils::TempDir;
+
+namespace {
+
+// Simulated samples over K sites 100 kb apart, written as a HAPS/SAMPLE pair; the truth
+// keeps each child's paternal haplotype first.
+struct family_data {
+	int K;
+	std::vector < std::string > ids, fathers, mothers;
+	std::vector < std::vector < int > > truth;	// two haplotypes a sample
+	unsigned int seed = 11;
+
+	explicit family_data(int _K) : K(_K) {}
+	int bit() {
+		seed = seed * 1103515245u + 12345u;
+		return (seed >> 16) & 1;
+	}
+	int find(const std::string & id) const {
+		return std::find(ids.begin(), ids.end(), id) - ids.begin();
+	}
+	void founder(const std::string & id) {
+		add(id, "0", "0");
+		for (int h = 0 ; h < 2 ; h ++) for (int l = 0 ; l < K ; l ++) truth[truth.size() - 2 + h][l] = bit();
+	}
+	// One crossover at site `cross` in each meiosis; an absent parent's haplotype is drawn.
+	void child(const std::string & id, const std::string & dad, const std::string & mum, int cross) {
+		add(id, find(dad) < (int)ids.size() ? dad : "0", mum);
+		for (int h = 0 ; h < 2 ; h ++) {
+			int p = find(h ? mum : dad), first = bit();
+			for (int l = 0 ; l < K ; l ++) {
+				int side = (l < cross) ? first : 1 - first;
+				truth[truth.size() - 2 + h][l] = p < (int)ids.size() - 1 ? truth[2 * p + side][l] : bit();
+			}
+		}
+	}
+	void add(const std::string & id, const std::string & dad, const std::string & mum) {
+		ids.push_back(id);
+		fathers.push_back(dad);
+		mothers.push_back(mum);
+		truth.resize(truth.size() + 2, std::vector < int > (K, 0));
+	}
+	void write(const TempDir & d, const std::vector < std::vector < int > > & haps) const {
+		std::string s = "ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n";
+		for (unsigned int i = 0 ; i < ids.size() ; i ++) {
+			bool male = std::count(fathers.begin(), fathers.end(), ids[i]) > 0 || ids[i] == "X";
+			s += "F " + ids[i] + " 0 " + fathers[i] + " " + mothers[i] + (male ? " 1\n" : " 2\n");
+		}
+		d.write("h.sample", s);
+		std::string h;
+		for (int l = 0 ; l < K ; l ++) {
+			h += "1 s" + std::to_string(l) + " " + std::to_string(1000000 + 100000 * l) + " A C";
+			for (const std::vector < int > & x : haps) h += " " + std::to_string(x[l]);
+			h += "\n";
+		}
+		d.write("h.haps", h);
+	}
+};
+
+// Switches of sample i's phase against the truth over its heterozygous sites.
+int switches(const family_data & F, const Haplotypes & H, int i) {
+	int n = 0, previous = -1;
+	for (int l = 0 ; l < F.K ; l ++) {
+		if (F.truth[2 * i][l] == F.truth[2 * i + 1][l]) continue;
+		int relation = H.haps[2 * i].get(l) == F.truth[2 * i][l];
+		n += previous >= 0 && relation != previous;
+		previous = relation;
+	}
+	return n;
+}
+
+}
+
+TEST(pedhap, Unswitch) {
+	std::vector < chaplotype > h = pairOf("0110", "0011");
+	unswitch(h.data(), 1, 4);
+	EXPECT_EQ(h[0].toString() + h[1].toString(), "00110110");
+	unswitch(h.data(), 3, 3);
+	unswitch(h.data(), 3, 1);
+	EXPECT_EQ(h[0].toString() + h[1].toString(), "00110110");
+}
+
+// A three-generation family (GF, GM -> F; F, M -> K1, K2, K3) and a mother P of three
+// children by an absent father, each meiosis with one crossover, phased with two switch
+// errors in every sample and genotypes missing in the children. After correct: every
+// child's haplotype 0 is paternal (1 maternal for P's children) and its phase exact, the
+// parents of several children lose their switch errors, and each missing child allele at a
+// site where both parents are homozygous takes the transmitted allele.
+TEST(pedhap, CorrectsFamilies) {
+	family_data F(400);
+	for (const char * id : { "GF", "GM", "M", "P" }) F.founder(id);
+	F.child("F", "GF", "GM", 90);
+	F.child("K1", "F", "M", 130);
+	F.child("K2", "F", "M", 210);
+	F.child("K3", "F", "M", 330);
+	for (const char * id : { "Q1", "Q2", "Q3" }) F.child(id, "X", "P", 60 + 100 * (id[1] - '0'));
+	// Two switch errors per sample, the children's phases also reversed at the start.
+	std::vector < std::vector < int > > phased = F.truth;
+	for (unsigned int i = 0 ; i < F.ids.size() ; i ++) for (int l = 0 ; l < F.K ; l ++) {
+		bool flip = (l >= 100 + 7 * (int)i && l < 250 + 11 * (int)i) != (F.fathers[i] != "0" || F.mothers[i] != "0");
+		if (flip) std::swap(phased[2 * i][l], phased[2 * i + 1][l]);
+	}
+	std::string missing;
+	std::vector < std::pair < int, int > > filled;
+	for (const char * id : { "K1", "K2", "K3" }) {
+		int k = F.find(id), f = F.find("F"), m = F.find("M");
+		for (int l = 5 ; l < F.K ; l += 37) {
+			missing += std::string(id) + " x y " + std::to_string(1000000 + 100000 * l) + "\n";
+			phased[2 * k][l] = phased[2 * k + 1][l] = 0;
+			if (F.truth[2 * f][l] == F.truth[2 * f + 1][l] && F.truth[2 * m][l] == F.truth[2 * m + 1][l]) filled.push_back({ k, l });
+		}
+	}
+	ASSERT_GE(filled.size(), 5u);
+	TempDir d;
+	F.write(d, phased);
+	d.write("miss", missing);
+	testing::internal::CaptureStdout();
+	testing::internal::CaptureStderr();
+	pedhap P(d.file("h"), "", 20);
+	P.haps->setMissing(d.file("miss"));
+	testing::internal::GetCapturedStdout();
+	testing::internal::GetCapturedStderr();
+	for (unsigned int i = 0 ; i < F.ids.size() ; i ++) EXPECT_GE(switches(F, *P.haps, i), 2) << F.ids[i];
+	testing::internal::CaptureStdout();
+	P.correct();
+	std::string out = testing::internal::GetCapturedStdout();
+	EXPECT_NE(out.find("\nCorrecting haplotypes based on pedigree structure [0/7]\r"), std::string::npos);
+	EXPECT_NE(out.find("Correcting haplotypes based on pedigree structure [7/7]\r\n"), std::string::npos);
+	for (unsigned int i = 0 ; i < F.ids.size() ; i ++) {
+		if (F.ids[i] == "GF" || F.ids[i] == "GM") continue;	// one child each: left as phased
+		EXPECT_EQ(switches(F, *P.haps, i), 0) << F.ids[i];
+		if (F.fathers[i] == "0" && F.mothers[i] == "0") continue;
+		int wrong = 0;
+		for (int l = 0 ; l < F.K ; l ++) wrong += P.haps->haps[2 * i].get(l) != F.truth[2 * i][l];
+		EXPECT_EQ(wrong, 0) << F.ids[i];
+	}
+	for (const std::pair < int, int > & x : filled)
+		EXPECT_TRUE(P.haps->haps[2 * x.first].get(x.second) == F.truth[2 * x.first][x.second] && P.haps->haps[2 * x.first + 1].get(x.second) == F.truth[2 * x.first + 1][x.second]) << F.ids[x.first] << " " << x.second;
+
+	// Recombination map of the corrected families: a row per meiosis, child first; summed
+	// over the parent's heterozygous sites, each row counts about the one crossover (0.50 to
+	// 1.10 here, 0.78 on average: EM gives a share of each change to the switch rate).
+	testing::internal::CaptureStdout();
+	P.recombinationMap(d.file("rec"));
+	testing::internal::GetCapturedStdout();
+	std::istringstream rec (d.read("rec"));
+	std::string line, child, parent;
+	std::getline(rec, line);
+	EXPECT_EQ(line.substr(0, 21), "PARENT CHILD 1000000 ");
+	int rows = 0;
+	double total = 0;
+	while (rec >> child >> parent) {
+		const chaplotype * h = P.haps->getHap(parent);
+		double crossovers = 0, value;
+		for (int l = 0 ; l < F.K && rec >> value ; l ++) if (h[0].get(l) != h[1].get(l)) crossovers += value;
+		EXPECT_GT(crossovers, 0.3) << child << " " << parent;
+		EXPECT_LT(crossovers, 1.5) << child << " " << parent;
+		total += crossovers;
+		rows ++;
+	}
+	EXPECT_EQ(rows, 11);
+	EXPECT_NEAR(total / rows, 1.0, 0.35);
+}
+
+// A parent is re-oriented from the interval where more than half of its kids change
+// parental haplotype: one of three or two of four do not, two of three do.
+TEST(pedhap, MinRecombinant) {
+	struct Case { int kids, changing; bool flipped; };
+	for (const Case & c : { Case { 3, 1, false }, Case { 3, 2, true }, Case { 4, 2, false }, Case { 4, 3, true }, Case { 1, 1, false } }) {
+		family_data F(4);
+		F.founder("P");
+		for (int k = 0 ; k < c.kids ; k ++) F.child("K" + std::to_string(k), "P", "0", 10);
+		std::vector < std::vector < int > > haps (2 * F.ids.size(), std::vector < int > (4, 0));
+		haps[1] = { 1, 1, 1, 1 };
+		TempDir d;
+		F.write(d, haps);
+		testing::internal::CaptureStdout();
+		pedhap P(d.file("h"), "", 20);
+		testing::internal::GetCapturedStdout();
+		for (int k = 0 ; k < c.kids ; k ++)
+			P.stateseqs[{ "P", "K" + std::to_string(k) }] = k < c.changing ? std::vector < unsigned char > { 0, 0, 2, 2 } : std::vector < unsigned char > { 0, 0, 0, 0 };
+		P.minRecombinant("P");
+		EXPECT_EQ(P.haps->haps[0].toString(), c.flipped ? "0011" : "0000") << c.kids << " " << c.changing;
+	}
+}

@@ -1,0 +1,133 @@
+#include "duohmm/Haplotypes.h"
+#include "duohmm/geneticMap.h"
+#include "duohmm/pedigree.h"
+#include "test_utils.h"
+
+#include <gtest/gtest.h>
+
+using testutils::TempDir;
+
+namespace {
+
+// A three-generation family listed children first (C1, C2 of F and M; F of GF and GM), a
+// singleton, and a child whose father is not among the samples.
+const std::string sample =
+	"ID_1 ID_2 missing ID_father ID_mother sex\n"
+	"0 0 0 D D D\n"
+	"A C1 0 F M 1\n"
+	"A C2 0 F M 2\n"
+	"A F 0 GF GM 1\n"
+	"A GF 0 0 0 1\n"
+	"A GM 0 0 0 1\n"
+	"A M 0 0 0 2\n"
+	"B S 0 0 0 2\n"
+	"C Z 0 OUT M 1\n";
+
+std::vector < std::string > sampleIds() {
+	return { "C1", "C2", "F", "GF", "GM", "M", "S", "Z" };
+}
+
+}
+
+// Families are found from the SAMPLE and FAM layouts alike, parents come before their
+// children, an absent parent becomes "0", a father of sex 2 is only warned about, and a
+// singleton family is emptied by its first ordering.
+TEST(pedigree, FamiliesAndOrder) {
+	TempDir d;
+	d.write("p.sample", sample);
+	std::string fam;
+	for (const char * line : { "A C1 F M 1", "A C2 F M 2", "A F GF GM 1", "A GF 0 0 1", "A GM 0 0 1", "A M 0 0 2", "B S 0 0 2", "C Z OUT M 1" }) fam += std::string(line) + "\n";
+	d.write("p.fam", fam);
+	for (char kind : { 's', 'f' }) {
+		testing::internal::CaptureStderr();
+		pedigree P(d.file(kind == 's' ? "p.sample" : "p.fam"), sampleIds(), kind);
+		EXPECT_EQ(testing::internal::GetCapturedStderr(), "WARNING: sex of sample GM does not match pedigree information.\n");
+		ASSERT_EQ(P.families.size(), 2u) << kind;
+		EXPECT_EQ(P.families[0], (std::set < std::string > { "C1", "C2", "F", "GF", "GM", "M", "Z" }));
+		EXPECT_EQ(P.sampleinfo["Z"].dad, "0");
+		EXPECT_EQ(P.sampleinfo["F"].kids, (std::set < std::string > { "C1", "C2" }));
+		EXPECT_EQ(P.sampleinfo["M"].kids, (std::set < std::string > { "C1", "C2", "Z" }));
+		std::vector < std::string > order;
+		P.orderSamples(P.families[0], order);
+		EXPECT_EQ(order, (std::vector < std::string > { "GF", "GM", "M", "F", "Z", "C1", "C2" }));
+		P.orderSamples(P.families[1], order);
+		EXPECT_EQ(order.back(), "S");
+		EXPECT_TRUE(P.families[1].empty());
+	}
+	EXPECT_TRUE(pedigree(d.file("p.fam"), sampleIds(), 'x').sampleinfo.empty());
+}
+
+TEST(pedigree, FileErrors) {
+	TempDir d;
+	d.write("nofather.sample", "ID_1 ID_2 mother sex\n0 0 D D\nA C M 1\n");
+	d.write("nosex.sample", "ID_1 ID_2 father mother gender\n0 0 D D D\nA C F M 1\n");
+	d.write("zero.fam", "A 0 0 0 1\n");
+	EXPECT_EXIT(pedigree(d.file("nofather.sample"), { "C" }, 's'), testing::ExitedWithCode(1), "ERROR: father column was not in .*nofather.sample");
+	EXPECT_EXIT(pedigree(d.file("nosex.sample"), { "C" }, 's'), testing::ExitedWithCode(1), "ERROR: sex column was not in ");
+	EXPECT_EXIT(pedigree(d.file("zero.fam"), { "C" }, 'f'), testing::ExitedWithCode(1), "ERROR: Individual has ID=0\nExiting...");
+	EXPECT_EXIT(pedigree(d.file("none.fam"), { "C" }, 'f'), testing::ExitedWithCode(1), "Problem reading .*none.fam");
+}
+
+// Uniform default maps; a file map with its first point at 0, its last row read twice and
+// a point 5 Mb past its end; interpolation past the last point goes on along the last
+// segment.
+TEST(geneticMap, Interpolation) {
+	geneticMap uniform;
+	EXPECT_FLOAT_EQ(uniform.interpolate(0), 0.0f);
+	EXPECT_FLOAT_EQ(uniform.interpolate(2000000), 2.38f);
+	EXPECT_FLOAT_EQ(geneticMap("").interpolate(1000000), 1.19f);
+	TempDir d;
+	d.write("map", "position rate cM\n100 1 0.5\n200 1 1.5\n");
+	geneticMap M(d.file("map"));
+	ASSERT_EQ(M.n, 5);
+	EXPECT_EQ(M.pos, (std::vector < float > { 0, 100, 200, 200, 5000200 }));
+	EXPECT_FLOAT_EQ(M.cM[4], 7.45f);
+	EXPECT_FLOAT_EQ(M.interpolate(150), 1.0f);
+	EXPECT_FLOAT_EQ(M.interpolate(50), 0.25f);
+	EXPECT_FLOAT_EQ(M.interpolate(10000200), 13.4f);
+	std::vector < float > out;
+	M.interpolate({ 0, 100 }, out);
+	EXPECT_EQ(out, (std::vector < float > { 0.0f, 0.5f }));
+	EXPECT_EXIT(geneticMap(d.file("none")), testing::ExitedWithCode(1), "Problem reading genetic map: .*none\nExiting...");
+}
+
+// Haplotypes read from files; imputation weighs each other haplotype by the stretch over
+// which it matches, skips samples missing at the site, and keeps the allele when no
+// haplotype is left; writing refuses to overwrite.
+TEST(Haplotypes, ReadImputeWrite) {
+	TempDir d;
+	d.write("h.sample", "ID_1 ID_2 missing\n0 0 0\nA a 0\nB b 0\nC c 0\n");
+	d.write("h.haps",
+		"1 s1 1000 A C 0 0 0 1 1 1\n"
+		"1 s2 2000 A C 1 0 1 0 0 0\n"
+		"1 s3 3000 A C 0 0 0 1 1 1\n"
+		"1 s4 4000 A C 0 1 0 1 1 1\n");
+	testing::internal::CaptureStdout();
+	Haplotypes H(d.file("h"));
+	EXPECT_EQ(testing::internal::GetCapturedStdout(), "3 individuals in " + d.file("h") + ".sample\n4 markers in " + d.file("h") + ".haps\n6 haplotypes over 4 markers.\n");
+	EXPECT_EQ(H.getHap("b") - H.getHap("a"), 2);
+	EXPECT_EQ(H.getMissing("0"), nullptr);
+	EXPECT_EQ(H.rsid2[2], "s3");
+	// Haplotype 0 at site 1, widths left x right in kb: haplotype 1 (allele 0) 1 x 1.5 up
+	// to the midpoint before its mismatch at 4000, haplotype 2 (allele 1) 1 x 2 to the last
+	// site, haplotypes 3 to 5 (allele 0) 0.5 x 0.5 between the midpoints around site 1.
+	EXPECT_NEAR(H.impute(0, 1), 2 / 4.25, 1e-6);
+	d.write("miss", "b x y 2000\nc x y 2000\nZ x y 2000\n");
+	testing::internal::CaptureStderr();
+	H.setMissing(d.file("miss"));
+	EXPECT_EQ(testing::internal::GetCapturedStderr(), "Read 2 missing genotypes from " + d.file("miss") + "\n");
+	EXPECT_TRUE(H.isMissing("b", 1));
+	EXPECT_FLOAT_EQ(H.impute(0, 1), 0.0f);	// only haplotype 1 is left, carrying 0
+	H.haps[0].set(1, false);
+	EXPECT_EQ(H.imputeSample("c"), 1);
+	EXPECT_EQ(H.haps[4].get(1) + H.haps[5].get(1), 0);
+	testing::internal::CaptureStdout();
+	H.writeHaps(d.file("out"));
+	testing::internal::GetCapturedStdout();
+	EXPECT_EQ(d.read("out.sample"), d.read("h.sample"));
+	EXPECT_EQ(d.read("out.haps").substr(0, 27), "1 s1 1000 A C 0 0 0 1 1 1\n1");
+	EXPECT_EXIT(H.writeHaps(d.file("out")), testing::ExitedWithCode(1), "ERROR: .*out.haps exists.  Will not overwrite.\nExiting...");
+	d.write("bad.sample", "ID_1 ID_2\n0 0\nA a\n");
+	d.write("bad.haps", "1 s1 1000 A C 0 2\n");
+	EXPECT_EXIT(Haplotypes(d.file("bad")), testing::ExitedWithCode(1), "INVALID VALUE IN HAPLOTYPE FILE ON LINE 1 COLUMN 7\nExiting...");
+}
