@@ -10,7 +10,9 @@
 #
 # Usage: bash bench/accuracy.sh [sorvane-binary]     (default: build/sorvane)
 # Environment: SIZES (default "100 500 2000"), LENGTH (default 2500000 bp),
-#              BENCH_DIR (default /tmp/sorvane_bench), THREADS (default 2).
+#              BENCH_DIR (default /tmp/sorvane_bench), THREADS (default 2),
+#              ARGS (further sorvane options, e.g. "--model-version1"),
+#              PANEL=1 (phase with the simulated reference panel, --input-ref).
 # Simulated data are kept and reused when the parameters are unchanged.
 # Exit status: 0 when all sizes were phased and scored, 2 when the phasing mode
 # of this build is not available, 1 on any other failure.
@@ -22,6 +24,8 @@ SIZES="${SIZES:-100 500 2000}"
 LENGTH="${LENGTH:-2500000}"
 BENCH_DIR="${BENCH_DIR:-/tmp/sorvane_bench}"
 THREADS="${THREADS:-2}"
+ARGS="${ARGS:-}"
+PANEL="${PANEL:-0}"
 
 [ -x "$bin" ] || { echo "accuracy.sh: no executable sorvane at $bin" >&2; exit 1; }
 [ -x /usr/bin/time ] || { echo "accuracy.sh: /usr/bin/time is needed (Debian package time)" >&2; exit 1; }
@@ -71,8 +75,13 @@ for n in $SIZES; do
     echo "== phasing $n individuals, $sites sites"
     rm -f "$dir/phased.haps" "$dir/phased.sample" "$dir/sorvane.log" "$dir/time.txt"
     status=0
+    panel=()
+    if [ "$PANEL" = 1 ]; then
+        panel=(--input-ref "$dir/reference.haplotypes" "$dir/reference.legend" "$dir/reference.samples")
+    fi
+    # shellcheck disable=SC2086
     /usr/bin/time -f "%e %M" -o "$dir/time.txt" \
-        "$bin" --input-vcf "$dir/cohort.vcf.gz" --input-map "$dir/genetic_map.txt" \
+        "$bin" --input-vcf "$dir/cohort.vcf.gz" --input-map "$dir/genetic_map.txt" "${panel[@]}" $ARGS \
         --thread "$THREADS" --seed 1 --output-max "$dir/phased" -L "$dir/sorvane.log" \
         > "$dir/sorvane.out" 2>&1 || status=$?
     # /usr/bin/time writes "Command exited with non-zero status" first on failure.
@@ -103,7 +112,7 @@ for n in $SIZES; do
 done
 
 echo
-echo "sorvane: $bin"
+echo "sorvane: $bin ${ARGS}$([ "$PANEL" = 1 ] && echo " (with the reference panel)")"
 cat "$results"
 if [ "$failed" -ne 0 ]; then
     echo "accuracy.sh: sorvane failed on some cohorts" >&2
