@@ -77,13 +77,13 @@ void haplotype_graph::buildBlocks() {
 	}
 	const int start = putils::getRandom(nb_snp - 2);
 	for (int p = start + 1 ; p < nb_snp ; ) {
-		int length = extendDistinctHapsR(p);
+		int length = extendDistinctHaps(p, 1);
 		block_sizes.push_back(length);
 		p += length;
 	}
 	std::vector < int > left;
 	for (int q = start ; q >= 0 ; ) {
-		int length = extendDistinctHapsL(q);
+		int length = extendDistinctHaps(q, -1);
 		left.push_back(length);
 		q -= length;
 	}
@@ -103,39 +103,19 @@ void haplotype_graph::mergeEnds() {
 	}
 }
 
-// Length of the block from `start` on: sites are added one at a time, the haplotypes split
-// into the groups identical over the sites walked, until the groups reach max_states or the
-// sites run out. Of the last two lengths, the one whose group count is closer to the target.
-int haplotype_graph::extendDistinctHapsR(int start) {
+// Length of the block that starts at site `from` and grows in direction `dir` (1 to the
+// right, -1 to the left): sites are added one at a time, the haplotypes split into the
+// groups identical over the sites walked, until the groups reach max_states or the sites
+// run out. Of the last two lengths, the one whose group count is closer to the target.
+int haplotype_graph::extendDistinctHaps(int from, int dir) {
 	std::vector < int > label (nb_hap, 0), remap;
 	int count = 1, previous = 1, length = 0;
-	while (start + length < nb_snp) {
+	for (int l = from ; l >= 0 && l < nb_snp ; l += dir) {
 		previous = count;
 		remap.assign(2 * count, -1);
 		int next = 0;
 		for (int k = 0 ; k < nb_hap ; k ++) {
-			int & r = remap[2 * label[k] + haps[indexes[k]][start + length]];
-			if (r < 0) r = next ++;
-			label[k] = r;
-		}
-		count = next;
-		length ++;
-		if (count >= max_states) break;
-	}
-	if (count >= max_states && length > 1 && max_states - previous < count - max_states) return length - 1;
-	return length;
-}
-
-// The same walking to the left: the length of the block that ends at `stop`.
-int haplotype_graph::extendDistinctHapsL(int stop) {
-	std::vector < int > label (nb_hap, 0), remap;
-	int count = 1, previous = 1, length = 0;
-	while (stop - length >= 0) {
-		previous = count;
-		remap.assign(2 * count, -1);
-		int next = 0;
-		for (int k = 0 ; k < nb_hap ; k ++) {
-			int & r = remap[2 * label[k] + haps[indexes[k]][stop - length]];
+			int & r = remap[2 * label[k] + haps[indexes[k]][l]];
 			if (r < 0) r = next ++;
 			label[k] = r;
 		}

@@ -78,8 +78,7 @@ private:
 	};
 
 	void buildBlocks();
-	int extendDistinctHapsR(int start);
-	int extendDistinctHapsL(int stop);
+	int extendDistinctHaps(int from, int dir);
 	void mergeEnds();
 	void update(chaplotype & h, int step);
 	int fragment(int b, chaplotype & h, bool append);
