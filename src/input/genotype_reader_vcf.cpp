@@ -1,4 +1,5 @@
 #include "input/genotype_reader.h"
+#include "input/vcf_lines.h"
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
@@ -67,15 +68,15 @@ void genotype_reader::readGenotypeVcf(std::string vcf) {
 	sample_header1 = "ID_1 ID_2 missing";
 	sample_header2 = "0 0 0";
 	LOG.println("\nReading unphased data in [" + vcf + "]");
-	ifile fd;
-	openInput(fd, vcf);
+	vcf_lines fd;
+	if (!fd.open(vcf)) LOG.error("Impossible to open file [" + vcf + "]");
 	std::string line;
 	std::vector < std::string > tokens;
 	std::vector < int > bounds;
 	std::vector < bool > mask;
 	std::vector < std::string > fathers, mothers;
 	int n_line = 0, n_data = 0, n_excluded = 0;
-	while (getline(fd, line)) {
+	while (fd.next(line)) {
 		n_line ++;
 		if (!line.empty() && line[0] == '#') {
 			if (line.compare(0, 6, "#CHROM") != 0) continue;

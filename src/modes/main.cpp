@@ -33,6 +33,8 @@ int main(int argc, char ** argv) {
 	gettimeofday(&start_time, NULL);
 	START_DATE = time(NULL);
 	if (argc == 1) exit(1);
+	COMMAND_LINE = argv[0];
+	for (int a = 1 ; a < argc ; a ++) COMMAND_LINE += std::string(" ") + argv[a];
 
 	std::string mode = argv[1];
 	std::vector < std::string > args(argv + 2, argv + argc);

@@ -1,9 +1,12 @@
 #include "output/haplotype_writer.h"
+#include "output/vcf_output.h"
 #include "utils/globals.h"
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
 #include <algorithm>
+#include <set>
+#include <sstream>
 
 namespace {
 
@@ -22,6 +25,13 @@ bool isMother(int kind) {
 
 void openOutput(ofile & f, const std::string & name) {
 	if (!f.open(name)) LOG.error("Impossible to create file [" + name + "]");
+}
+
+std::vector < std::string > split(const std::string & text, char separator) {
+	std::vector < std::string > items;
+	std::istringstream s(text);
+	for (std::string item ; std::getline(s, item, separator) ; ) if (!item.empty()) items.push_back(item);
+	return items;
 }
 
 }
@@ -148,30 +158,62 @@ void haplotype_writer::writeHaplotypeRef(std::string haplotypes, std::string leg
 	fh.close();
 }
 
+// The header: the format, the date, the program and its version, the log file, the
+// command line, one contig line per chromosome in order of first site, the filters and
+// INFO keys that sites of a VCF input carry (as strings, or flags without a value), and
+// the GT field.
 void haplotype_writer::writeHaplotypeVcf(std::string vcf) {
 	LOG.println("\nWriting haplotypes in [" + vcf + "] in VCF format");
-	ofile fv;
-	openOutput(fv, vcf);
-	fv << "##fileformat=VCFv4.1\n";
-	fv << "##fileDate=" << sutils::date2str(&START_DATE, "%d%m%Y_%Hh%Mm%Ss") << "\n";
-	fv << "##source=SORVANE2.v" << SORVANE_REVISION << "\n";
-	fv << "##log_file=" << LOG.name() << "\n";
-	fv << "##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased Genotype\">\n";
-	fv << "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT";
-	for (const haplotype_index & h : order) fv << "\t" << identifier(h);
-	fv << "\n";
+	vcf_output fv;
+	if (!fv.open(vcf)) LOG.error("Impossible to create file [" + vcf + "]");
+	std::ostringstream head;
+	head << "##fileformat=VCFv4.1\n";
+	head << "##fileDate=" << sutils::date2str(&START_DATE, "%d%m%Y_%Hh%Mm%Ss") << "\n";
+	head << "##source=SORVANE2.v" << SORVANE_REVISION << "\n";
+	head << "##log_file=" << LOG.name() << "\n";
+	if (!COMMAND_LINE.empty()) head << "##sorvaneCommand=" << COMMAND_LINE << "\n";
+	std::set < std::string > contigs;
+	for (int l = 0 ; l < set.sites->size() ; l ++) {
+		const std::string & chr = set.sites->getByIndex(l)->chr;
+		if (contigs.insert(chr).second) head << "##contig=<ID=" << chr << ">\n";
+	}
+	std::set < std::string > filters, keys;
+	for (int l = 0 ; l < set.sites->size() ; l ++) {
+		const std::vector < std::string > & p = set.sites->getByIndex(l)->properties;
+		if (p.size() != 3) continue;
+		if (p[1] != "." && p[1] != "PASS") for (std::string & f : split(p[1], ';')) if (filters.insert(f).second)
+			head << "##FILTER=<ID=" << f << ",Description=\"As in the input\">\n";
+		if (p[2] != ".") for (std::string & item : split(p[2], ';')) {
+			const size_t eq = item.find('=');
+			const std::string key = item.substr(0, eq);
+			if (!keys.insert(key).second) continue;
+			if (eq == std::string::npos) head << "##INFO=<ID=" << key << ",Number=0,Type=Flag,Description=\"As in the input\">\n";
+			else head << "##INFO=<ID=" << key << ",Number=.,Type=String,Description=\"As in the input\">\n";
+		}
+	}
+	head << "##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased Genotype\">\n";
+	head << "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT";
+	for (const haplotype_index & h : order) head << "\t" << identifier(h);
+	head << "\n";
+	fv.header(head.str());
 
 	std::vector < const chaplotype * > c0 = columns(0), c1 = columns(1);
+	std::string line;
 	for (int l = 0 ; l < set.sites->size() ; l ++) {
 		snp * s = set.sites->getByIndex(l);
 		if (!filter.checkSnp(s->bp)) continue;
-		fv << s->chr << "\t" << s->bp << "\t" << s->id << "\t" << s->a0 << "\t" << s->a1;
+		line = s->chr + "\t" + std::to_string(s->bp) + "\t" + s->id + "\t" + s->a0 + "\t" + s->a1;
 		// QUAL, FILTER and INFO of a VCF input come back; any other site gets fixed columns.
-		if (s->properties.size() == 3) fv << "\t" << s->properties[0] << "\t" << s->properties[1] << "\t" << s->properties[2];
-		else fv << "\t.\tPASS\t.";
-		fv << "\tGT";
-		for (unsigned int k = 0 ; k < order.size() ; k ++) fv << "\t" << c0[k]->get(l) << "|" << c1[k]->get(l);
-		fv << "\n";
+		if (s->properties.size() == 3) line += "\t" + s->properties[0] + "\t" + s->properties[1] + "\t" + s->properties[2];
+		else line += "\t.\tPASS\t.";
+		line += "\tGT";
+		for (unsigned int k = 0 ; k < order.size() ; k ++) {
+			line += '\t';
+			line += (char)('0' + c0[k]->get(l));
+			line += '|';
+			line += (char)('0' + c1[k]->get(l));
+		}
+		fv.line(line);
 	}
 	fv.close();
 }

@@ -40,8 +40,8 @@ TEST(cli_phase_options, ValueChecks) {
 	runCases(d, {
 		{ io + "--noped --duohmm", "The --noped and --duohmm options are incompatible with one another.", true },
 		{ io + "--chrX --duohmm", "The --chrX and --duohmm options are incompatible with one another.", true },
-		{ io + "--output-duohmm-errors e.txt", "The --output-duohmm-errors option needs --duohmm and --output-max", true },
-		{ "--input-vcf in.vcf --output-graph g --duohmm --output-duohmm-recombination r.txt", "The --output-duohmm-recombination option needs --duohmm and --output-max", true },
+		{ io + "--output-duohmm-errors e.txt", "The --output-duohmm-errors option needs --duohmm and --output-max or --output-vcf", true },
+		{ "--input-vcf in.vcf --output-graph g --duohmm --output-duohmm-recombination r.txt", "The --output-duohmm-recombination option needs --duohmm and --output-max or --output-vcf", true },
 		{ io + "--duohmm --output-duohmm-errors e.txt --output-duohmm-recombination r.txt", "needs --duohmm", false },
 		{ io + "--burn -1", "You must use at least 0 burn-in iteration", true },
 		{ io + "--burn 0", "burn-in iteration", false },

@@ -1,10 +1,12 @@
 #include "input/haplotype_reader.h"
 #include "modes/sorvane.h"
+#include "input/vcf_lines.h"
 #include "output/haplotype_writer.h"
 #include "output/prob_writer.h"
 #include "test_utils.h"
 #include "utils/sutils.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
 
 using testutils::TempDir;
@@ -90,9 +92,24 @@ TEST(haplotype_writer, FormatsWithFilters) {
 	EXPECT_EQ(d.read("o.legend"), "id position a0 a1\nrs1 100 A C\nrs2 200 G T\nrs3 300 A G\nrs4 400 C T\n");
 	EXPECT_EQ(d.read("o.hap"), digits[0] + "\n" + digits[1] + "\n" + digits[2] + "\n" + digits[3] + "\n");
 	EXPECT_EQ(d.read("o.vcf"), "##fileformat=VCFv4.1\n##fileDate=" + sutils::date2str(&START_DATE, "%d%m%Y_%Hh%Mm%Ss") + "\n##source=SORVANE2.v904\n##log_file=" + LOG.name() + "\n"
-		"##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased Genotype\">\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tc1\tf1\tm1\tm2\tc2\tu2\th1\n"
+		"##contig=<ID=1>\n##FILTER=<ID=q10,Description=\"As in the input\">\n##INFO=<ID=AC,Number=.,Type=String,Description=\"As in the input\">\n##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased Genotype\">\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tc1\tf1\tm1\tm2\tc2\tu2\th1\n"
 		"1\t100\trs1\tA\tC\t.\tPASS\t.\tGT" + bars(digits[0]) + "\n1\t200\trs2\tG\tT\t.\tPASS\t.\tGT" + bars(digits[1]) + "\n"
 		"1\t300\trs3\tA\tG\t50\tq10\tAC=3\tGT" + bars(digits[2]) + "\n1\t400\trs4\tC\tT\t.\tPASS\t.\tGT" + bars(digits[3]) + "\n");
+
+	// BGZF and BCF, each with its index, read back to the same lines (the BCF header gains
+	// the PASS filter and drops nothing).
+	W.writeHaplotypeVcf(d.file("o.vcf.gz"));
+	W.writeHaplotypeVcf(d.file("o.bcf"));
+	EXPECT_TRUE(std::ifstream(d.file("o.vcf.gz.tbi")).good());
+	EXPECT_TRUE(std::ifstream(d.file("o.bcf.csi")).good());
+	for (std::string name : { "o.vcf.gz", "o.bcf" }) {
+		vcf_lines in;
+		ASSERT_TRUE(in.open(d.file(name)));
+		std::string line, data;
+		while (in.next(line)) if (line.compare(0, 2, "##") != 0) data += line + "\n";
+		const std::string text = d.read("o.vcf");
+		EXPECT_EQ(data, text.substr(text.find("#CHROM"))) << name;
+	}
 
 	// Children skipped; a window without sites leaves files of headers only.
 	haplotype_writer P(c.filter, c.set, header1, header2, true);

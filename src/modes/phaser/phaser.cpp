@@ -79,9 +79,10 @@ void phaser::declare_options() {
 	bpo::options_description opt_output ("\033[33mOutput file options\033[0m", 80, 40);
 	opt_output.add_options()
 		("output-max,O", bpo::value< std::vector < std::string > >()->multitoken(), "Phased haplotypes in HAPS/SAMPLE format.")
+		("output-vcf", bpo::value< std::string >(), "Phased haplotypes in VCF format: .vcf, .vcf.gz (BGZF with a tabix index) or .bcf (with a CSI index).")
 		("output-graph", bpo::value< std::string >(), "Phased haplotype graphs in binary format (v2.2).")
-		("output-duohmm-errors", bpo::value< std::string >(), "Probable genotyping errors found by --duohmm in families (needs --duohmm and --output-max).")
-		("output-duohmm-recombination", bpo::value< std::string >(), "Crossover probabilities along each parent-child meiosis found by --duohmm (needs --duohmm and --output-max).");
+		("output-duohmm-errors", bpo::value< std::string >(), "Probable genotyping errors found by --duohmm in families (needs --duohmm and --output-max or --output-vcf).")
+		("output-duohmm-recombination", bpo::value< std::string >(), "Crossover probabilities along each parent-child meiosis found by --duohmm (needs --duohmm and --output-max or --output-vcf).");
 
 	descriptions.add(opt_mcmc).add(opt_input).add(opt_model).add(opt_output);
 }
@@ -94,10 +95,10 @@ void phaser::check_options() {
 		LOG.error("The --noped and --duohmm options are incompatible with one another.");
 	if (options.count("chrX") && options.count("duohmm"))
 		LOG.error("The --chrX and --duohmm options are incompatible with one another.");
-	// The reports describe the refined haplotypes, and only --output-max runs the refinement.
+	// The reports describe the refined haplotypes, which only a haplotype output makes.
 	for (std::string option : { "output-duohmm-errors", "output-duohmm-recombination" })
-		if (options.count(option) && !(options.count("duohmm") && options.count("output-max")))
-			LOG.error("The --" + option + " option needs --duohmm and --output-max");
+		if (options.count(option) && !(options.count("duohmm") && (options.count("output-max") || options.count("output-vcf"))))
+			LOG.error("The --" + option + " option needs --duohmm and --output-max or --output-vcf");
 	if (options["burn"].as < int > () < 0) LOG.error("You must use at least 0 burn-in iteration");
 	if (options["prune"].as < int > () < 1) LOG.error("You must use at least 1 pruning iteration");
 	if (options["main"].as < int > () < 1) LOG.error("You must use at least 1 main iteration");
@@ -150,7 +151,7 @@ void phaser::checkRange(const std::string & option, int low, int high) {
 void phaser::check_files() {
 	sorvane::check_files();
 	checkUnphasedInputCount();
-	if (!options.count("output-max") && !options.count("output-graph"))
+	if (!options.count("output-max") && !options.count("output-graph") && !options.count("output-vcf"))
 		LOG.error("You must specify at least one output file with --output-max and/or --output-graph");
 	checkInputFileSet("input-bed", { ".bed", ".bim", ".fam" }, 3, "Incorrect number of arguments given to --input-bed (it must be 3 files)");
 	checkInputFileSet("input-ped", { ".ped", ".map" }, 2, "Incorrect number of arguments given to --input-ped (it must be 2 files)");
@@ -161,6 +162,7 @@ void phaser::check_files() {
 	checkInputFileSet("input-ref", { }, 3, "Incorrect number of arguments given to --input-ref (it must be 3 files)");
 	checkInputFileSet("input-init", { ".haps", ".sample" }, 2, "Incorrect number of arguments given to --input-init (it must be 2 files)");
 	checkOutputFileSet("output-max", { ".haps", ".sample" });
+	checkOutputFile("output-vcf");
 	checkInputFile("input-copy-states");
 	checkOutputFile("output-graph");
 	checkOutputFile("output-duohmm-errors");

@@ -221,12 +221,15 @@ void * phaseGraph_callback(void * arg) {
 void phaser::write_files_and_finalise() {
 	sorvane::write_files_and_finalise();
 	desallocateMemory();
-	if (options.count("output-max")) {
+	if (options.count("output-max") || options.count("output-vcf")) {
 		solver(GH, n_thread).solve();
 		if (options.count("duohmm")) refinePedigrees();
-		std::vector < std::string > f = fileSet("output-max", { ".haps", ".sample" });
 		haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);
-		writerH.writeHaplotypeHap(f[0], f[1]);
+		if (options.count("output-max")) {
+			std::vector < std::string > f = fileSet("output-max", { ".haps", ".sample" });
+			writerH.writeHaplotypeHap(f[0], f[1]);
+		}
+		if (options.count("output-vcf")) writerH.writeHaplotypeVcf(options["output-vcf"].as < std::string > ());
 	}
 	if (options.count("output-graph")) {
 		graph_writer writerG(GH, sample_header1, sample_header2);
