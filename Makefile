@@ -8,9 +8,10 @@ BUILD ?= build
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE_OUT ?= $(BUILD)/example
 
-# Debian packages the build and the tests need.
-PACKAGES = g++ cmake make libboost-program-options-dev libboost-iostreams-dev libboost-dev \
-           zlib1g-dev libbz2-dev libgtest-dev bcftools
+# Debian packages the build and the tests need: the compiler and libraries, and the tools
+# of the interoperability and workflow tests (bcftools, tabix, plink2, snakemake).
+PACKAGES = g++ cmake make pkg-config libboost-program-options-dev libboost-iostreams-dev libboost-dev \
+           zlib1g-dev libbz2-dev libhts-dev libgtest-dev bcftools tabix plink2 snakemake
 # The fuzzing targets need clang with its runtime libraries.
 FUZZ_PACKAGES = clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 60
@@ -29,7 +30,7 @@ deps fuzz-deps:
 	if [ -n "$$missing" ]; then \
 		if [ "$$(id -u)" -eq 0 ]; then \
 			echo "Installing:$$missing"; \
-			apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing; \
+			apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $$missing; \
 		else \
 			echo "Missing packages:$$missing (run as root, or install them with apt-get)"; exit 1; \
 		fi; \
