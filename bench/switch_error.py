@@ -82,6 +82,18 @@ def read_haps(path, n_samples):
     return sites, len(duplicated)
 
 
+MAC_CLASSES = ["1", "2", "3-10", ">10"]
+
+
+def mac_class(digits):
+    """Class of a site by the count of its minor allele over all truth haplotypes."""
+    ones = digits.count("1")
+    mac = min(ones, len(digits) - ones)
+    if mac <= 2:
+        return MAC_CLASSES[max(mac, 1) - 1]
+    return "3-10" if mac <= 10 else ">10"
+
+
 def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=False, group=None):
     """Compute the statistics; returns a dict (see the keys at the end).
     group "children" or "parents" evaluates the samples with a parent or
@@ -131,10 +143,16 @@ def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=Fa
     tcol = [2 * t_index[i] for i in chosen]
     ecol = [2 * e_index[i] for i in chosen]
     last = [-1] * n        # relative phase at the previous heterozygous site
+    last_class = [None] * n
     hets = [0] * n
     switches = [0] * n
     est_hom = 0            # truth heterozygous, estimate homozygous
+    # Per sample, the heterozygous sites used: (relative phase, minor allele count class).
+    chain = [[] for _ in range(n)]
+    class_pairs = {c: 0 for c in MAC_CLASSES}
+    class_switches = {c: 0 for c in MAC_CLASSES}
     for tdig, edig, flip in common:
+        mac = mac_class(tdig)
         for k in range(n):
             tc = tcol[k]
             t0 = tdig[tc]
@@ -148,10 +166,27 @@ def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=Fa
             # Relative phase: 1 when the estimate's first haplotype carries
             # the truth's first haplotype allele.
             rel = 1 if (e0 == t0) != flip else 0
-            if last[k] >= 0 and rel != last[k]:
-                switches[k] += 1
+            if last[k] >= 0:
+                # A pair of sites counts in the class of its rarer site.
+                c = min(mac, last_class[k], key=MAC_CLASSES.index)
+                class_pairs[c] += 1
+                if rel != last[k]:
+                    switches[k] += 1
+                    class_switches[c] += 1
             last[k] = rel
+            last_class[k] = mac
             hets[k] += 1
+            chain[k].append((rel, mac))
+
+    # A singleton is flipped when its phase differs from both neighbouring heterozygous
+    # sites while these agree.
+    flips = judged = 0
+    for sites in chain:
+        for i in range(1, len(sites) - 1):
+            if sites[i][1] != "1" or sites[i - 1][0] != sites[i + 1][0]:
+                continue
+            judged += 1
+            flips += sites[i][0] != sites[i - 1][0]
 
     pairs = sum(h - 1 for h in hets if h >= 2)
     total = sum(switches)
@@ -169,6 +204,8 @@ def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=Fa
         "switches": total,
         "rate": total / pairs if pairs else float("nan"),
         "mean_rate": sum(rates) / len(rates) if rates else float("nan"),
+        "class_rates": {c: (class_switches[c], class_pairs[c]) for c in MAC_CLASSES},
+        "singleton_flips": (flips, judged),
     }
 
 
@@ -200,6 +237,12 @@ def main():
     print("switches:                   %d" % r["switches"])
     print("switch error rate:          %.4f %%" % (100.0 * r["rate"]))
     print("per-sample mean rate:       %.4f %%" % (100.0 * r["mean_rate"]))
+    # Each pair of consecutive heterozygous sites counts in the class of its rarer site.
+    for c in MAC_CLASSES:
+        sw, pairs = r["class_rates"][c]
+        print("minor allele count %-5s    %d switches / %d pairs = %.4f %%" % (c + ":", sw, pairs, 100.0 * sw / pairs if pairs else float("nan")))
+    flips, judged = r["singleton_flips"]
+    print("singleton flip rate:        %d / %d = %.2f %%" % (flips, judged, 100.0 * flips / judged if judged else float("nan")))
 
 
 if __name__ == "__main__":

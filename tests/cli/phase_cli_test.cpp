@@ -3,6 +3,7 @@
 #include "objects/snp_set.h"
 #include "test_utils.h"
 
+#include <cstdint>
 #include <map>
 #include <sstream>
 #include <tuple>
@@ -178,4 +179,26 @@ TEST(cli_phase, CopyingStatesFile) {
 		EXPECT_TRUE(has(r.out, "ERROR:\033[0m " + c.second + "\n")) << c.first << "\n" << r.out;
 	}
 	EXPECT_TRUE(has(d.read("log.log"), "Window-based model with user specification of the copying states"));
+}
+
+// With --no-rare-phasing the output is that of the plain model, recorded once as the FNV-1a
+// hash of its HAPS file (PED subset, one thread, seed 5); by default singletons are placed
+// after the model, which keeps every genotype and changes only some of their haplotypes.
+TEST(cli_phase, RarePhasingAndItsOption) {
+	TempDir d;
+	writeSubset(d);
+	const std::string args = "--input-ped " + std::string(SORVANE_EXAMPLE_DATA) + "/cohort" + subsetArgs() + "--thread 1 --seed 5 ";
+	ASSERT_EQ(runSorvane(args + "--no-rare-phasing --output-max plain -L plain", d.path).status, 0);
+	ASSERT_EQ(runSorvane(args + "--output-max placed -L placed", d.path).status, 0);
+	const std::string plain = d.read("plain.haps");
+	uint64_t hash = 0xcbf29ce484222325ULL;
+	for (unsigned char c : plain) hash = (hash ^ c) * 0x100000001b3ULL;
+	EXPECT_EQ(plain.size(), 40002u);
+	EXPECT_EQ(hash, 0x850188c0c7a10cd4ULL);
+	EXPECT_TRUE(has(d.read("plain.log"), "  * Rare variants left as sampled\n"));
+	const std::string log = d.read("placed.log");
+	EXPECT_TRUE(has(log, "  * Rare variants placed from the matches around them\n"));
+	EXPECT_TRUE(has(log, "\nPlacing singletons from the haplotypes around them\n"));
+	checkPhased(d, "placed");
+	EXPECT_NE(d.read("placed.haps"), plain);
 }

@@ -85,7 +85,7 @@ TEST(cli_phase_options, ValueChecks) {
 	RunResult r = runSorvane(io + ref + "--no-mcmc --model-version1 --states 12 --input-copy-states in.vcf --chrX --noped --missing-maf --window 1.25 -L log", d.path);
 	std::string log = d.read("log.log");
 	EXPECT_TRUE(has(log, "\nMODE -phase : PHASING GENOTYPE DATA\n  * Allosome (chrX)\n  * Graph-based model (SORVANE v1)\n  * Reference panel of haplotypes used\n  * No MCMC iteration\n")) << log;
-	EXPECT_TRUE(has(log, "  * No MCMC\n  * Model: 12 states per segment / rho = 0.00040\n  * Pedigree information not taken into account\n  * Missing genotypes initialised according to MAF\n")) << log;
+	EXPECT_TRUE(has(log, "  * No MCMC\n  * Model: 12 states per segment / rho = 0.00040\n  * Pedigree information not taken into account\n  * Missing genotypes initialised according to MAF\n  * Rare variants placed from the matches around them\n")) << log;
 
 	d.write("map.txt", "x");
 	r = runSorvane(io + "--input-copy-states in.vcf --states 3 --states-pmatch 1 --states-random 2 --states-cov 4 --window 1.25 --burn 2 --prune 3 --run 2 --main 4 --duohmm --input-map map.txt --effective-size 1000 -L log", d.path);

@@ -74,7 +74,8 @@ void phaser::declare_options() {
 		("model-version1", "Use the graphical model to represent the conditioning haplotypes (as in SORVANE v1).")
 		("effective-size", bpo::value< int >()->default_value(15000), "Effective size of the population.")
 		("rho", bpo::value< double >()->default_value(0.0004), "Constant recombination rate.")
-		("input-copy-states", bpo::value< std::string >(), "To specify who to copy from");
+		("input-copy-states", bpo::value< std::string >(), "To specify who to copy from")
+		("no-rare-phasing", "Leave singletons and doubletons as sampled instead of placing them from the matches around them.");
 
 	bpo::options_description opt_output ("\033[33mOutput file options\033[0m", 80, 40);
 	opt_output.add_options()
@@ -205,6 +206,8 @@ void phaser::verbose_options() {
 	else LOG.println("/ rho = " + sutils::double2str(options["rho"].as < double > (), 5));
 	if (options.count("noped")) LOG.println("  * Pedigree information not taken into account");
 	if (options.count("missing-maf")) LOG.println("  * Missing genotypes initialised according to MAF");
+	if (options.count("no-rare-phasing")) LOG.println("  * Rare variants left as sampled");
+	else LOG.println("  * Rare variants placed from the matches around them");
 }
 
 void phaser::read_files_and_initialise() {

@@ -2,6 +2,7 @@
 #include "duohmm/pedhap.h"
 #include "modules/normaliser.h"
 #include "modules/pruner.h"
+#include "modules/rare_phaser.h"
 #include "modules/solver.h"
 #include "output/graph_writer.h"
 #include "output/haplotype_writer.h"
@@ -223,6 +224,7 @@ void phaser::write_files_and_finalise() {
 	desallocateMemory();
 	if (options.count("output-max") || options.count("output-vcf")) {
 		solver(GH, n_thread).solve();
+		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
 		if (options.count("duohmm")) refinePedigrees();
 		haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);
 		if (options.count("output-max")) {

@@ -1,0 +1,50 @@
+#ifndef _RARE_PHASER_H
+#define _RARE_PHASER_H
+
+#include "containers/genhap_set/genhap_set.h"
+
+#include <vector>
+
+// Places each singleton allele on the haplotype that the haplotypes around it point to,
+// where the copying model has no evidence: no other haplotype carries the allele, so both
+// orders of the heterozygote weigh the same. A new mutation sits on a long terminal branch,
+// so its carrier is the haplotype of the pair that is farther from all other haplotypes
+// around the site: the one whose nearest other haplotype, over the sites within `radius` on
+// either side (the site itself left out), differs at more sites; on a tie, the one whose
+// longest match with any other haplotype through the site is the shorter. Only unrelated
+// individuals are moved: duos and trios keep their transmission, a phase scaffold its order,
+// and a genotype never changes, only which of the two haplotypes holds the allele.
+// Decisions are all taken on the haplotypes as they were, then applied.
+class rare_phaser {
+public:
+	// Half-width of the neighbourhood: 0.3 cM with a genetic map, 300 kb without.
+	static constexpr double radius_cm = 0.3;
+	static constexpr double radius_bp = 300000.0;
+
+	genhap_set & GH;
+
+	rare_phaser(genhap_set & GH);
+
+	// Returns the number of singletons moved to the other haplotype of their individual.
+	int phase();
+
+	// Sites over which haplotypes a and c differ among first .. last, site l left out.
+	int distance(int a, int c, int first, int last, int l) const;
+	// Length (cM with a map, else bp) of the longest stretch through site l, the site itself
+	// left out, over which haplotypes a and c agree.
+	double match(int a, int c, int l) const;
+	// True when haplotype a is farther than haplotype b from all others around site l.
+	bool farther(int a, int b, int l) const;
+
+private:
+	std::vector < double > position;
+	double radius;
+	int n_sites;
+
+	// The two haplotypes of h's individual when it is an unrelated, unscaffolded study
+	// sample; false otherwise.
+	bool movable(int h) const;
+	int partner(int h) const;
+};
+
+#endif
