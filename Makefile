@@ -10,7 +10,7 @@ EXAMPLE_OUT ?= $(BUILD)/example
 
 # Debian packages the build and the tests need.
 PACKAGES = g++ cmake make libboost-program-options-dev libboost-iostreams-dev libboost-dev \
-           zlib1g-dev libbz2-dev libgtest-dev bcftools
+           zlib1g-dev libbz2-dev libgtest-dev bcftools python3-matplotlib
 # The fuzzing targets need clang with its runtime libraries.
 FUZZ_PACKAGES = clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 60
@@ -68,6 +68,10 @@ example: build
 		-L $(EXAMPLE_OUT)/convert
 	@echo "Phased haplotypes: $(EXAMPLE_OUT)/phased.haps and $(EXAMPLE_OUT)/phased.sample, as VCF: $(EXAMPLE_OUT)/phased.vcf.gz"
 	@echo "Haplotype graphs: $(EXAMPLE_OUT)/phased.graph; log: $(EXAMPLE_OUT)/phased.log"
+	$(BUILD)/sorvane -check --input-ped example/cohort --input-map example/genetic_map.txt \
+		--input-ref example/reference.haplotypes example/reference.legend example/reference.samples \
+		-L $(EXAMPLE_OUT)/check
+	$(BUILD)/sorvane-plot $(EXAMPLE_OUT)/check
 
 clean:
 	rm -rf $(BUILD) $(BUILD)-asan $(BUILD)-tsan $(BUILD)-fuzz
