@@ -57,6 +57,8 @@ TEST(cli_plot, ExampleData) {
 	EXPECT_GT(columnSum(ind_mm, 1), 0);
 	EXPECT_TRUE(has(html, row("Samples missing &gt; 10% of sites (stops phasing)", 0)));
 	EXPECT_TRUE(has(html, row("Samples with a parent", 10)));
+	EXPECT_TRUE(has(d.read("check.log"), "  * 111 singletons SNPs\n"));
+	EXPECT_TRUE(has(html, row("Singleton sites", 111)));
 	EXPECT_TRUE(has(html, row("Mendel errors over all sites", columnSum(snp_me, 2))));
 	// A panel with no report says why instead of drawing an empty axis.
 	EXPECT_TRUE(has(html, "<li>Haploid heterozygotes per male (chrX): No .ind.hh report: written by a check with --chrX</li>"));
