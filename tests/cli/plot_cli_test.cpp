@@ -65,26 +65,26 @@ TEST(cli_plot, ExampleData) {
 	EXPECT_TRUE(has(html, "<li>Panel alignment problems by kind: No .snp.strand report: no panel given, or the panel aligned</li>"));
 }
 
-// 30 samples at 20 sites: two trios, the first with Mendel errors at sites 0 to 3, and a
-// sample MISS with 6 missing genotypes (30%).
+// 31 samples at 20 sites: a trio with Mendel errors at sites 0 to 3, parents P1 and P2 with
+// two children, and a sample MISS with 6 missing genotypes (30%).
 static std::string plantedPed() {
-	const std::string people[] = { "F1 DAD 0 0 1", "F1 MUM 0 0 2", "F1 KID DAD MUM 1", "F2 P1 0 0 1", "F2 P2 0 0 2", "F2 S1 P1 P2 2" };
-	std::vector < std::string > ids;
-	for (const std::string & p : people) ids.push_back(p);
-	for (int u = 0 ; u < 23 ; u ++) ids.push_back("U" + std::to_string(u) + " U" + std::to_string(u) + " 0 0 " + std::to_string(1 + u % 2));
-	ids.push_back("MISS MISS 0 0 2");
+	struct Person { std::string ped; int father, mother; };
+	std::vector < Person > people = { { "F1 DAD 0 0 1", -1, -1 }, { "F1 MUM 0 0 2", -1, -1 }, { "F1 KID DAD MUM 1", 0, 1 },
+		{ "F2 P1 0 0 1", -1, -1 }, { "F2 P2 0 0 2", -1, -1 }, { "F2 S1 P1 P2 2", 3, 4 } };
+	for (int u = 0 ; u < 23 ; u ++) people.push_back({ "U" + std::to_string(u) + " U" + std::to_string(u) + " 0 0 " + std::to_string(1 + u % 2), -1, -1 });
+	people.push_back({ "MISS MISS 0 0 2", -1, -1 });
+	const int miss = people.size() - 1;
+	people.push_back({ "F2 S2 P1 P2 1", 3, 4 });
+	// A founder's first allele; a child takes the first allele of each parent.
+	auto first = [](int i, int s) { return (i * 7 + s * 3) % 5 < 2; };
 	std::string ped;
-	for (int i = 0 ; i < (int)ids.size() ; i ++) {
-		ped += ids[i] + " -9";
+	for (int i = 0 ; i < (int)people.size() ; i ++) {
+		const Person & p = people[i];
+		ped += p.ped + " -9";
 		for (int s = 0 ; s < 20 ; s ++) {
-			// Founders get alleles from the indices; a child takes the first allele of each parent.
-			int a = (i * 7 + s * 3) % 5 < 2, b = (i * 3 + s * 5 + 1) % 4 == 0;
-			if (i == 2 || i == 5) {
-				a = ((i - 2) * 7 + s * 3) % 5 < 2;
-				b = ((i - 1) * 7 + s * 3) % 5 < 2;
-			}
+			int a = p.father < 0 ? first(i, s) : first(p.father, s), b = p.father < 0 ? (i * 3 + s * 5 + 1) % 4 == 0 : first(p.mother, s);
 			if (i < 3 && s < 4) a = b = (i == 2);
-			if (i == 29 && s % 3 == 0 && s < 18) ped += " 0 0";
+			if (i == miss && s % 3 == 0 && s < 18) ped += " 0 0";
 			else ped += std::string(" ") + "AC"[a] + " " + "AC"[b];
 		}
 		ped += "\n";
@@ -111,14 +111,15 @@ TEST(cli_plot, PlantedFaults) {
 
 	// Each fault stops the check at its own step, so three runs leave their reports under one
 	// prefix: Mendel reports without MISS, missingness reports with it, then the panel's.
-	EXPECT_EQ(runSorvane("-check --input-ped cohort --exclude-ind miss.txt -L qc", d.path).status, 0);
-	RunResult r = runSorvane("-check --input-ped cohort -L qc", d.path);
+	RunResult r = runSorvane("-check --input-ped cohort --exclude-ind miss.txt -L qc", d.path);
+	EXPECT_TRUE(has(r.out, "2 samples are included in several duos/trios")) << r.out;
+	r = runSorvane("-check --input-ped cohort -L qc", d.path);
 	EXPECT_TRUE(has(r.out, "1 individuals with high rates of missing data (>10%)")) << r.out;
 	r = runSorvane("-check --input-ped cohort --input-ref panel.haplotypes panel.legend panel.samples -L qc", d.path);
 	EXPECT_TRUE(has(r.out, "#Misaligned sites between panels = 1")) << r.out;
 
 	std::string html = drawPage(d, "qc");
-	EXPECT_TRUE(has(html, row("Samples", 30) + "<td></td>")) << html.substr(0, 4000);
+	EXPECT_TRUE(has(html, row("Samples", 31) + "<td></td>")) << html.substr(0, 4000);
 	EXPECT_TRUE(has(html, row("Missing genotypes", columnSum(d.read("qc.ind.mm"), 1))));
 	EXPECT_TRUE(has(html, row("Missing genotypes", 6)));
 	EXPECT_TRUE(has(html, row("Samples missing &gt; 10% of sites (stops phasing)", 1) + "<td>MISS</td>"));
@@ -127,6 +128,7 @@ TEST(cli_plot, PlantedFaults) {
 	EXPECT_TRUE(has(html, row("Samples with Mendel error rate &gt; 5%", 1) + "<td>KID</td>"));
 	EXPECT_TRUE(has(html, row("Mendel errors over all sites", columnSum(d.read("qc.snp.me"), 2))));
 	EXPECT_TRUE(has(html, row("Mendel errors over all sites", 4)));
+	EXPECT_TRUE(has(html, row("Samples in several duos or trios", 2) + "<td>P1, P2</td>"));
 	EXPECT_TRUE(has(html, row("Panel alignment problems: Strand", 1) + "<td>rs5</td>"));
 	EXPECT_TRUE(has(html, row("Panel alignment problems: Missing", 0)));
 	EXPECT_TRUE(has(html, "<li>Haploid heterozygotes per male (chrX): No .ind.hh report"));
@@ -140,7 +142,7 @@ TEST(cli_plot, PlantedFaults) {
 	EXPECT_TRUE(has(html, row("Haploid heterozygotes", std::stol(w[0])))) << html.substr(0, 4000);
 	EXPECT_TRUE(has(html, row("Haploid heterozygotes", columnSum(d.read("x.ind.hh"), 2))));
 	EXPECT_TRUE(has(html, row("Males (chrX)", std::stol(w[5]))));
-	EXPECT_TRUE(has(html, row("Males (chrX)", 15)));
+	EXPECT_TRUE(has(html, row("Males (chrX)", 16)));
 	EXPECT_GT(std::stol(w[0]), 0);
 	EXPECT_FALSE(has(html, "<li>Haploid heterozygotes per male"));
 	EXPECT_EQ(dataLines(d.read("x.snp.hh")), 20);
