@@ -83,6 +83,7 @@ static std::string plantedPed() {
 		ped += p.ped + " -9";
 		for (int s = 0 ; s < 20 ; s ++) {
 			int a = p.father < 0 ? first(i, s) : first(p.father, s), b = p.father < 0 ? (i * 3 + s * 5 + 1) % 4 == 0 : first(p.mother, s);
+			// The planted errors: both parents A A, their child C C.
 			if (i < 3 && s < 4) a = b = (i == 2);
 			if (i == miss && s % 3 == 0 && s < 18) ped += " 0 0";
 			else ped += std::string(" ") + "AC"[a] + " " + "AC"[b];
