@@ -8,10 +8,11 @@ BUILD ?= build
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE_OUT ?= $(BUILD)/example
 
-# Debian packages the build and the tests need: the compiler and libraries, and the tools
-# of the interoperability and workflow tests (bcftools, tabix, plink2, snakemake).
+# Debian packages the build and the tests need: the compiler and libraries, the tools of
+# the interoperability and workflow tests (bcftools, tabix, plink2, snakemake) and
+# matplotlib for sorvane-plot.
 PACKAGES = g++ cmake make pkg-config libboost-program-options-dev libboost-iostreams-dev libboost-dev \
-           zlib1g-dev libbz2-dev libhts-dev libgtest-dev bcftools tabix plink2 snakemake
+           zlib1g-dev libbz2-dev libhts-dev libgtest-dev bcftools tabix plink2 snakemake python3-matplotlib
 # The fuzzing targets need clang with its runtime libraries.
 FUZZ_PACKAGES = clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 60
@@ -69,6 +70,10 @@ example: build
 		-L $(EXAMPLE_OUT)/convert
 	@echo "Phased haplotypes: $(EXAMPLE_OUT)/phased.haps and $(EXAMPLE_OUT)/phased.sample, as VCF: $(EXAMPLE_OUT)/phased.vcf.gz"
 	@echo "Haplotype graphs: $(EXAMPLE_OUT)/phased.graph; log: $(EXAMPLE_OUT)/phased.log"
+	$(BUILD)/sorvane -check --input-ped example/cohort --input-map example/genetic_map.txt \
+		--input-ref example/reference.haplotypes example/reference.legend example/reference.samples \
+		-L $(EXAMPLE_OUT)/check
+	$(BUILD)/sorvane-plot $(EXAMPLE_OUT)/check
 
 clean:
 	rm -rf $(BUILD) $(BUILD)-asan $(BUILD)-tsan $(BUILD)-fuzz

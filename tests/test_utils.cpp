@@ -42,9 +42,9 @@ std::string readFile(const std::string & name) {
 	return s.str();
 }
 
-RunResult runSorvane(const std::string & args, const std::string & dir) {
+RunResult runCommand(const std::string & command, const std::string & dir) {
 	std::string out = dir + "/.stdout", err = dir + "/.stderr";
-	std::string cmd = "cd '" + dir + "' && " + std::string(SORVANE_BIN) + " " + args + " > .stdout 2> .stderr < /dev/null";
+	std::string cmd = "cd '" + dir + "' && " + command + " > .stdout 2> .stderr < /dev/null";
 	int raw = system(cmd.c_str());
 	RunResult r;
 	r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
@@ -53,6 +53,10 @@ RunResult runSorvane(const std::string & args, const std::string & dir) {
 	remove(out.c_str());
 	remove(err.c_str());
 	return r;
+}
+
+RunResult runSorvane(const std::string & args, const std::string & dir) {
+	return runCommand(std::string(SORVANE_BIN) + " " + args, dir);
 }
 
 void writeCompressed(const std::string & name, const std::string & content) {

@@ -33,6 +33,9 @@ struct RunResult {
 	std::string err;
 };
 
+// Runs a shell command inside `dir`, with no standard input.
+RunResult runCommand(const std::string & command, const std::string & dir);
+
 // Runs the built binary with the given argument string inside `dir`.
 RunResult runSorvane(const std::string & args, const std::string & dir);
 

@@ -1,0 +1,181 @@
+#include "test_utils.h"
+
+#include <cstdio>
+#include <fstream>
+
+using testutils::RunResult;
+using testutils::TempDir;
+using testutils::runSorvane;
+using testutils::has;
+using testutils::lines;
+using testutils::words;
+
+static const std::string E = SORVANE_EXAMPLE_DATA;
+
+// The plot script as installed beside the binary, bounded in time.
+static RunResult runPlot(const std::string & args, const std::string & dir) {
+	return testutils::runCommand("timeout 60 " + std::string(SORVANE_PLOT) + " " + args, dir);
+}
+
+// The start of the page's table row of one check, with its count.
+static std::string row(const std::string & label, long count) {
+	return "<tr><th>" + label + "</th><td>" + std::to_string(count) + "</td>";
+}
+
+static long dataLines(const std::string & report) {
+	return (long)lines(report).size() - 1;
+}
+
+static long columnSum(const std::string & report, int column) {
+	std::vector < std::string > l = lines(report);
+	long sum = 0;
+	for (size_t i = 1 ; i < l.size() ; i ++) sum += std::stol(words(l[i])[column]);
+	return sum;
+}
+
+// Draws the page of `prefix` and returns its HTML, after checking that both files hold what they should.
+static std::string drawPage(const TempDir & d, const std::string & prefix) {
+	RunResult r = runPlot(prefix, d.path);
+	EXPECT_EQ(r.status, 0) << r.out << r.err;
+	EXPECT_EQ(r.out, "Check page: " + prefix + ".qc.html (picture: " + prefix + ".qc.png)\n");
+	EXPECT_EQ(d.read(prefix + ".qc.png").substr(0, 8), "\x89PNG\r\n\x1a\n");
+	std::string html = d.read(prefix + ".qc.html");
+	EXPECT_TRUE(has(html, "<img alt=\"check reports\" src=\"data:image/png;base64,iVBORw0KGgo")) << html.substr(0, 2000);
+	return html;
+}
+
+TEST(cli_plot, ExampleData) {
+	TempDir d;
+	RunResult r = runSorvane("-check --input-ped " + E + "/cohort --input-map " + E + "/genetic_map.txt --input-ref " + E + "/reference.haplotypes "
+		+ E + "/reference.legend " + E + "/reference.samples -L check", d.path);
+	ASSERT_EQ(r.status, 0) << r.out;
+	std::string html = drawPage(d, "check");
+	std::string ind_mm = d.read("check.ind.mm"), snp_me = d.read("check.snp.me");
+	EXPECT_TRUE(has(html, row("Samples", 200))) << html.substr(0, 3000);
+	EXPECT_TRUE(has(html, row("Sites", 1081)));
+	EXPECT_TRUE(has(html, row("Missing genotypes", columnSum(ind_mm, 1))));
+	EXPECT_GT(columnSum(ind_mm, 1), 0);
+	EXPECT_TRUE(has(html, row("Samples missing &gt; 10% of sites (stops phasing)", 0)));
+	EXPECT_TRUE(has(html, row("Samples with a parent", 10)));
+	EXPECT_TRUE(has(d.read("check.log"), "  * 111 singletons SNPs\n"));
+	EXPECT_TRUE(has(html, row("Singleton sites", 111)));
+	EXPECT_TRUE(has(html, row("Mendel errors over all sites", columnSum(snp_me, 2))));
+	// A panel with no report says why instead of drawing an empty axis.
+	EXPECT_TRUE(has(html, "<li>Haploid heterozygotes per male (chrX): No .ind.hh report: written by a check with --chrX</li>"));
+	EXPECT_TRUE(has(html, "<li>Panel alignment problems by kind: No .snp.strand report: no panel given, or the panel aligned</li>"));
+}
+
+// 31 samples at 20 sites: a trio with Mendel errors at sites 0 to 3, parents P1 and P2 with
+// two children, and a sample MISS with 6 missing genotypes (30%).
+static std::string plantedPed() {
+	struct Person { std::string ped; int father, mother; };
+	std::vector < Person > people = { { "F1 DAD 0 0 1", -1, -1 }, { "F1 MUM 0 0 2", -1, -1 }, { "F1 KID DAD MUM 1", 0, 1 },
+		{ "F2 P1 0 0 1", -1, -1 }, { "F2 P2 0 0 2", -1, -1 }, { "F2 S1 P1 P2 2", 3, 4 } };
+	for (int u = 0 ; u < 23 ; u ++) people.push_back({ "U" + std::to_string(u) + " U" + std::to_string(u) + " 0 0 " + std::to_string(1 + u % 2), -1, -1 });
+	people.push_back({ "MISS MISS 0 0 2", -1, -1 });
+	const int miss = people.size() - 1;
+	people.push_back({ "F2 S2 P1 P2 1", 3, 4 });
+	// A founder's first allele; a child takes the first allele of each parent.
+	auto first = [](int i, int s) { return (i * 7 + s * 3) % 5 < 2; };
+	std::string ped;
+	for (int i = 0 ; i < (int)people.size() ; i ++) {
+		const Person & p = people[i];
+		ped += p.ped + " -9";
+		for (int s = 0 ; s < 20 ; s ++) {
+			int a = p.father < 0 ? first(i, s) : first(p.father, s), b = p.father < 0 ? (i * 3 + s * 5 + 1) % 4 == 0 : first(p.mother, s);
+			// The planted errors: both parents A A, their child C C.
+			if (i < 3 && s < 4) a = b = (i == 2);
+			if (i == miss && s % 3 == 0 && s < 18) ped += " 0 0";
+			else ped += std::string(" ") + "AC"[a] + " " + "AC"[b];
+		}
+		ped += "\n";
+	}
+	return ped;
+}
+
+TEST(cli_plot, PlantedFaults) {
+	TempDir d;
+	d.write("cohort.ped", plantedPed());
+	std::string map, legend = "id position a0 a1\n", haps;
+	for (int s = 0 ; s < 20 ; s ++) {
+		std::string id = "rs" + std::to_string(s), pos = std::to_string(1000 + 100 * s);
+		map += "1 " + id + " 0 " + pos + "\n";
+		// Site rs5 is on the other strand in the panel.
+		legend += id + " " + pos + (s == 5 ? " T G\n" : " A C\n");
+		haps += "0 1 1 0\n";
+	}
+	d.write("cohort.map", map);
+	d.write("panel.legend", legend);
+	d.write("panel.haplotypes", haps);
+	d.write("panel.samples", "sample population group sex\nR1 P EUR 1\nR2 P EUR 2\n");
+	d.write("miss.txt", "MISS\n");
+
+	// Each fault stops the check at its own step, so three runs leave their reports under one
+	// prefix: Mendel reports without MISS, missingness reports with it, then the panel's.
+	RunResult r = runSorvane("-check --input-ped cohort --exclude-ind miss.txt -L qc", d.path);
+	EXPECT_TRUE(has(r.out, "2 samples are included in several duos/trios")) << r.out;
+	r = runSorvane("-check --input-ped cohort -L qc", d.path);
+	EXPECT_TRUE(has(r.out, "1 individuals with high rates of missing data (>10%)")) << r.out;
+	r = runSorvane("-check --input-ped cohort --input-ref panel.haplotypes panel.legend panel.samples -L qc", d.path);
+	EXPECT_TRUE(has(r.out, "#Misaligned sites between panels = 1")) << r.out;
+
+	std::string html = drawPage(d, "qc");
+	EXPECT_TRUE(has(html, row("Samples", 31) + "<td></td>")) << html.substr(0, 4000);
+	EXPECT_TRUE(has(html, row("Missing genotypes", columnSum(d.read("qc.ind.mm"), 1))));
+	EXPECT_TRUE(has(html, row("Missing genotypes", 6)));
+	EXPECT_TRUE(has(html, row("Samples missing &gt; 10% of sites (stops phasing)", 1) + "<td>MISS</td>"));
+	EXPECT_TRUE(has(html, row("Sites missing &gt; 5% of samples", 0)));
+	EXPECT_TRUE(has(html, row("Families with Mendel errors", 1) + "<td>KID</td>"));
+	EXPECT_TRUE(has(html, row("Samples with Mendel error rate &gt; 5%", 1) + "<td>KID</td>"));
+	EXPECT_TRUE(has(html, row("Mendel errors over all sites", columnSum(d.read("qc.snp.me"), 2))));
+	EXPECT_TRUE(has(html, row("Mendel errors over all sites", 4)));
+	EXPECT_TRUE(has(html, row("Samples in several duos or trios", 2) + "<td>P1, P2</td>"));
+	EXPECT_TRUE(has(html, row("Panel alignment problems: Strand", 1) + "<td>rs5</td>"));
+	EXPECT_TRUE(has(html, row("Panel alignment problems: Missing", 0)));
+	EXPECT_TRUE(has(html, "<li>Haploid heterozygotes per male (chrX): No .ind.hh report"));
+
+	// On chromosome X the males' heterozygous genotypes are counted, as the log says.
+	r = runSorvane("-check --input-ped cohort --chrX -L x", d.path);
+	size_t at = r.out.find(" haploid heterozygous blanked in ");
+	ASSERT_NE(at, std::string::npos) << r.out;
+	std::vector < std::string > w = words(r.out.substr(r.out.rfind("* ", at) + 2));
+	html = drawPage(d, "x");
+	EXPECT_TRUE(has(html, row("Haploid heterozygotes", std::stol(w[0])))) << html.substr(0, 4000);
+	EXPECT_TRUE(has(html, row("Haploid heterozygotes", columnSum(d.read("x.ind.hh"), 2))));
+	EXPECT_TRUE(has(html, row("Males (chrX)", std::stol(w[5]))));
+	EXPECT_TRUE(has(html, row("Males (chrX)", 16)));
+	EXPECT_GT(std::stol(w[0]), 0);
+	EXPECT_FALSE(has(html, "<li>Haploid heterozygotes per male"));
+	EXPECT_EQ(dataLines(d.read("x.snp.hh")), 20);
+}
+
+TEST(cli_plot, Errors) {
+	TempDir d;
+	const std::string ind_mm = "id\tmissing\nS0\t1\n", snp_mm = "id\tposition\tA\tB\tmissing\tcount_A_main\tcount_B_main\tcount_A_founder\tcount_B_founder\nrs0\t100\tA\tC\t1\t1\t1\t1\t1\n";
+	struct Case { std::string suffix, content, message; };
+	const Case cases[] = {
+		{ ".ind.mm", "id\tmissing\nS0\t1\nS1\tx\n", "e.ind.mm line 3: 'x' in column missing is not a whole number" },
+		{ ".ind.mm", "id\tmissing\nS0\t1\t2\n", "e.ind.mm line 2: expected 2 tab-separated fields, found 3" },
+		{ ".ind.mm", "", "e.ind.mm line 1: expected the header 'id\\tmissing'" },
+		{ ".snp.me", "id\tposition\tmendel\ttotal\nrs0\t100\t0\t1\n", "e.snp.me found without e.ind.me: the check writes both" },
+		{ ".snp.strand", "type\tpos\tmain_id\tmain_A\tmain_B\tmain_flippable\tref_id\tref_A\tref_B\tref_flippable\nFlip\tFlip\t100\trs0\tA\tC\t1\trs0\tT\tG\t0\n",
+			"e.snp.strand line 2: unknown problem type 'Flip'" },
+	};
+	for (const Case & c : cases) {
+		d.write("e.ind.mm", ind_mm);
+		d.write("e.snp.mm", snp_mm);
+		d.write("e" + c.suffix, c.content);
+		RunResult r = runPlot("e", d.path);
+		EXPECT_EQ(r.status, 1) << c.message;
+		EXPECT_EQ(r.err, "sorvane-plot: error: " + c.message + "\n");
+		remove(d.file("e" + c.suffix).c_str());
+	}
+	RunResult r = runPlot("none", d.path);
+	EXPECT_EQ(r.status, 1);
+	EXPECT_EQ(r.err, "sorvane-plot: error: no check report found for prefix 'none': looked for none.ind.mm, none.snp.mm, none.ind.me, "
+		"none.snp.me, none.inc.me, none.ind.hh, none.snp.hh, none.snp.strand\n");
+	EXPECT_FALSE(std::ifstream(d.file("none.qc.html").c_str()).good());
+	r = runPlot("", d.path);
+	EXPECT_EQ(r.status, 1);
+	EXPECT_TRUE(has(r.err, "sorvane-plot: error: the following arguments are required: prefix")) << r.err;
+}
