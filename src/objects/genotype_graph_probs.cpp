@@ -270,7 +270,11 @@ void genotype_graph::computeLikes(const std::vector < float > * const * GL, cons
 			if (g < last) side(g, start, t, 4);
 			largest = std::max(largest, (double)probs[t]);
 		}
-		for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++) probs[t] = (float)exp(probs[t] - largest);
+		double sum = 0.0;
+		for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++) sum += (probs[t] = (float)exp(probs[t] - largest));
+		// Likelihoods that rule out every transition of a group cannot weigh it: this happens
+		// around a site opened for a whole family because its hard calls break Mendel's laws.
+		if (sum == 0.0) std::fill(probs.begin() + probsI[g], probs.begin() + probsI[g] + probsC[g], 1.0f);
 		if (g < last) start += HapsS[g];
 	}
 	normalize();

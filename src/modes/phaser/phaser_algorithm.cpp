@@ -59,7 +59,7 @@ void phaser::phaseSegmentPredefined(int slot) {
 void phaser::runModel(int ind, int slot, std::vector < std::vector < int > > & conditional_index, std::vector < int > & left_site, std::vector < int > & right_site, std::vector < int > & left_segment, std::vector < int > & right_segment) {
 	genotype_graph * G = GH.vecG[ind];
 	try {
-		haplotype_segment HS(GH, GH.vecH, conditional_index, left_segment, right_segment, left_site, right_site);
+		haplotype_segment HS(GH, GH.vecH, conditional_index, left_segment, right_segment, left_site, right_site, drawn_known);
 		std::vector < std::vector < std::vector < std::vector < double > > > > & probs = thread_probs[slot];
 		if (G->type <= 2) {
 			HS.expectation(G, hmm, probs[0]);

@@ -62,6 +62,7 @@ void phaser::phaseMcmc() {
 	int P = options["prune"].as < int > ();
 	int M = options["main"].as < int > ();
 
+	weighGraphs();
 	// Burn-in: the chance of drawing on doubled weights falls from 1 to 0 (NaN with one
 	// iteration, so never).
 	stage_burnin = true;
@@ -82,6 +83,7 @@ void phaser::phaseMcmc() {
 		}
 		pruner(GH, 0.99, n_thread).prune();
 		GH.summarise();
+		weighGraphs();
 	}
 
 	for (int i = 1 ; i <= M ; i ++) {
@@ -90,6 +92,9 @@ void phaser::phaseMcmc() {
 	}
 
 	normaliser(GH, n_thread).normalise();
+}
+
+void phaser::weighGraphs() {
 }
 
 void phaser::phaseIteration(std::string name) {
