@@ -15,6 +15,8 @@ Output, all in the output folder:
   reference.haplotypes, reference.legend, reference.samples   reference panel
   families.bed, families.bim, families.fam   the cohort with larger families
   families_truth.haps, families_truth.sample   true haplotypes of their members
+  lowcov_<D>x.gen.gz, lowcov_<D>x.sample   genotype likelihoods of the cohort
+                                   from simulated reads at a mean depth of D
 
 Everything random is drawn from one random.Random(seed) stream, using only
 random() so that results do not depend on the Python version's integer
@@ -22,6 +24,7 @@ sampling helpers. Only the standard library is used.
 """
 
 import argparse
+import gzip
 import math
 import random
 import sys
@@ -391,6 +394,50 @@ def write_families(out, args, people, H0, H1, MISS, rel_pos, gmap, ids, bp, cms,
           % (len(members), len(added), len(dropped), len(related)))
 
 
+# ---------------------------------------------------------------------------
+# Low-coverage sequencing of the cohort
+
+LOWCOV_DEPTHS = (2, 6)     # mean read depths of the likelihood files
+LOWCOV_ERROR = 0.01        # chance that a read shows the other allele
+
+
+def write_lowcov(out, seed, depth, error):
+    """Genotype likelihoods of the cohort from simulated reads, as GEN/SAMPLE.
+
+    Reads the true haplotypes written to `out` (truth.haps, truth.sample). At
+    each site each sample gets a Poisson number of reads of mean `depth`; a
+    read copies one of the two haplotypes, chosen with equal chance, and shows
+    the other allele with chance `error`. The likelihoods of 0, 1 and 2 copies
+    of the second allele are normalised to sum to 1 and written with three
+    significant digits (a site without reads gets three equal values). Draws
+    come from their own stream, so the other files do not depend on them."""
+    rng = random.Random("%d lowcov %d" % (seed, depth))
+    stem = "%slowcov_%dx" % (out, depth)
+    with open(out + "truth.sample") as f, open(stem + ".sample", "w") as g:
+        g.write(f.read())
+    # Chance that a read shows the second allele, for 0, 1 or 2 copies of it.
+    p_second = (error, 0.5, 1.0 - error)
+    with open(out + "truth.haps") as f, \
+            gzip.GzipFile(stem + ".gen.gz", "wb", mtime=0) as g:
+        for line in f:
+            fields = line.split()
+            row = fields[:5]
+            alleles = fields[5:]
+            for i in range(0, len(alleles), 2):
+                haps = (int(alleles[i]), int(alleles[i + 1]))
+                n_second = 0
+                n_reads = poisson(rng, depth)
+                for _ in range(n_reads):
+                    allele = haps[0] if rng.random() < 0.5 else haps[1]
+                    if rng.random() < error:
+                        allele = 1 - allele
+                    n_second += allele
+                like = [p ** n_second * (1.0 - p) ** (n_reads - n_second) for p in p_second]
+                total = sum(like)
+                row.extend("%.3g" % (x / total) for x in like)
+            g.write((" ".join(row) + "\n").encode())
+
+
 def main():
     ap = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     ap.add_argument("--ms", required=True, help="scrm output (run with -SC abs)")
@@ -634,6 +681,11 @@ def main():
     print("missing genotypes:    %d (%.3f%%)" % (n_missing, 100.0 * n_missing / (n_ind * n_sites)))
     print("meiotic crossovers:   %d" % crossovers)
     print("map length:           %.4f cM" % gmap.total_cm)
+
+    for depth in LOWCOV_DEPTHS:
+        write_lowcov(out, args.seed, depth, LOWCOV_ERROR)
+    print("likelihood files:     depths %s, read error %g"
+          % (", ".join("%dx" % d for d in LOWCOV_DEPTHS), LOWCOV_ERROR))
 
 
 if __name__ == "__main__":

@@ -81,8 +81,19 @@ void genotype_checker::checkGenotypeData() {
 }
 
 void genotype_checker::checkLikelihoodData() {
+	checkLikelihoodValues();
 	checkMissingAndMAF(true);
 	checkMendelErrors();
+}
+
+// The GEN reader scales each triple to sum 1 but takes the numbers as they are: a negative or
+// non-numeric value would turn the transition weights of the graphs into NaN later in the run.
+void genotype_checker::checkLikelihoodValues() {
+	for (int i = 0 ; i < (int)reader.likelihoods.size() ; i ++) {
+		const std::vector < float > & L = reader.likelihoods[i];
+		for (int v = 0 ; v < (int)L.size() ; v ++) if (!(L[v] >= 0.0f))
+			LOG.error("Genotype likelihoods of sample " + reader.ind_id[i] + " at position " + sutils::int2str(reader.sites->getByIndex(v / 3)->bp) + " are not all positive or zero");
+	}
 }
 
 void genotype_checker::checkMendelErrors() {

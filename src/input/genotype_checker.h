@@ -38,6 +38,7 @@ public:
 	void wipeMendelErrors();
 	void checkHaploidHeterozygous();
 	void checkMissingAndMAF(bool likelihoods);
+	void checkLikelihoodValues();
 
 	void order(std::vector < std::map < std::string, int > > & out);
 

@@ -50,8 +50,8 @@ SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__
 	}
 }
 
-haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, std::vector < std::vector < int > > & cond, std::vector < int > & segStart, std::vector < int > & segStop, std::vector < int > & start, std::vector < int > & stop) :
-	GH(GH), H(H), cond(cond), start(start), stop(stop), segStart(segStart), segStop(segStop), K(0), cachedByte(-1) {
+haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, std::vector < std::vector < int > > & cond, std::vector < int > & segStart, std::vector < int > & segStop, std::vector < int > & start, std::vector < int > & stop, bool drawn_known) :
+	GH(GH), H(H), cond(cond), start(start), stop(stop), segStart(segStart), segStop(segStop), drawn_known(drawn_known), K(0), cachedByte(-1) {
 }
 
 void haplotype_segment::expectation(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < double > > > & prob) {
@@ -95,7 +95,7 @@ void haplotype_segment::prepareWindow(int w) {
 	for (int k = 0 ; k < K ; k ++) {
 		const int idx = cond[w][k];
 		condBits[k] = H[idx].data.data();
-		condMiss[k] = idx < (int)GH.hap2ind.size() ? &GH.vecG[GH.hap2ind[idx]]->Miss : nullptr;
+		condMiss[k] = (!drawn_known && idx < (int)GH.hap2ind.size()) ? &GH.vecG[GH.hap2ind[idx]]->Miss : nullptr;
 	}
 }
 

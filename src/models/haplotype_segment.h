@@ -40,8 +40,12 @@ public:
 	std::vector < double > backP;
 	std::vector < int > backI;
 	std::vector < double > backS;
+	// The alleles of a conditioning haplotype where its sample is missing count as known:
+	// in genotype calling they are draws weighed by that sample's own likelihoods. Otherwise
+	// a site missing in both the unit and the conditioning sample carries no information.
+	bool drawn_known;
 
-	haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, std::vector < std::vector < int > > & cond, std::vector < int > & segStart, std::vector < int > & segStop, std::vector < int > & start, std::vector < int > & stop);
+	haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, std::vector < std::vector < int > > & cond, std::vector < int > & segStart, std::vector < int > & segStop, std::vector < int > & start, std::vector < int > & stop, bool drawn_known);
 
 	// Plain form, haploid and unrelated graphs: prob[g][a][b] for fragment a of segment
 	// g - 1 and b of segment g, each matrix normalised.

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <iostream>
+#include <sstream>
 
 // Sums below 1e-300 are taken as underflow.
 static const double underflow = 1e-300;
@@ -242,6 +243,14 @@ void genotype_graph::expectation(std::vector < std::vector < double > > & F, std
 	}
 }
 
+// The diagnostic line of a likelihood of exactly 1, written in one piece: the error stream
+// flushes after every insertion, and in families such lines come by the million.
+static void reportCertain(const float * triple) {
+	std::ostringstream line;
+	line << triple[0] << " " << triple[1] << " " << triple[2] << "\n";
+	std::cerr << line.str();
+}
+
 // Per transition, the log-likelihood of the genotypes that its fragments spell at the
 // missing sites of the segments on both sides, then exp relative to the group's best so
 // that it cannot underflow. A member's genotype is the sum of the alleles of two tracks
@@ -255,7 +264,7 @@ void genotype_graph::computeLikes(const std::vector < float > * const * GL, cons
 			for (int m = 0 ; m < members ; m ++) {
 				const std::vector < float > & L = *GL[m];
 				float l = L[3 * site + u[genotypes[m][0]] + u[genotypes[m][1]]];
-				if (l == 1.0f) std::cerr << L[3 * site] << " " << L[3 * site + 1] << " " << L[3 * site + 2] << std::endl;
+				if (l == 1.0f) reportCertain(&L[3 * site]);
 				probs[t] += logf(l);
 			}
 		}
@@ -270,7 +279,11 @@ void genotype_graph::computeLikes(const std::vector < float > * const * GL, cons
 			if (g < last) side(g, start, t, 4);
 			largest = std::max(largest, (double)probs[t]);
 		}
-		for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++) probs[t] = (float)exp(probs[t] - largest);
+		double sum = 0.0;
+		for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++) sum += (probs[t] = (float)exp(probs[t] - largest));
+		// Likelihoods that rule out every transition of a group cannot weigh it: this happens
+		// around a site opened for a whole family because its hard calls break Mendel's laws.
+		if (sum == 0.0) std::fill(probs.begin() + probsI[g], probs.begin() + probsI[g] + probsC[g], 1.0f);
 		if (g < last) start += HapsS[g];
 	}
 	normalize();

@@ -304,4 +304,15 @@ TEST(genotype_graph_probs, LikelihoodEmissions) {
 		}
 		EXPECT_EQ(u.g.probs, std::vector < float > (u.g.probs.size(), 0.0f));
 	}
+	// A trio whose father and child are called homozygous for different alleles where the
+	// mother is missing: the site is open and its likelihoods rule out every transition of
+	// both groups, which keep equal weights.
+	std::vector < bool > no(1, false), yes(1, true);
+	genotype_graph g(4, 0);
+	g.buildTrio(no, no, no, no, no, yes, yes, yes, no);
+	std::vector < float > father = { 1, 0, 0 }, mother = { 0.2f, 0.5f, 0.3f }, child = { 0, 0, 1 };
+	g.computeLikesFromGLsTri(father, mother, child);
+	ASSERT_EQ(g.probsC.size(), 2u);
+	for (unsigned int k = 0 ; k < 2 ; k ++) for (unsigned int t = g.probsI[k] ; t < g.probsI[k] + g.probsC[k] ; t ++)
+		EXPECT_FLOAT_EQ(g.likes[t], 1.0f / g.probsC[k]) << k << " " << t;
 }

@@ -15,7 +15,7 @@
 #include <algorithm>
 #include <map>
 
-phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), predefined_states(false) {
+phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), predefined_states(false), drawn_known(false) {
 }
 
 phaser::~phaser() {
@@ -215,19 +215,11 @@ void phaser::read_files_and_initialise() {
 
 	genotype_reader readerG(filter_in, options.count("chrX") > 0);
 	readGenotypes(readerG);
-	if (options.count("input-sex")) readerG.readSex(options["input-sex"].as < std::string > ());
-	if (!options.count("input-ref") && readerG.ind_id.size() <= 9)
-		LOG.error("You cannot phase less than 10 samples wihout using a reference panel!");
-	sample_header1 = readerG.sample_header1;
-	sample_header2 = readerG.sample_header2;
+	readSamples(readerG);
 	if (options.count("duohmm")) checkPedigreeColumns();
 
 	reference_reader readerR(filter_in, readerG.sites.get());
-	if (options.count("input-ref")) {
-		std::vector < std::string > f = options["input-ref"].as < std::vector < std::string > > ();
-		readerR.readReferenceImpute(f[0], f[1], f[2]);
-	}
-	if (options.count("input-map")) readGeneticMap(options["input-map"].as < std::string > (), readerG.sites.get());
+	readPanelAndMap(readerR, readerG.sites.get());
 
 	genotype_checker checkerG(readerG, readerR, options.count("chrX") > 0, options.count("force") > 0);
 	if (options.count("noped")) checkerG.resetPedigrees();
@@ -239,6 +231,31 @@ void phaser::read_files_and_initialise() {
 	std::vector < std::map < std::string, int > > units;
 	checkerG.order(units);
 
+	buildGraphs(readerG, readerR, units);
+	initialiseHaplotypes();
+	initialiseModel();
+	if (options.count("input-copy-states")) readCopyingStates(options["input-copy-states"].as < std::string > ());
+}
+
+// Sex, the sample count, and the SAMPLE header lines that the output needs once the store is gone.
+void phaser::readSamples(genotype_reader & readerG) {
+	if (options.count("input-sex")) readerG.readSex(options["input-sex"].as < std::string > ());
+	if (!options.count("input-ref") && readerG.ind_id.size() <= 9)
+		LOG.error("You cannot phase less than 10 samples wihout using a reference panel!");
+	sample_header1 = readerG.sample_header1;
+	sample_header2 = readerG.sample_header2;
+}
+
+void phaser::readPanelAndMap(reference_reader & readerR, snp_set * study_sites) {
+	if (options.count("input-ref")) {
+		std::vector < std::string > f = options["input-ref"].as < std::vector < std::string > > ();
+		readerR.readReferenceImpute(f[0], f[1], f[2]);
+	}
+	if (options.count("input-map")) readGeneticMap(options["input-map"].as < std::string > (), study_sites);
+}
+
+// One graph per unit, then GH takes the graphs, the sites and the panel.
+void phaser::buildGraphs(genotype_reader & readerG, reference_reader & readerR, std::vector < std::map < std::string, int > > & units) {
 	// Threads beyond the number of sampling units would have nothing to do.
 	n_thread = std::max(1, std::min(options["thread"].as < int > (), (int)units.size()));
 	builder B(readerG, units, n_thread);
@@ -249,8 +266,10 @@ void phaser::read_files_and_initialise() {
 	limitThreads();
 	allocateMemory();
 	GH.summarise();
+}
 
-	// A first haplotype pair for every graph, drawn uniformly among its paths.
+// A first haplotype pair for every graph, drawn uniformly among its paths, unless given.
+void phaser::initialiseHaplotypes() {
 	sampler(GH, true, n_thread, true).sample();
 	if (options.count("missing-maf")) GH.initialise();
 	else if (options.count("input-init")) {
@@ -259,15 +278,15 @@ void phaser::read_files_and_initialise() {
 		readerH.readHaplotypeImpute(f[0], f[1]);
 		GH.initialise(readerH);
 	}
+}
 
+void phaser::initialiseModel() {
 	int K = options["states"].as < int > ();
 	if (!model_version1) K += options["states-pmatch"].as < int > () + options["states-random"].as < int > () + options["states-cov"].as < int > ();
 	if (options.count("input-map")) hmm.initialise(*GH.sites, options["effective-size"].as < int > ());
 	else hmm.initialise(*GH.sites, options["rho"].as < double > ());
 	int H = GH.n_reference + (options.count("no-mcmc") ? 0 : GH.n_founder);
 	hmm.update(H, std::min(K, H));
-
-	if (options.count("input-copy-states")) readCopyingStates(options["input-copy-states"].as < std::string > ());
 }
 
 const std::vector < bool > & phaser::conditioningMask() {

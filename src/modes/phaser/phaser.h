@@ -7,9 +7,12 @@
 #include "modes/sorvane.h"
 
 #include <atomic>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
+
+class genotype_reader;
 
 // The phasing mode.
 class phaser : public sorvane {
@@ -39,6 +42,9 @@ public:
 	// Threads used: --thread, lowered to what the batches can use (see limitThreads).
 	int n_thread;
 	bool predefined_states;
+	// Conditioning alleles at sites where their sample is missing count as known (see
+	// haplotype_segment); phasing leaves them out.
+	bool drawn_known;
 	// User copying states: per graph, per window, the conditioning haplotypes; and the site
 	// index where each window starts, the last site closing the last window.
 	std::vector < std::vector < std::vector < int > > > copy_states;
@@ -75,13 +81,24 @@ public:
 	void shuffle();
 	void phaseMcmc();
 	void phaseNoMcmc();
-	void phaseIteration(std::string name);
+	virtual void phaseIteration(std::string name);
 	void phaseSegment(std::string name);
 	void phaseSegmentPredefined(std::string name);
 	void phaseSegment(int slot);
 	void phaseSegmentPredefined(int slot);
 	void phaseGraph(std::string name);
 	void phaseGraph(int slot);
+
+protected:
+	// Steps of the set-up shared with the modes built on phasing.
+	void readSamples(genotype_reader & readerG);
+	void readPanelAndMap(reference_reader & readerR, snp_set * study_sites);
+	void buildGraphs(genotype_reader & readerG, reference_reader & readerR, std::vector < std::map < std::string, int > > & units);
+	void initialiseHaplotypes();
+	void initialiseModel();
+	// Weights of the graph transitions besides the model's, made before the first iteration
+	// and again after each pruning, which renumbers the transitions. Phasing has none.
+	virtual void weighGraphs();
 
 private:
 	void checkRange(const std::string & option, int low, int high);

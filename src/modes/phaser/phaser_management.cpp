@@ -65,6 +65,7 @@ void phaser::phaseMcmc() {
 	int P = options["prune"].as < int > ();
 	int M = options["main"].as < int > ();
 
+	weighGraphs();
 	// Burn-in: the chance of drawing on doubled weights falls from 1 to 0 (NaN with one
 	// iteration, so never).
 	stage_burnin = true;
@@ -85,6 +86,7 @@ void phaser::phaseMcmc() {
 		}
 		pruner(GH, 0.99, n_thread).prune();
 		GH.summarise();
+		weighGraphs();
 	}
 
 	for (int i = 1 ; i <= M ; i ++) {
@@ -98,6 +100,7 @@ void phaser::phaseMcmc() {
 // Against the reference panel alone: one burn-in in the graph form whatever the model,
 // then one pruning and one main iteration.
 void phaser::phaseNoMcmc() {
+	weighGraphs();
 	stage_burnin = true;
 	p_random = 0.0;
 	shuffle();
@@ -108,9 +111,13 @@ void phaser::phaseNoMcmc() {
 	phaseIteration("Pruning iteration [1/1]");
 	pruner(GH, 0.99, n_thread).prune();
 	GH.summarise();
+	weighGraphs();
 	shuffle();
 	phaseIteration("Main iteration [1/1]");
 	normaliser(GH, n_thread).normalise();
+}
+
+void phaser::weighGraphs() {
 }
 
 void phaser::phaseIteration(std::string name) {

@@ -1,0 +1,239 @@
+#include "test_utils.h"
+
+#include <algorithm>
+#include <map>
+
+using testutils::RunResult;
+using testutils::TempDir;
+using testutils::has;
+using testutils::lines;
+using testutils::runSorvane;
+using testutils::words;
+
+namespace {
+
+const std::string E = SORVANE_EXAMPLE_DATA;
+const int LAST_BP = 1100000;
+
+// Per position, the alleles of a HAPS file, two a sample in the file's sample order.
+std::map < int, std::vector < int > > readHaps(const std::string & file) {
+	std::map < int, std::vector < int > > H;
+	for (const std::string & l : lines(testutils::readCompressed(file))) {
+		std::vector < std::string > t = words(l);
+		for (unsigned int k = 5 ; k < t.size() ; k ++) H[std::stoi(t[2])].push_back(t[k] == "1");
+	}
+	return H;
+}
+
+// Identifiers in the style of the example: IND0001, IND0002 ...
+std::string sampleName(int number) {
+	std::string n = std::to_string(number);
+	return "IND" + std::string(4 - n.size(), '0') + n;
+}
+
+// The example's 2x likelihoods up to LAST_BP as low.gen and low.sample, in which the
+// likelihoods of the given (sample index, position) cells are replaced by overwhelming ones
+// for the genotype in the map, and the first 100 samples as the inclusion list "list".
+void writeLowCoverage(const TempDir & d, const std::map < std::pair < int, int >, int > & overwhelming) {
+	std::string gen;
+	for (const std::string & l : lines(testutils::readCompressed(E + "/lowcov_2x.gen.gz"))) {
+		std::vector < std::string > t = words(l);
+		int pos = std::stoi(t[2]);
+		if (pos > LAST_BP) break;
+		for (const auto & cell : overwhelming) if (cell.first.second == pos)
+			for (int g = 0 ; g < 3 ; g ++) t[5 + 3 * cell.first.first + g] = g == cell.second ? "0.99998" : "0.00001";
+		for (const std::string & w : t) gen += w + " ";
+		gen.back() = '\n';
+	}
+	d.write("low.gen", gen);
+	const std::string sample = testutils::readCompressed(E + "/lowcov_2x.sample");
+	d.write("low.sample", sample);
+	std::vector < std::string > rows = lines(sample);
+	std::string list;
+	for (int i = 0 ; i < 100 ; i ++) list += words(rows[2 + i])[1] + "\n";
+	d.write("list", list);
+}
+
+// Per-site maximum-likelihood genotype of a sample in a GEN line, ties to the lower one.
+int bestGenotype(const std::vector < std::string > & t, int sample) {
+	int best = 0;
+	for (int g = 1 ; g < 3 ; g ++) if (std::stod(t[5 + 3 * sample + g]) > std::stod(t[5 + 3 * sample + best])) best = g;
+	return best;
+}
+
+}
+
+// Each case stops with its message: the likelihoods come only from a GEN file (refused
+// before any file is read), scaffolds go by pairs of files that exist, and the plan without
+// MCMC and the family refinement are not built yet.
+TEST(cli_call, OptionAndFileChecks) {
+	TempDir d;
+	for (const char * f : { "in.gen", "in.sample", "s.haps", "r.hap", "r.legend", "r.sample" }) d.write(f, "x");
+	const std::string likelihoods = "Genotype likelihoods have to be specified via --input-gen (use glforge program!)";
+	const std::string io = " --input-gen in --output-max out ";
+	const std::vector < std::pair < std::string, std::string > > cases = {
+		{ "--input-ped none --output-max out", likelihoods },
+		{ "--input-bed none --output-max out", likelihoods },
+		{ "--input-vcf none.vcf --output-max out", likelihoods },
+		{ io + "--input-scaffold s.haps", "Incorrect number of arguments given to --input-phased-scaffold (it must be a multiple of 2)" },
+		{ io + "--input-scaffold s.haps none.sample", "none.sample is impossible to open, check file existence or reading permissions" },
+		{ io + "--no-mcmc", "To get rid of the MCMC scheme, you must specify a reference panel of haplotypes via --input-ref" },
+		{ io + "--duohmm", "The --duohmm option is not available with -call: this mode phases duos and trios together, and the pedigree refinement needs every sample phased alone" },
+	};
+	for (const auto & c : cases) {
+		RunResult r = runSorvane("-call " + c.first + " -L log", d.path);
+		EXPECT_EQ(r.status, 1) << c.first;
+		EXPECT_TRUE(has(r.out, "\033[33mERROR:\033[0m " + c.second + "\n")) << c.first << "\n" << r.out;
+	}
+}
+
+// Bad GEN lines: triples of zeros are unknown genotypes, a negative likelihood is refused
+// by the likelihood checks, a line of the wrong length by the reader. The checks report
+// missingness and stop on high rates unless forced.
+TEST(cli_call, LikelihoodChecks) {
+	TempDir d;
+	std::string sample = "ID_1 ID_2 missing\n0 0 0\n";
+	for (int i = 1 ; i <= 10 ; i ++) sample += sampleName(i) + " " + sampleName(i) + " 0\n";
+	// 20 sites of 10 samples with clear calls, but for sample `ind` at sites `first` to
+	// `last`, which get `triple`; a triple of two numbers makes the line one field short.
+	auto write = [&](const std::string & stem, int ind, int first, int last, const std::string & triple) {
+		std::string gen;
+		for (int s = 1 ; s <= 20 ; s ++) {
+			gen += "1 rs" + std::to_string(s) + " " + std::to_string(100 * s) + " A C";
+			for (int i = 1 ; i <= 10 ; i ++) gen += " " + (i == ind && s >= first && s <= last ? triple : (i + s) % 3 ? "0.02 0.96 0.02" : "0.96 0.02 0.02");
+			gen += "\n";
+		}
+		d.write(stem + ".gen", gen);
+		d.write(stem + ".sample", sample);
+	};
+	write("zero", 1, 1, 3, "0 0 0");
+	write("neg", 2, 2, 2, "-0.1 0.6 0.5");
+	write("short", 4, 3, 3, "0.5 0.5");
+	struct Case { std::string stem, force, message; int status; };
+	const std::vector < Case > cases = {
+		{ "zero", "", "\033[33mERROR:\033[0m 1 individuals with high rates of missing data (>10%). These individuals should be removed. You can disable this error with --force (at your own risk).\n", 1 },
+		{ "zero", "--force", "  * 1 individuals with high rates of missing data (>5%)\n", 0 },
+		{ "neg", "--force", "\033[33mERROR:\033[0m Genotype likelihoods of sample IND0002 at position 200 are not all positive or zero\n", 1 },
+		{ "short", "--force", "\033[33mERROR:\033[0m Line=3 found=34 fields, expected=35 or 36\n", 1 },
+	};
+	for (const Case & c : cases) {
+		RunResult r = runSorvane("-call --input-gen " + c.stem + " " + c.force + " --burn 1 --prune 1 --main 1 --states 5 --seed 1 --output-max out -L " + c.stem, d.path);
+		EXPECT_EQ(r.status, c.status) << c.stem << " " << c.force;
+		EXPECT_TRUE(has(r.out, c.message)) << c.stem << " " << c.force << "\n" << r.out;
+	}
+	// The reports of the stopped run count the zero triples as missing; the forced run calls them.
+	EXPECT_TRUE(has(d.read("zero.ind.mm"), "IND0001\t3\n")) << d.read("zero.ind.mm");
+	std::vector < std::string > called = lines(d.read("out.haps"));
+	ASSERT_EQ(called.size(), 20u);
+	for (const std::string & l : called) EXPECT_EQ(words(l).size(), 25u);
+}
+
+// The simulated 2x likelihoods of 100 samples over 100 kb, every genotype left open
+// (--input-thr 1): the calls disagree with the truth far less often than the per-site
+// maximum-likelihood genotypes (about 6.6 % against 11.7 %), and where overwhelming
+// likelihoods were planted, against the truth, the call follows them.
+TEST(cli_call, BetterThanPerSiteCallsAtLowDepth) {
+	TempDir d;
+	const std::map < int, std::vector < int > > truth = readHaps(E + "/truth.haps");
+	std::vector < int > positions;
+	for (const auto & s : truth) if (s.first <= LAST_BP) positions.push_back(s.first);
+	std::map < std::pair < int, int >, int > planted;
+	for (int k = 0 ; k < 20 ; k ++) {
+		int ind = 5 * k + 2, pos = positions[(37 * k + 11) % positions.size()];
+		const std::vector < int > & h = truth.at(pos);
+		planted[{ ind, pos }] = (h[2 * ind] + h[2 * ind + 1] + 1) % 3;
+	}
+	writeLowCoverage(d, planted);
+	// Without a panel, then against the panel alone without MCMC.
+	for (std::string plan : { std::string(), " --no-mcmc --input-ref " + E + "/reference.haplotypes " + E + "/reference.legend " + E + "/reference.samples" }) {
+		RunResult r = runSorvane("-call --input-gen low --include-ind list --input-thr 1 --force --seed 4 --thread 1 --output-max out -L log" + plan, d.path);
+		ASSERT_EQ(r.status, 0) << r.out;
+		const std::string log = d.read("log.log");
+		if (plan.empty()) EXPECT_TRUE(has(log, "\nMODE -call : GENOTYPE CALLING\n  * Autosome (chr1 ... chr22)\n  * Window-based model (SORVANE v2)\n  * No reference panel used\n  * Gibbs sampling\n  * No scaffold of haplotypes used\n")) << log;
+		else EXPECT_TRUE(has(log, "  * No Gibbs sampling\n")) << log;
+		EXPECT_FALSE(has(log, "Parameters :"));
+		const std::map < int, std::vector < int > > out = readHaps(d.file("out.haps"));
+		ASSERT_EQ(out.size(), positions.size());
+
+		long n = 0, wrong_ml = 0, wrong_call = 0;
+		for (const std::string & l : lines(d.read("low.gen"))) {
+			std::vector < std::string > t = words(l);
+			int pos = std::stoi(t[2]);
+			const std::vector < int > & T = truth.at(pos), & O = out.at(pos);
+			ASSERT_EQ(O.size(), 200u);
+			for (int i = 0 ; i < 100 ; i ++) {
+				int call = O[2 * i] + O[2 * i + 1];
+				auto p = planted.find({ i, pos });
+				if (p != planted.end()) {
+					EXPECT_EQ(call, p->second) << "sample " << i << " at " << pos;
+					continue;
+				}
+				int g = T[2 * i] + T[2 * i + 1];
+				n ++;
+				wrong_ml += bestGenotype(t, i) != g;
+				wrong_call += call != g;
+			}
+		}
+		double ml = (double)wrong_ml / n, called = (double)wrong_call / n;
+		EXPECT_GT(ml, 0.08);
+		EXPECT_LT(called, 0.8 * ml) << n << " genotypes" << plan;
+	}
+}
+
+// Scaffolds from the truth for 25 unrelated samples, given as two pairs of files: their
+// haplotypes come out as given, order included, the other samples are called too, and
+// the run repeats exactly from its seed on one thread.
+TEST(cli_call, ScaffoldAndRepeatability) {
+	TempDir d;
+	writeLowCoverage(d, {});
+	// Samples of the first 100 without parents or children: their graphs take the scaffold.
+	std::vector < std::vector < std::string > > samples;
+	for (const std::string & l : lines(d.read("low.sample"))) samples.push_back(words(l));
+	std::vector < int > unrelated;
+	for (int i = 0 ; i < 100 && unrelated.size() < 25 ; i ++) {
+		bool related = samples[2 + i][3] != "0" || samples[2 + i][4] != "0";
+		for (unsigned int j = 2 ; j < samples.size() ; j ++) related = related || samples[j][3] == samples[2 + i][1] || samples[j][4] == samples[2 + i][1];
+		if (!related) unrelated.push_back(i);
+	}
+	ASSERT_EQ(unrelated.size(), 25u);
+	const std::vector < std::vector < int > > parts = { { unrelated.begin(), unrelated.begin() + 12 }, { unrelated.begin() + 12, unrelated.end() } };
+	std::vector < std::string > rows = lines(testutils::readCompressed(E + "/truth.haps"));
+	for (int part = 0 ; part < 2 ; part ++) {
+		std::string haps, sample = "ID_1 ID_2 missing\n0 0 0\n";
+		for (int i : parts[part]) sample += samples[2 + i][0] + " " + samples[2 + i][1] + " 0\n";
+		for (const std::string & row : rows) {
+			std::vector < std::string > t = words(row);
+			if (std::stoi(t[2]) > LAST_BP) break;
+			haps += t[0] + " " + t[1] + " " + t[2] + " " + t[3] + " " + t[4];
+			for (int i : parts[part]) haps += " " + t[5 + 2 * i] + " " + t[6 + 2 * i];
+			haps += "\n";
+		}
+		d.write("scaffold" + std::to_string(part) + ".haps", haps);
+		d.write("scaffold" + std::to_string(part) + ".sample", sample);
+	}
+	const std::string args = "-call --input-gen low --include-ind list --force --seed 9 --thread 1 --input-scaffold scaffold0.haps scaffold0.sample scaffold1.haps scaffold1.sample";
+	for (const std::string run : { "a", "b" }) {
+		RunResult r = runSorvane(args + " --output-max " + run + " -L " + run, d.path);
+		ASSERT_EQ(r.status, 0) << r.out;
+	}
+	const std::string log = d.read("a.log");
+	EXPECT_TRUE(has(log, "  * Scaffold of haplotypes used\n")) << log;
+	EXPECT_TRUE(has(log, "  * 12 samples with a scaffold out of 100\n")) << log;
+	EXPECT_TRUE(has(log, "  * 13 samples with a scaffold out of 100\n")) << log;
+	EXPECT_EQ(d.read("a.haps"), d.read("b.haps"));
+	const std::map < int, std::vector < int > > truth = readHaps(E + "/truth.haps");
+	const std::map < int, std::vector < int > > out = readHaps(d.file("a.haps"));
+	ASSERT_FALSE(out.empty());
+	long wrong = 0, n = 0;
+	for (const auto & s : out) for (int i = 0 ; i < 100 ; i ++) {
+		const std::vector < int > & T = truth.at(s.first);
+		if (std::find(unrelated.begin(), unrelated.end(), i) != unrelated.end()) {
+			ASSERT_EQ(s.second[2 * i], T[2 * i]) << "sample " << i << " at " << s.first;
+			ASSERT_EQ(s.second[2 * i + 1], T[2 * i + 1]) << "sample " << i << " at " << s.first;
+			continue;
+		}
+		n ++;
+		wrong += s.second[2 * i] + s.second[2 * i + 1] != T[2 * i] + T[2 * i + 1];
+	}
+	EXPECT_LT((double)wrong / n, 0.09) << n << " genotypes";
+}
