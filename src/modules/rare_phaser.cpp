@@ -77,14 +77,17 @@ bool rare_phaser::farther(int a, int b, int l) const {
 	while (first > 0 && position[l] - position[first - 1] <= radius) first --;
 	while (last + 1 < n_sites && position[last + 1] - position[l] <= radius) last ++;
 	int near[2] = { n_sites, n_sites };
-	double longest[2] = { -1.0, -1.0 };
-	for (int c = 0 ; c < (int)GH.vecH.size() ; c ++) if (c != a && c != b)
-		for (int k = 0 ; k < 2 ; k ++) {
-			const int h = k ? b : a;
-			near[k] = std::min(near[k], distance(h, c, first, last, l));
-			longest[k] = std::max(longest[k], match(h, c, l));
-		}
+	for (int c = 0 ; c < (int)GH.vecH.size() ; c ++) if (c != a && c != b) {
+		near[0] = std::min(near[0], distance(a, c, first, last, l));
+		near[1] = std::min(near[1], distance(b, c, first, last, l));
+	}
 	if (near[0] != near[1]) return near[0] > near[1];
+	// Matches are only needed to break a tie.
+	double longest[2] = { -1.0, -1.0 };
+	for (int c = 0 ; c < (int)GH.vecH.size() ; c ++) if (c != a && c != b) {
+		longest[0] = std::max(longest[0], match(a, c, l));
+		longest[1] = std::max(longest[1], match(b, c, l));
+	}
 	return longest[0] < longest[1];
 }
 
