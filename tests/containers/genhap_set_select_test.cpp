@@ -154,6 +154,29 @@ TEST(genhap_set_select, IdentityByDescentRule) {
 	EXPECT_EQ(non_overlapping_hamming_distance(o, a, z, a, 0, 15), 1);
 	EXPECT_EQ(non_overlapping_hamming_distance(z, o, a, a, 0, 15), 2);
 	EXPECT_EQ(non_overlapping_hamming_distance(z, z, z, z, 3, 2), -1);
+
+	// Against a count site by site with the same two draws, on ranges within and across the
+	// 64-site words of long haplotypes.
+	for (int rep = 0 ; rep < 200 ; rep ++) {
+		const int L = 300;
+		std::vector < chaplotype > h(4, chaplotype(L));
+		for (chaplotype & x : h) for (int l = 0 ; l < L ; l ++) x.set(l, putils::getRandom() < (rep % 2 ? 0.1 : 0.5));
+		const int left = putils::getRandom(L), right = std::min(L - 1, left + putils::getRandom(3 * (rep % 5) * 40 + 2));
+		int both = 0, first = 0, second = 0;
+		for (int l = left ; l <= right ; l ++) {
+			const bool m0 = h[0][l] == h[2][l], m1 = h[1][l] == h[3][l];
+			if (h[0][l] == h[1][l] && m0 && m1) continue;
+			both += m0 && m1;
+			first += m0 && !m1;
+			second += !m0 && m1;
+		}
+		putils::initRandom(1000 + rep);
+		const int got = non_overlapping_hamming_distance(h[0], h[1], h[2], h[3], left, right);
+		putils::initRandom(1000 + rep);
+		const double r1 = putils::getRandom(), r2 = putils::getRandom();
+		const bool x = (double)first / (first + both) > r1, y = (double)second / (second + both) > r2;
+		EXPECT_EQ(got, x && y ? 2 : x ? 0 : y ? 1 : -1) << left << " " << right;
+	}
 }
 
 TEST(genhap_set_select, RandomChoiceAndMasks) {
