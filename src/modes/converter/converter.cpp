@@ -2,6 +2,7 @@
 #include "input/graph_reader.h"
 #include "input/haplotype_reader.h"
 #include "input/pair_reader.h"
+#include "modules/rare_phaser.h"
 #include "modules/sampler.h"
 #include "modules/solver.h"
 #include "output/haplotype_writer.h"
@@ -41,7 +42,8 @@ void converter::declare_options() {
 		("output-max", bpo::value< std::vector < std::string > >()->multitoken(), "Output phased haplotypes obtained through maximisation in HAPS/SAMPLE format")
 		("output-haps", bpo::value< std::vector < std::string > >()->multitoken(), "Output phased haplotypes in HAPS/SAMPLE format")
 		("output-vcf", bpo::value< std::string >(), "Output phased haplotypes in VCF format")
-		("output-ref", bpo::value< std::vector < std::string > >()->multitoken(), "Output phased haplotypes in Reference format used for imputation");
+		("output-ref", bpo::value< std::vector < std::string > >()->multitoken(), "Output phased haplotypes in Reference format used for imputation")
+		("no-rare-phasing", "Leave singletons as maximised or sampled instead of placing them from the haplotypes around them.");
 
 	descriptions.add(opt_input).add(opt_output);
 }
@@ -156,13 +158,16 @@ void converter::writeHaps(const std::string & option) {
 	writerH.writeHaplotypeHap(f[0], f[1]);
 }
 
+// Singletons are placed after maximisation or sampling, as in the phasing mode.
 void converter::writeGraphOutputs() {
 	if (options.count("output-max")) {
 		solver(GH, threads()).solve();
+		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
 		writeHaps("output-max");
 	}
 	if (options.count("output-sample")) {
 		sampler(GH, false, threads(), true).sample();
+		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
 		writeHaps("output-sample");
 	}
 }
