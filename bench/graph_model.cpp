@@ -81,7 +81,7 @@ int main(int argc, char ** argv) {
 
 		std::vector < bool > open (GH.vecH.size(), true);
 		open[2 * ind] = open[2 * ind + 1] = false;
-		const genhap_set::state_counts counts = { n_states, 0, 0, 0, false, 2 };
+		const genhap_set::state_counts counts = { n_states, 0, 0, 0, false, 2, false };
 		double select = 0.0, model = 0.0;
 		for (int r = 0 ; r < repeats ; r ++) {
 			std::vector < std::vector < int > > cond;

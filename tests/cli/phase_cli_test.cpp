@@ -67,6 +67,11 @@ TEST(cli_phase, SeedReproducesAndGraphReadsBack) {
 	RunResult r3 = runSorvane(args.substr(0, args.find("--seed")) + "--seed 6 --output-max c -L c", d.path);
 	ASSERT_EQ(r3.status, 0);
 	checkPhased(d, "c");
+	// The selection by the transform is reproducible too, on every kind of family.
+	for (std::string out : { "p", "q" }) ASSERT_EQ(runSorvane(args + "--selection pbwt --output-max " + out + " -L " + out, d.path).status, 0);
+	checkPhased(d, "p");
+	EXPECT_EQ(d.read("p.haps"), d.read("q.haps"));
+	EXPECT_TRUE(has(d.read("p.log"), "\n  * Conditioning haplotypes selected by longest local matches (PBWT)\n"));
 
 	testutils::silenceLog();
 	graph_reader R;

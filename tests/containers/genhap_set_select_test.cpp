@@ -226,13 +226,16 @@ TEST(genhap_set_select, ConditioningSetsLeaveOutTheFamily) {
 		for (int h = 0 ; h < H ; h ++) if (open[h] && !family[h]) others.push_back(h);
 		const std::vector < int > left = { 0, 10, 25 }, right = { 19, 39, 39 };
 		std::vector < std::vector < int > > sets, all;
-		GH.conditioningSets(open, ind, { 8, 2, 1, 1, true, 2 }, left, right, sets);
-		GH.conditioningSets(open, ind, { 0, 0, H, 0, false, 0 }, left, right, all);
-		ASSERT_EQ(sets.size(), 3u);
-		for (const std::vector < int > & s : sets) {
-			EXPECT_GE(s.size(), 4u) << ind;
-			for (int h : s) EXPECT_TRUE(open[h] && !family[h]) << ind << " " << h;
+		GH.pbwt.build(GH.vecH, 40, 8);
+		for (bool pbwt : { false, true }) {
+			GH.conditioningSets(open, ind, { 8, 2, 1, 1, true, 2, pbwt }, left, right, sets);
+			ASSERT_EQ(sets.size(), 3u);
+			for (const std::vector < int > & s : sets) {
+				EXPECT_GE(s.size(), 4u) << ind << " " << pbwt;
+				for (int h : s) EXPECT_TRUE(open[h] && !family[h]) << ind << " " << h << " " << pbwt;
+			}
 		}
+		GH.conditioningSets(open, ind, { 0, 0, H, 0, false, 0, false }, left, right, all);
 		EXPECT_EQ(all, std::vector < std::vector < int > > (3, others)) << ind;
 	}
 }

@@ -2,6 +2,7 @@
 #define _GENHAP_SET_H
 
 #include "input/haplotype_reader.h"
+#include "containers/genhap_set/haplotype_pbwt.h"
 #include "input/reference_reader.h"
 #include "objects/chaplotype.h"
 #include "objects/genotype_graph.h"
@@ -16,8 +17,9 @@
 class genhap_set {
 public:
 	// Conditioning states that each selection adds per window, in the order they run,
-	// whether unrelated units take the IBD-aware Hamming selection, and the fewest states a
-	// window may have.
+	// whether unrelated units take the IBD-aware Hamming selection, the fewest states a
+	// window may have, and whether the `hamming` states are the longest local matches of the
+	// transform `pbwt` instead.
 	struct state_counts {
 		int hamming;
 		int pmatch;
@@ -25,6 +27,7 @@ public:
 		int cov;
 		bool ibd;
 		int minimum;
+		bool pbwt;
 	};
 
 	snp_set * sites;
@@ -43,6 +46,8 @@ public:
 	int n_founder;
 	std::vector < bool > reference_mask;
 	int n_reference;
+	// Built from vecH by the caller before a selection that uses it.
+	haplotype_pbwt pbwt;
 
 	genhap_set();
 	~genhap_set();
@@ -65,6 +70,7 @@ public:
 	void subsetHaplotypes_hamming_IBD(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
 	void subsetHaplotypes_pfmatch_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
 	void subsetHaplotypes_pfmatchcov_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
+	void subsetHaplotypes_pbwt(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
 	void subsetHaplotypes_random(std::vector < bool > & input, int states, std::vector < bool > & selected);
 	// Conditioning haplotypes of unit ind for each window left[k] .. right[k], ascending:
 	// chosen among those open in `open`, never from the unit's own family.

@@ -129,6 +129,12 @@ void genhap_set::subsetHaplotypes_pfmatch_ALL(std::vector < bool > & input, int 
 	});
 }
 
+void genhap_set::subsetHaplotypes_pbwt(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected) {
+	sorvane_assert(input.size() == vecH.size());
+	prepare(input, selected);
+	pbwt.select(input, ind2hap[ind], left, right, states, selected);
+}
+
 // The process-wide rand() stream, never seeded, drives the shuffle as the standard
 // random_shuffle does, so the draws are the same from run to run.
 void genhap_set::subsetHaplotypes_random(std::vector < bool > & input, int states, std::vector < bool > & selected) {
@@ -281,7 +287,8 @@ void genhap_set::conditioningSets(const std::vector < bool > & open, int ind, co
 	for (unsigned int k = 0 ; k < left.size() ; k ++) {
 		selected.clear();
 		if (n.hamming > 0) {
-			if (vecG[ind]->type == 2 && n.ibd) subsetHaplotypes_hamming_IBD(mask, ind, n.hamming, left[k], right[k], selected);
+			if (n.pbwt) subsetHaplotypes_pbwt(mask, ind, n.hamming, left[k], right[k], selected);
+			else if (vecG[ind]->type == 2 && n.ibd) subsetHaplotypes_hamming_IBD(mask, ind, n.hamming, left[k], right[k], selected);
 			else subsetHaplotypes_hamming_ALL(mask, ind, n.hamming, left[k], right[k], selected);
 		}
 		if (n.pmatch > 0) subsetHaplotypes_pfmatch_ALL(mask, ind, n.pmatch, left[k], right[k], selected);

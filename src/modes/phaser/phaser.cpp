@@ -15,7 +15,7 @@
 #include <algorithm>
 #include <map>
 
-phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), predefined_states(false), drawn_known(false) {
+phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), predefined_states(false), pbwt_selection(false), drawn_known(false) {
 }
 
 phaser::~phaser() {
@@ -71,6 +71,7 @@ void phaser::declare_options() {
 		("states-pmatch", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected using perfect match maximisation).")
 		("states-cov", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected using perfect match that maximise coverage of the region).")
 		("window,W", bpo::value< double >()->default_value(2), "Mean size of the windows in which conditioning haplotypes are defined.")
+		("selection", bpo::value< std::string >()->default_value("hamming"), "How the --states conditioning haplotypes are selected: hamming (smallest Hamming distance over the window) or pbwt (longest local matches, positional Burrows-Wheeler transform).")
 		("model-version1", "Use the graphical model to represent the conditioning haplotypes (as in SORVANE v1).")
 		("effective-size", bpo::value< int >()->default_value(15000), "Effective size of the population.")
 		("rho", bpo::value< double >()->default_value(0.0004), "Constant recombination rate.")
@@ -116,6 +117,10 @@ void phaser::check_options() {
 		int total = options["states"].as < int > () + options["states-pmatch"].as < int > () + options["states-random"].as < int > () + options["states-cov"].as < int > ();
 		if (total < 5) LOG.error("You must use at least 5 conditioning haplotypes for phasing");
 	}
+	const std::string selection = options["selection"].as < std::string > ();
+	if (selection != "hamming" && selection != "pbwt") LOG.error("You must specify --selection hamming or --selection pbwt");
+	pbwt_selection = (selection == "pbwt");
+	if (pbwt_selection && (model_version1 || predefined_states)) LOG.error("The --selection pbwt option applies to the window model only, not to --model-version1 or --input-copy-states");
 	// The window becomes a count of base pairs in an int; a NaN passes no comparison.
 	double window = options["window"].as < double > ();
 	if (window < 0.1) LOG.error("You must specify a window size of at least 0.1 Mb");
@@ -204,6 +209,7 @@ void phaser::verbose_options() {
 	}
 	if (options.count("input-map")) LOG.println("/ Ne = " + sutils::int2str(options["effective-size"].as < int > ()));
 	else LOG.println("/ rho = " + sutils::double2str(options["rho"].as < double > (), 5));
+	if (pbwt_selection) LOG.println("  * Conditioning haplotypes selected by longest local matches (PBWT)");
 	if (options.count("noped")) LOG.println("  * Pedigree information not taken into account");
 	if (options.count("missing-maf")) LOG.println("  * Missing genotypes initialised according to MAF");
 	if (options.count("no-rare-phasing")) LOG.println("  * Rare variants left as sampled");

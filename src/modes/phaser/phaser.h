@@ -19,6 +19,8 @@ class phaser : public sorvane {
 public:
 	// The window model needs at least this many conditioning haplotypes in each window.
 	static const int min_conditioning = 2;
+	// Sites between two checkpoints of the transform for --selection pbwt.
+	static const int pbwt_step = 8;
 
 	// The study's sites, taken over from the genotype store: GH, the graphs and the writers
 	// use them to the end of the run. Declared first, they go after GH.
@@ -42,6 +44,9 @@ public:
 	// Threads used: --thread, lowered to what the batches can use (see limitThreads).
 	int n_thread;
 	bool predefined_states;
+	// The Hamming states are taken as the longest local matches of the positional
+	// Burrows-Wheeler transform, rebuilt from vecH at the start of every iteration.
+	bool pbwt_selection;
 	// Conditioning alleles at sites where their sample is missing count as known (see
 	// haplotype_segment); phasing leaves them out.
 	bool drawn_known;

@@ -127,6 +127,7 @@ void phaser::phaseIteration(std::string name) {
 }
 
 void phaser::phaseSegment(std::string name) {
+	if (pbwt_selection) GH.pbwt.build(GH.vecH, GH.sites->size(), pbwt_step);
 	runBatches(name, phaseSegment_callback, &phaser::phaseSegment, false);
 }
 

@@ -1,0 +1,121 @@
+#include "containers/genhap_set/haplotype_pbwt.h"
+#include "utils/assertion.h"
+
+#include <algorithm>
+#include <numeric>
+
+haplotype_pbwt::haplotype_pbwt() : N(0) {
+}
+
+// Durbin's algorithm 2: the order and the match starts at site k + 1 follow from those at
+// site k by a stable partition on the alleles of site k.
+void haplotype_pbwt::build(const std::vector < chaplotype > & H, int n_sites, int step) {
+	sorvane_assert(step > 0);
+	N = H.size();
+	sites.clear();
+	for (int k = step - 1 ; k < n_sites ; k += step) sites.push_back(k);
+	if (n_sites > 0 && (sites.empty() || sites.back() != n_sites - 1)) sites.push_back(n_sites - 1);
+	const size_t C = sites.size();
+	order.resize(C * N);
+	rank.resize(C * N);
+	start.resize(C * N);
+
+	std::vector < int > a (N), d (N, 0), a1 (N), d1 (N);
+	std::iota(a.begin(), a.end(), 0);
+	size_t c = 0;
+	for (int k = 0 ; k < n_sites && c < C ; k ++) {
+		int n0 = 0, n1 = 0, p = k + 1, q = k + 1;
+		for (int i = 0 ; i < N ; i ++) {
+			p = std::max(p, d[i]);
+			q = std::max(q, d[i]);
+			if (H[a[i]][k] == 0) {
+				a[n0] = a[i];
+				d[n0 ++] = p;
+				p = 0;
+			} else {
+				a1[n1] = a[i];
+				d1[n1 ++] = q;
+				q = 0;
+			}
+		}
+		std::copy(a1.begin(), a1.begin() + n1, a.begin() + n0);
+		std::copy(d1.begin(), d1.begin() + n1, d.begin() + n0);
+		if (k == sites[c]) {
+			std::copy(a.begin(), a.end(), order.begin() + c * N);
+			std::copy(d.begin(), d.end(), start.begin() + c * N);
+			for (int i = 0 ; i < N ; i ++) rank[c * N + a[i]] = i;
+			c ++;
+		}
+	}
+}
+
+void haplotype_pbwt::checkpoints(int left, int right, int & first, int & last) const {
+	first = std::lower_bound(sites.begin(), sites.end(), left) - sites.begin();
+	last = std::upper_bound(sites.begin(), sites.end(), right) - sites.begin() - 1;
+	if (first <= last) return;
+	const int middle = (left + right) / 2;
+	int c = std::min(first, (int)sites.size() - 1);
+	if (c > 0 && middle - sites[c - 1] < sites[c] - middle) c --;
+	first = last = c;
+}
+
+haplotype_pbwt::walker haplotype_pbwt::startWalk(int c, int target) const {
+	walker w;
+	w.order = order.data() + (size_t)c * N;
+	w.start = start.data() + (size_t)c * N;
+	const int p = rank[(size_t)c * N + target];
+	w.up = p - 1;
+	w.up_start = w.start[p];
+	w.down = p + 1;
+	w.down_start = (p + 1 < N) ? w.start[p + 1] : 0;
+	return w;
+}
+
+// The allowed haplotype with the next longest match, up or down (up on a tie), or -1 when
+// both ends are reached. Passing a position folds its match start into that side's.
+int haplotype_pbwt::next(walker & w, const std::vector < bool > & allowed) const {
+	while (w.up >= 0 || w.down < N) {
+		int h;
+		if (w.up >= 0 && (w.down >= N || w.up_start <= w.down_start)) {
+			h = w.order[w.up];
+			w.up_start = std::max(w.up_start, w.start[w.up]);
+			w.up --;
+		} else {
+			h = w.order[w.down];
+			w.down ++;
+			if (w.down < N) w.down_start = std::max(w.down_start, w.start[w.down]);
+		}
+		if (allowed[h]) return h;
+	}
+	return -1;
+}
+
+void haplotype_pbwt::select(const std::vector < bool > & allowed, const std::vector < int > & targets, int left, int right, int states, std::vector < bool > & selected) const {
+	sorvane_assert(!empty() && (int)allowed.size() == N && (int)selected.size() == N);
+	int first, last;
+	checkpoints(left, right, first, last);
+	const int C = last - first + 1, T = targets.size();
+	// A stride coprime with C visits every checkpoint once per round, spread over the window.
+	int stride = std::max(1, (int)(0.618 * C));
+	while (std::gcd(stride, C) != 1) stride ++;
+	std::vector < walker > walks;
+	walks.reserve((size_t)C * T);
+	for (int i = 0 ; i < C ; i ++) {
+		const int c = first + (int)(((long)i * stride) % C);
+		for (int t : targets) walks.push_back(startWalk(c, t));
+	}
+	int added = 0, alive = walks.size();
+	while (added < states && alive > 0) {
+		alive = 0;
+		for (walker & w : walks) {
+			if (added >= states) break;
+			const int h = next(w, allowed);
+			if (h < 0) continue;
+			alive ++;
+			if (!selected[h]) {
+				selected[h] = true;
+				added ++;
+			}
+		}
+	}
+}
