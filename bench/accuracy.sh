@@ -12,7 +12,8 @@
 # Environment: SIZES (default "100 500 2000"), LENGTH (default 2500000 bp),
 #              BENCH_DIR (default /tmp/sorvane_bench), THREADS (default 2),
 #              ARGS (further sorvane options, e.g. "--model-version1"),
-#              PANEL=1 (phase with the simulated reference panel, --input-ref).
+#              PANEL=1 (phase with the simulated reference panel, --input-ref),
+#              REFERENCE (panel samples simulated with the cohort, default 100).
 # Simulated data are kept and reused when the parameters are unchanged.
 # Exit status: 0 when all sizes were phased and scored, 2 when the phasing mode
 # of this build is not available, 1 on any other failure.
@@ -26,6 +27,7 @@ BENCH_DIR="${BENCH_DIR:-/tmp/sorvane_bench}"
 THREADS="${THREADS:-2}"
 ARGS="${ARGS:-}"
 PANEL="${PANEL:-0}"
+REFERENCE="${REFERENCE:-100}"
 
 [ -x "$bin" ] || { echo "accuracy.sh: no executable sorvane at $bin" >&2; exit 1; }
 [ -x /usr/bin/time ] || { echo "accuracy.sh: /usr/bin/time is needed (Debian package time)" >&2; exit 1; }
@@ -57,13 +59,13 @@ unavailable=0
 failed=0
 
 for n in $SIZES; do
-    dir="$BENCH_DIR/$n"
-    stamp="n=$n length=$LENGTH recomb=$recomb generator=$(cat "$root/example/generate.sh" "$root/example/simulate.py" | md5sum | cut -d' ' -f1)"
+    dir="$BENCH_DIR/$n$([ "$REFERENCE" != 100 ] && echo "r$REFERENCE")"
+    stamp="n=$n reference=$REFERENCE length=$LENGTH recomb=$recomb generator=$(cat "$root/example/generate.sh" "$root/example/simulate.py" | md5sum | cut -d' ' -f1)"
     if [ ! -f "$dir/stamp" ] || [ "$(cat "$dir/stamp")" != "$stamp" ]; then
         echo "== simulating $n individuals over $LENGTH bp into $dir"
         rm -rf "$dir"
         mkdir -p "$dir"
-        EXAMPLE_COHORT="$n" EXAMPLE_LENGTH="$LENGTH" EXAMPLE_RECOMB="$recomb" \
+        EXAMPLE_COHORT="$n" EXAMPLE_REFERENCE="$REFERENCE" EXAMPLE_LENGTH="$LENGTH" EXAMPLE_RECOMB="$recomb" \
             bash "$root/example/generate.sh" "$dir" > "$dir/generate.out"
         sed 's/^/   /' "$dir/generate.out"
         echo "$stamp" > "$dir/stamp"

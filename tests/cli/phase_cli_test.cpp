@@ -71,7 +71,7 @@ TEST(cli_phase, SeedReproducesAndGraphReadsBack) {
 	for (std::string out : { "p", "q" }) ASSERT_EQ(runSorvane(args + "--selection pbwt --output-max " + out + " -L " + out, d.path).status, 0);
 	checkPhased(d, "p");
 	EXPECT_EQ(d.read("p.haps"), d.read("q.haps"));
-	EXPECT_TRUE(has(d.read("p.log"), "\n  * Conditioning haplotypes selected by longest local matches (PBWT)\n"));
+	EXPECT_TRUE(has(d.read("p.log"), "\n  * Conditioning haplotypes: longest local matches (PBWT) among "));
 
 	testutils::silenceLog();
 	graph_reader R;
@@ -195,7 +195,12 @@ TEST(cli_phase, RarePhasingAndItsOption) {
 	const std::string args = "--input-ped " + std::string(SORVANE_EXAMPLE_DATA) + "/cohort" + subsetArgs() + "--thread 1 --seed 5 ";
 	ASSERT_EQ(runSorvane(args + "--no-rare-phasing --output-max plain -L plain", d.path).status, 0);
 	ASSERT_EQ(runSorvane(args + "--output-max placed -L placed", d.path).status, 0);
+	// Few haplotypes to copy from: the automatic selection is the Hamming one, byte for byte.
+	ASSERT_EQ(runSorvane(args + "--no-rare-phasing --selection hamming --output-max hamming -L hamming", d.path).status, 0);
 	const std::string plain = d.read("plain.haps");
+	EXPECT_EQ(d.read("hamming.haps"), plain);
+	EXPECT_TRUE(has(d.read("plain.log"), "  * Conditioning state selection: auto\n"));
+	EXPECT_TRUE(has(d.read("plain.log"), "\n  * Conditioning haplotypes: smallest Hamming distance among "));
 	uint64_t hash = 0xcbf29ce484222325ULL;
 	for (unsigned char c : plain) hash = (hash ^ c) * 0x100000001b3ULL;
 	EXPECT_EQ(plain.size(), 40002u);

@@ -78,7 +78,7 @@ TEST(cli_phase_options, ValueChecks) {
 		{ io + "--effective-size 100000001", "You must specify a --effective-size value comprised between 1 and 100000000", true },
 		{ io + "--rho nan", "You must specify a rho value comprised between 0 and 1", true },
 		{ io + "--input-thr nan", "You must specify a --input-thr value comprised between 0.5 and 1", true },
-		{ io + "--selection nearest", "You must specify --selection hamming or --selection pbwt", true },
+		{ io + "--selection nearest", "You must specify --selection auto, hamming or pbwt", true },
 		{ io + "--selection pbwt --model-version1", "The --selection pbwt option applies to the window model only, not to --model-version1 or --input-copy-states", true },
 		{ io + "--selection pbwt", "--selection", false },
 		{ io + "--no-mcmc", "To get rid of the MCMC scheme, you must specify a reference panel of haplotypes via --input-ref", true },

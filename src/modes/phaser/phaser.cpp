@@ -71,7 +71,7 @@ void phaser::declare_options() {
 		("states-pmatch", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected using perfect match maximisation).")
 		("states-cov", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected using perfect match that maximise coverage of the region).")
 		("window,W", bpo::value< double >()->default_value(2), "Mean size of the windows in which conditioning haplotypes are defined.")
-		("selection", bpo::value< std::string >()->default_value("hamming"), "How the --states conditioning haplotypes are selected: hamming (smallest Hamming distance over the window) or pbwt (longest local matches, positional Burrows-Wheeler transform).")
+		("selection", bpo::value< std::string >()->default_value("auto"), "How the --states conditioning haplotypes are selected: hamming (smallest Hamming distance over each window), pbwt (longest local matches, positional Burrows-Wheeler transform) or auto (pbwt from 1000 haplotypes to copy from, study and panel together, hamming below).")
 		("model-version1", "Use the graphical model to represent the conditioning haplotypes (as in SORVANE v1).")
 		("effective-size", bpo::value< int >()->default_value(15000), "Effective size of the population.")
 		("rho", bpo::value< double >()->default_value(0.0004), "Constant recombination rate.")
@@ -118,7 +118,7 @@ void phaser::check_options() {
 		if (total < 5) LOG.error("You must use at least 5 conditioning haplotypes for phasing");
 	}
 	const std::string selection = options["selection"].as < std::string > ();
-	if (selection != "hamming" && selection != "pbwt") LOG.error("You must specify --selection hamming or --selection pbwt");
+	if (selection != "auto" && selection != "hamming" && selection != "pbwt") LOG.error("You must specify --selection auto, hamming or pbwt");
 	pbwt_selection = (selection == "pbwt");
 	if (pbwt_selection && (model_version1 || predefined_states)) LOG.error("The --selection pbwt option applies to the window model only, not to --model-version1 or --input-copy-states");
 	// The window becomes a count of base pairs in an int; a NaN passes no comparison.
@@ -209,11 +209,11 @@ void phaser::verbose_options() {
 	}
 	if (options.count("input-map")) LOG.println("/ Ne = " + sutils::int2str(options["effective-size"].as < int > ()));
 	else LOG.println("/ rho = " + sutils::double2str(options["rho"].as < double > (), 5));
-	if (pbwt_selection) LOG.println("  * Conditioning haplotypes selected by longest local matches (PBWT)");
 	if (options.count("noped")) LOG.println("  * Pedigree information not taken into account");
 	if (options.count("missing-maf")) LOG.println("  * Missing genotypes initialised according to MAF");
 	if (options.count("no-rare-phasing")) LOG.println("  * Rare variants left as sampled");
 	else LOG.println("  * Rare variants placed from the matches around them");
+	if (!model_version1 && !predefined_states) LOG.println("  * Conditioning state selection: " + options["selection"].as < std::string > ());
 }
 
 void phaser::read_files_and_initialise() {
@@ -293,6 +293,12 @@ void phaser::initialiseModel() {
 	else hmm.initialise(*GH.sites, options["rho"].as < double > ());
 	int H = GH.n_reference + (options.count("no-mcmc") ? 0 : GH.n_founder);
 	hmm.update(H, std::min(K, H));
+	if (model_version1 || predefined_states) return;
+	// Among few haplotypes the Hamming selection takes a large share of them all and does
+	// better; among many, the longest local matches find the best copies.
+	if (options["selection"].as < std::string > () == "auto") pbwt_selection = H >= pbwt_auto_haplotypes;
+	if (pbwt_selection) LOG.println("  * Conditioning haplotypes: longest local matches (PBWT) among " + sutils::int2str(H));
+	else LOG.println("  * Conditioning haplotypes: smallest Hamming distance among " + sutils::int2str(H));
 }
 
 const std::vector < bool > & phaser::conditioningMask() {
