@@ -5,6 +5,8 @@
 
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace exsubset {
 
@@ -24,6 +26,25 @@ std::map < std::string, std::map < int, int > > vcfGenotypes();
 // Checks the shape of a HAPS/SAMPLE pair of the subset and that each sample's two
 // haplotypes add up to its genotype wherever that is not missing. Returns the number of sites.
 int checkPhased(const testutils::TempDir & d, const std::string & stem);
+
+// The blank-separated fields of the non-empty lines of a file.
+std::vector < std::vector < std::string > > table(const std::string & file);
+
+// A HAPS/SAMPLE pair: sample ids in order, and per site position its two alleles and the
+// 0/1 alleles of all haplotypes, two a sample.
+struct Haplotypes {
+	std::vector < std::string > ids;
+	std::map < int, std::pair < std::string, std::string > > sites;
+	std::map < int, std::vector < int > > alleles;
+
+	explicit Haplotypes(const std::string & stem);
+	int index(const std::string & id) const;
+};
+
+// Switch error of the given samples against the simulated truth, at the written sites
+// heterozygous in the truth and in the estimate (a missing genotype filled in as a
+// homozygote has no phase); `pairs` counts the consecutive pairs of such sites.
+double switchError(const Haplotypes & out, const Haplotypes & truth, const std::vector < std::string > & ids, long & pairs);
 
 }
 
