@@ -57,7 +57,7 @@ FAMILY_CROSSOVERS="${EXAMPLE_FAMILY_CROSSOVERS:-1}"   # crossovers of each of th
 # Paired-end reads of some unrelated cohort samples (folder reads/), see simulate_reads.py.
 READS_SAMPLES="${EXAMPLE_READS_SAMPLES:-30}"    # samples with reads
 READS_START="${EXAMPLE_READS_START:-1000001}"   # first base of the sequenced region
-READS_LENGTH="${EXAMPLE_READS_LENGTH:-100000}"  # its length in bp
+READS_LENGTH="${EXAMPLE_READS_LENGTH:-$LENGTH}" # its length in bp (default: the whole locus)
 READS_DEPTH="${EXAMPLE_READS_DEPTH:-6}"         # mean depth
 # BAM files of all samples over the whole region weigh megabytes: only the first
 # READS_KEEP samples keep theirs, cut to the reads of the first READS_KEEP_LENGTH bp.

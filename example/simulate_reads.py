@@ -160,7 +160,7 @@ def main():
     ap.add_argument("--seed", type=int, required=True)
     ap.add_argument("--samples", type=int, default=30)
     ap.add_argument("--start", type=int, default=1000001, help="first base of the region")
-    ap.add_argument("--length", type=int, default=100000, help="region length in bp")
+    ap.add_argument("--length", type=int, default=320000, help="region length in bp")
     ap.add_argument("--depth", type=float, default=6.0)
     ap.add_argument("--read-length", type=int, default=125)
     ap.add_argument("--insert-mean", type=float, default=400.0)
