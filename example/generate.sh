@@ -59,11 +59,10 @@ READS_SAMPLES="${EXAMPLE_READS_SAMPLES:-30}"    # samples with reads
 READS_START="${EXAMPLE_READS_START:-1000001}"   # first base of the sequenced region
 READS_LENGTH="${EXAMPLE_READS_LENGTH:-$LENGTH}" # its length in bp (default: the whole locus)
 READS_DEPTH="${EXAMPLE_READS_DEPTH:-6}"         # mean depth
-# BAM files of all samples over the whole region weigh megabytes: only the first
-# READS_KEEP samples keep theirs, cut to the reads of the first READS_KEEP_LENGTH bp.
-# The PIR file is made from all of them.
+# BAM files of all samples weigh megabytes: only the first READS_KEEP samples keep
+# theirs, cut to the reads that cover a heterozygous site of the sample, which give the
+# same phase informative reads. The PIR file is made from the whole files of all samples.
 READS_KEEP="${EXAMPLE_READS_KEEP:-4}"
-READS_KEEP_LENGTH="${EXAMPLE_READS_KEEP_LENGTH:-20000}"
 # The extractor of phase informative reads, as built by `make build`.
 READMINE="${READMINE:-$here/../build/readmine}"
 
@@ -108,7 +107,6 @@ reads="$out/reads"
 mkdir -p "$reads"
 python3 "$here/simulate_reads.py" --data "$out" --out "$tmp/reads" --seed "$SEED" \
     --samples "$READS_SAMPLES" --start "$READS_START" --length "$READS_LENGTH" --depth "$READS_DEPTH"
-keep_end=$(( READS_START + READS_KEEP_LENGTH - 1 ))
 rm -f "$reads"/*.bam "$reads"/*.bam.bai
 n=0
 while read -r sample bam _; do
@@ -116,7 +114,11 @@ while read -r sample bam _; do
     samtools index "$tmp/reads/$bam"
     n=$(( n + 1 ))
     if [ "$n" -le "$READS_KEEP" ]; then
-        samtools view --no-PG -b -o "$reads/$bam" "$tmp/reads/$bam" "20:$READS_START-$keep_end"
+        # The sample's heterozygous sites as BED intervals (0-based starts).
+        awk -v s="$sample" -F '\t' '/^#CHROM/ { for (k = 10; k <= NF; k++) if ($k == s) c = k; next }
+            !/^#/ && ($c == "0/1" || $c == "1/0") { print $1 "\t" $2 - 1 "\t" $2 }' \
+            "$tmp/reads/reads.vcf" > "$tmp/reads/$sample.bed"
+        samtools view --no-PG -b -L "$tmp/reads/$sample.bed" -o "$reads/$bam" "$tmp/reads/$bam"
         samtools index "$reads/$bam"
     fi
 done < "$tmp/reads/reads.bamlist"

@@ -83,8 +83,12 @@ static std::string beside(const std::string & list, const std::string & file) {
 	return slash == std::string::npos ? file : list.substr(0, slash + 1) + file;
 }
 
+// Reads in the order of their sites, then of their bases and qualities: the order depends
+// on nothing but the reads, not on the order in which mates met.
 static bool bySite(const pir_read & a, const pir_read & b) {
-	return a.site[0] < b.site[0];
+	if (a.site != b.site) return a.site < b.site;
+	if (a.base != b.base) return a.base < b.base;
+	return a.quality < b.quality;
 }
 
 void readmine::run(std::vector < std::string > & args) {
@@ -128,7 +132,7 @@ void readmine::run(std::vector < std::string > & args) {
 			scanner.scan(file, H.getSample(name), list.col2[l] >= 0 ? list.col2[l] : min_mapq, pirs);
 			std::cerr << "readmine: [" << file << "] of " << name << ": " << scanner.n_used << " reads used, " << scanner.n_pir << " phase informative" << std::endl;
 		}
-		std::stable_sort(pirs.begin(), pirs.end(), bySite);
+		std::sort(pirs.begin(), pirs.end(), bySite);
 		W.writeSample(name, pirs);
 		n_pir += pirs.size();
 	}
