@@ -1,8 +1,6 @@
 #include "readmine/het_sites.h"
 #include "input/filter_reader.h"
 #include "input/genotype_reader.h"
-#include "utils/lfile.h"
-#include "utils/sutils.h"
 
 #include <algorithm>
 
@@ -11,10 +9,10 @@ het_sites::het_sites() {
 
 void het_sites::readVcf(std::string vcf, int pos_from, int pos_to) {
 	filter_reader filter;
-	filter.initialise(pos_from, pos_to);
+	// The filter's end is exclusive.
+	filter.initialise(pos_from, pos_to + 1);
 	genotype_reader G(filter, false);
 	G.readGenotypeVcf(vcf);
-	if (G.sites->size() == 0) LOG.error("No site of [" + vcf + "] in the region " + sutils::int2str(pos_from) + "-" + sutils::int2str(pos_to));
 	sites = std::move(G.sites);
 	chr = sites->getByIndex(0)->chr;
 	for (int s = 0 ; s < sites->size() ; s ++) position.push_back(sites->getByIndex(s)->bp);

@@ -21,7 +21,8 @@ public:
 
 	het_sites();
 
-	// Reads the sites from pos_from to pos_to; ends the run when none is left.
+	// Reads the sites from pos_from to pos_to, both included; the reader ends the run when
+	// none is left.
 	void readVcf(std::string vcf, int pos_from, int pos_to);
 	// Index of a sample, -1 when the VCF does not have it.
 	int getSample(const std::string & name);
