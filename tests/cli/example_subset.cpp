@@ -93,20 +93,22 @@ int Haplotypes::index(const std::string & id) const {
 	return std::find(ids.begin(), ids.end(), id) - ids.begin();
 }
 
-double switchError(const Haplotypes & out, const Haplotypes & truth, const std::vector < std::string > & ids, long & pairs) {
+double switchError(const Haplotypes & out, const Haplotypes & truth, const std::vector < std::string > & ids, long & pairs, const site_pairs * only) {
 	long switches = 0;
 	pairs = 0;
 	for (const std::string & id : ids) {
-		int o = out.index(id), t = truth.index(id), previous = -1;
+		int o = out.index(id), t = truth.index(id), previous = -1, previous_bp = 0;
+		const std::set < std::pair < int, int > > * listed = only ? &(*only).at(id) : nullptr;
 		for (const auto & site : out.alleles) {
 			const std::vector < int > & T = truth.alleles.at(site.first), & O = site.second;
 			if (T[2 * t] == T[2 * t + 1] || O[2 * o] == O[2 * o + 1]) continue;
 			int relation = T[2 * t] == O[2 * o];
-			if (previous >= 0) {
+			if (previous >= 0 && (!listed || listed->count({ previous_bp, site.first }))) {
 				pairs ++;
 				switches += relation != previous;
 			}
 			previous = relation;
+			previous_bp = site.first;
 		}
 	}
 	return pairs ? (double)switches / pairs : 1.0;

@@ -4,6 +4,7 @@
 #include "test_utils.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,10 +42,14 @@ struct Haplotypes {
 	int index(const std::string & id) const;
 };
 
+// Positions of two sites, per sample.
+typedef std::map < std::string, std::set < std::pair < int, int > > > site_pairs;
+
 // Switch error of the given samples against the simulated truth, at the written sites
 // heterozygous in the truth and in the estimate (a missing genotype filled in as a
-// homozygote has no phase); `pairs` counts the consecutive pairs of such sites.
-double switchError(const Haplotypes & out, const Haplotypes & truth, const std::vector < std::string > & ids, long & pairs);
+// homozygote has no phase); `pairs` counts the consecutive pairs of such sites, or only
+// those of them listed for the sample in `only`.
+double switchError(const Haplotypes & out, const Haplotypes & truth, const std::vector < std::string > & ids, long & pairs, const site_pairs * only = nullptr);
 
 }
 
