@@ -9,10 +9,10 @@ JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE_OUT ?= $(BUILD)/example
 
 # Debian packages the build and the tests need: the compiler and libraries, the tools of
-# the interoperability and workflow tests (bcftools, tabix, plink2, snakemake) and
+# the interoperability, workflow and read tests (bcftools, tabix, samtools, plink2, snakemake) and
 # matplotlib for sorvane-plot.
 PACKAGES = g++ cmake make pkg-config libboost-program-options-dev libboost-iostreams-dev libboost-dev \
-           zlib1g-dev libbz2-dev libhts-dev libgtest-dev bcftools tabix plink2 snakemake python3-matplotlib
+           zlib1g-dev libbz2-dev libhts-dev libgtest-dev bcftools tabix samtools plink2 snakemake python3-matplotlib
 # The fuzzing targets need clang with its runtime libraries.
 FUZZ_PACKAGES = clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 60

@@ -19,15 +19,16 @@ here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 out="${1:-$here}"
 mkdir -p "$out"
 
-# Tools: scrm (Debian package scrm) and bgzip (Debian package tabix).
+# Tools: scrm (Debian package scrm), bgzip (Debian package tabix) and samtools.
 need_install=0
 command -v scrm >/dev/null 2>&1 || need_install=1
 command -v bgzip >/dev/null 2>&1 || need_install=1
+command -v samtools >/dev/null 2>&1 || need_install=1
 if [ "$need_install" -eq 1 ]; then
     if [ "$(id -u)" -eq 0 ] && command -v apt-get >/dev/null 2>&1; then
-        apt-get install -y scrm tabix
+        apt-get install -y scrm tabix samtools
     else
-        echo "generate.sh: scrm and bgzip are needed (apt-get install scrm tabix)" >&2
+        echo "generate.sh: scrm, bgzip and samtools are needed (apt-get install scrm tabix samtools)" >&2
         exit 1
     fi
 fi
@@ -53,6 +54,17 @@ PEDIGREES="${EXAMPLE_PEDIGREES:-1}"     # three-generation families
 SIBSHIPS="${EXAMPLE_SIBSHIPS:-1}"       # mothers of several children by an ungenotyped father
 SIBS="${EXAMPLE_SIBS:-3}"               # children of each such family
 FAMILY_CROSSOVERS="${EXAMPLE_FAMILY_CROSSOVERS:-1}"   # crossovers of each of their meioses
+# Paired-end reads of some unrelated cohort samples (folder reads/), see simulate_reads.py.
+READS_SAMPLES="${EXAMPLE_READS_SAMPLES:-30}"    # samples with reads
+READS_START="${EXAMPLE_READS_START:-1000001}"   # first base of the sequenced region
+READS_LENGTH="${EXAMPLE_READS_LENGTH:-$LENGTH}" # its length in bp (default: the whole locus)
+READS_DEPTH="${EXAMPLE_READS_DEPTH:-6}"         # mean depth
+# BAM files of all samples weigh megabytes: only the first READS_KEEP samples keep
+# theirs, cut to the reads that cover a heterozygous site of the sample, which give the
+# same phase informative reads. The PIR file is made from the whole files of all samples.
+READS_KEEP="${EXAMPLE_READS_KEEP:-4}"
+# The extractor of phase informative reads, as built by `make build`.
+READMINE="${READMINE:-$here/../build/readmine}"
 
 # Haplotypes to simulate: two per cohort founder, two per ungenotyped duo
 # parent, two per reference sample.
@@ -89,5 +101,33 @@ bgzip -c "$out/cohort.vcf" > "$out/cohort.vcf.gz"
 # Windows of four consecutive sites, one every 200 sites, for the pair tables of -convert.
 awk '!/^#/ { n++; if (n % 200 >= 100 && n % 200 < 104) { w = int(n / 200) + 1; line[w] = line[w] " " $2 } }
      END { for (w = 1; w in line; w++) print "window" w line[w] }' "$out/cohort.vcf" > "$out/sets.txt"
+
+# Reads: SAM files aligned by construction, sorted and indexed as BAM.
+reads="$out/reads"
+mkdir -p "$reads"
+python3 "$here/simulate_reads.py" --data "$out" --out "$tmp/reads" --seed "$SEED" \
+    --samples "$READS_SAMPLES" --start "$READS_START" --length "$READS_LENGTH" --depth "$READS_DEPTH"
+rm -f "$reads"/*.bam "$reads"/*.bam.bai
+n=0
+while read -r sample bam _; do
+    samtools sort --no-PG -o "$tmp/reads/$bam" "$tmp/reads/$sample.sam"
+    samtools index "$tmp/reads/$bam"
+    n=$(( n + 1 ))
+    if [ "$n" -le "$READS_KEEP" ]; then
+        # The sample's heterozygous sites as BED intervals (0-based starts).
+        awk -v s="$sample" -F '\t' '/^#CHROM/ { for (k = 10; k <= NF; k++) if ($k == s) c = k; next }
+            !/^#/ && ($c == "0/1" || $c == "1/0") { print $1 "\t" $2 - 1 "\t" $2 }' \
+            "$tmp/reads/reads.vcf" > "$tmp/reads/$sample.bed"
+        samtools view --no-PG -b -L "$tmp/reads/$sample.bed" -o "$reads/$bam" "$tmp/reads/$bam"
+        samtools index "$reads/$bam"
+    fi
+done < "$tmp/reads/reads.bamlist"
+head -n "$READS_KEEP" "$tmp/reads/reads.bamlist" > "$reads/reads.bamlist"
+bgzip -c "$tmp/reads/reads.vcf" > "$reads/reads.vcf.gz"
+if [ -x "$READMINE" ]; then
+    "$READMINE" --bam-list "$tmp/reads/reads.bamlist" --vcf "$reads/reads.vcf.gz" --output "$reads/reads.pir.gz" >/dev/null
+else
+    echo "generate.sh: $READMINE not built (make build): reads/reads.pir.gz not made" >&2
+fi
 
 echo "Example data written to $out"

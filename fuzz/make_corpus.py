@@ -69,6 +69,25 @@ def text(rows):
     return "\n".join(rows) + "\n"
 
 
+def pir_text(body, haps, keep):
+    """A PIR file over the picked sites: for each of the first three samples, three reads
+    over three sites in a row, each read from one of its true haplotypes, quality 30."""
+    rows = ["MAP %d" % len(keep)]
+    for i in keep:
+        f = body[i].split("\t")
+        rows.append("%s %s %s" % (f[1], f[3], f[4]))
+    for s in range(3):
+        rows.append("IND%04d 3" % (s + 1))
+        for k in range(3):
+            triples = []
+            for m in range(k, k + 3):
+                f = body[keep[m]].split("\t")
+                allele = haps[keep[m]].split()[5 + 2 * s + k % 2]
+                triples.append("%d %s 30" % (m, f[4] if allele == "1" else f[3]))
+            rows.append(" ".join(triples))
+    return text(rows)
+
+
 def main():
     vcf = lines("cohort.vcf")
     head = [l for l in vcf if l.startswith("##")]
@@ -106,6 +125,7 @@ def main():
                             text(lines("truth.sample")[:2 + N_SAMPLES])])
 
     positions = [body[i].split("\t")[1] for i in keep]
+    write("pir", "reads", [small_vcf, pir_text(body, haps, keep)])
     gmap = lines("genetic_map.txt")
     sets = ["W1 " + " ".join(positions[:4]), "W2 " + " ".join(positions[3:8])]
     write("map", "example", [small_vcf, text(gmap[:12]), text(sets)])

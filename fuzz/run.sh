@@ -6,7 +6,7 @@ set -uo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
 shift || true
-targets=${*:-vcf gen ped bed panel haps graph map lists}
+targets=${*:-vcf gen ped bed panel haps graph map lists pir}
 status=0
 for t in $targets; do
 	mkdir -p build-fuzz/corpus/$t build-fuzz/findings/$t build-fuzz/logs

@@ -61,6 +61,8 @@ bool ifile::open(std::string name, bool binary) {
 	}
 	if (fd.fail()) return false;
 	push(fd);
+	// A stream opened again after reading to its end starts with clean flags.
+	clear();
 	exceptions(std::ios::badbit);
 	return true;
 }

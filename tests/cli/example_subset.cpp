@@ -1,5 +1,6 @@
 #include "cli/example_subset.h"
 
+#include <algorithm>
 #include <fstream>
 #include <map>
 
@@ -67,6 +68,50 @@ int checkPhased(const testutils::TempDir & d, const std::string & stem) {
 	}
 	EXPECT_GT(checked, 2000) << stem;
 	return H.size();
+}
+
+std::vector < std::vector < std::string > > table(const std::string & file) {
+	std::ifstream f(file.c_str());
+	std::vector < std::vector < std::string > > rows;
+	std::string l;
+	while (std::getline(f, l)) if (!l.empty()) rows.push_back(words(l));
+	return rows;
+}
+
+Haplotypes::Haplotypes(const std::string & stem) {
+	std::vector < std::vector < std::string > > S = table(stem + ".sample");
+	for (unsigned int i = 2 ; i < S.size() ; i ++) ids.push_back(S[i][1]);
+	for (const std::vector < std::string > & r : table(stem + ".haps")) {
+		int pos = std::stoi(r[2]);
+		sites[pos] = { r[3], r[4] };
+		std::vector < int > & a = alleles[pos];
+		for (unsigned int k = 5 ; k < r.size() ; k ++) a.push_back(r[k] == "1");
+	}
+}
+
+int Haplotypes::index(const std::string & id) const {
+	return std::find(ids.begin(), ids.end(), id) - ids.begin();
+}
+
+double switchError(const Haplotypes & out, const Haplotypes & truth, const std::vector < std::string > & ids, long & pairs, const site_pairs * only) {
+	long switches = 0;
+	pairs = 0;
+	for (const std::string & id : ids) {
+		int o = out.index(id), t = truth.index(id), previous = -1, previous_bp = 0;
+		const std::set < std::pair < int, int > > * listed = only ? &(*only).at(id) : nullptr;
+		for (const auto & site : out.alleles) {
+			const std::vector < int > & T = truth.alleles.at(site.first), & O = site.second;
+			if (T[2 * t] == T[2 * t + 1] || O[2 * o] == O[2 * o + 1]) continue;
+			int relation = T[2 * t] == O[2 * o];
+			if (previous >= 0 && (!listed || listed->count({ previous_bp, site.first }))) {
+				pairs ++;
+				switches += relation != previous;
+			}
+			previous = relation;
+			previous_bp = site.first;
+		}
+	}
+	return pairs ? (double)switches / pairs : 1.0;
 }
 
 }

@@ -4,7 +4,10 @@
 #include "test_utils.h"
 
 #include <map>
+#include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace exsubset {
 
@@ -24,6 +27,29 @@ std::map < std::string, std::map < int, int > > vcfGenotypes();
 // Checks the shape of a HAPS/SAMPLE pair of the subset and that each sample's two
 // haplotypes add up to its genotype wherever that is not missing. Returns the number of sites.
 int checkPhased(const testutils::TempDir & d, const std::string & stem);
+
+// The blank-separated fields of the non-empty lines of a file.
+std::vector < std::vector < std::string > > table(const std::string & file);
+
+// A HAPS/SAMPLE pair: sample ids in order, and per site position its two alleles and the
+// 0/1 alleles of all haplotypes, two a sample.
+struct Haplotypes {
+	std::vector < std::string > ids;
+	std::map < int, std::pair < std::string, std::string > > sites;
+	std::map < int, std::vector < int > > alleles;
+
+	explicit Haplotypes(const std::string & stem);
+	int index(const std::string & id) const;
+};
+
+// Positions of two sites, per sample.
+typedef std::map < std::string, std::set < std::pair < int, int > > > site_pairs;
+
+// Switch error of the given samples against the simulated truth, at the written sites
+// heterozygous in the truth and in the estimate (a missing genotype filled in as a
+// homozygote has no phase); `pairs` counts the consecutive pairs of such sites, or only
+// those of them listed for the sample in `only`.
+double switchError(const Haplotypes & out, const Haplotypes & truth, const std::vector < std::string > & ids, long & pairs, const site_pairs * only = nullptr);
 
 }
 

@@ -1,3 +1,4 @@
+#include "cli/example_subset.h"
 #include "test_utils.h"
 
 #include <algorithm>
@@ -9,37 +10,13 @@ using testutils::RunResult;
 using testutils::TempDir;
 using testutils::runSorvane;
 using testutils::words;
+using exsubset::Haplotypes;
+using exsubset::switchError;
+using exsubset::table;
 
 namespace {
 
 const std::string E = SORVANE_EXAMPLE_DATA;
-
-std::vector < std::vector < std::string > > table(const std::string & file) {
-	std::ifstream f(file.c_str());
-	std::vector < std::vector < std::string > > rows;
-	std::string l;
-	while (std::getline(f, l)) if (!l.empty()) rows.push_back(words(l));
-	return rows;
-}
-
-// A HAPS/SAMPLE pair: sample ids in order, and per site position the 0/1 alleles of all
-// haplotypes, two a sample.
-struct Haplotypes {
-	std::vector < std::string > ids;
-	std::map < int, std::vector < int > > alleles;
-
-	explicit Haplotypes(const std::string & stem) {
-		std::vector < std::vector < std::string > > S = table(stem + ".sample");
-		for (unsigned int i = 2 ; i < S.size() ; i ++) ids.push_back(S[i][1]);
-		for (const std::vector < std::string > & r : table(stem + ".haps")) {
-			std::vector < int > & a = alleles[std::stoi(r[2])];
-			for (unsigned int k = 5 ; k < r.size() ; k ++) a.push_back(r[k] == "1");
-		}
-	}
-	int index(const std::string & id) const {
-		return std::find(ids.begin(), ids.end(), id) - ids.begin();
-	}
-};
 
 // Pedigree and genotypes of the example PED files (same content as the VCF): per sample
 // its father, mother and, per site, the alternative allele count or -1 when missing.
@@ -87,28 +64,6 @@ void expectGenotypesKept(const Haplotypes & out, Pedigree & ped) {
 			ASSERT_EQ(h[2 * i] + h[2 * i + 1], g) << out.ids[i] << " at " << ped.positions[l];
 		}
 	}
-}
-
-// Switch error of the given samples against the simulated truth, at the written sites
-// heterozygous in the truth and in the estimate (a missing genotype filled in as a
-// homozygote has no phase); `pairs` counts the consecutive pairs of such sites.
-double switchError(const Haplotypes & out, const Haplotypes & truth, const std::vector < std::string > & ids, long & pairs) {
-	long switches = 0;
-	pairs = 0;
-	for (const std::string & id : ids) {
-		int o = out.index(id), t = truth.index(id), previous = -1;
-		for (const auto & site : out.alleles) {
-			const std::vector < int > & T = truth.alleles.at(site.first), & O = site.second;
-			if (T[2 * t] == T[2 * t + 1] || O[2 * o] == O[2 * o + 1]) continue;
-			int relation = T[2 * t] == O[2 * o];
-			if (previous >= 0) {
-				pairs ++;
-				switches += relation != previous;
-			}
-			previous = relation;
-		}
-	}
-	return pairs ? (double)switches / pairs : 1.0;
 }
 
 int hamming(const Haplotypes & H, int a, int b, int from, int to) {

@@ -62,14 +62,7 @@ void caller::verbose_mode() {
 	sorvane::verbose_mode();
 	LOG.printlnL("\nMODE -call : GENOTYPE CALLING");
 	LOG.printlnC("\nMODE \033[33m-call\033[0m : GENOTYPE CALLING");
-	if (options.count("chrX")) LOG.println("  * Allosome (chrX)");
-	else LOG.println("  * Autosome (chr1 ... chr22)");
-	if (model_version1) LOG.println("  * Graph-based model (SORVANE v1)");
-	else LOG.println("  * Window-based model (SORVANE v2)");
-	if (options.count("input-ref")) LOG.println("  * Reference panel of haplotypes used");
-	else LOG.println("  * No reference panel used");
-	if (options.count("no-mcmc")) LOG.println("  * No Gibbs sampling");
-	else LOG.println("  * Gibbs sampling");
+	verboseSettings();
 	if (options.count("input-scaffold")) LOG.println("  * Scaffold of haplotypes used");
 	else LOG.println("  * No scaffold of haplotypes used");
 }

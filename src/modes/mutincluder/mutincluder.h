@@ -1,21 +1,63 @@
 #ifndef _MUTINCLUDER_H
 #define _MUTINCLUDER_H
 
+#include "containers/genhap_set/genhap_set.h"
 #include "modes/sorvane.h"
+#include "utils/ifile.h"
 
+#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
-// The -mutincluder mode. Its own options and work are not built yet: it runs the frame and stops.
+// The -mutinclude mode: new heterozygous sites, in the VCF but not in a phased scaffold, are
+// placed onto each sample's two scaffold haplotypes by the reads of a PIR file.
 class mutincluder : public sorvane {
 public:
+	// Status values of a site of one sample; a site to phase that the reads decide takes the
+	// probability of the placement chosen, in [0.5, 1].
+	static constexpr float to_phase = -1.0f;
+	static constexpr float homozygous = -2.0f;
+	static constexpr float anchor = -3.0f;
+	static constexpr float anchor_homozygous = -4.0f;
+
+	std::string sample_header1;
+	std::string sample_header2;
+	// The sites of the VCF: GH and the writers use them to the end of the run.
+	std::unique_ptr < snp_set > sites;
+	genhap_set GH;
+	// Per sample, one status value per site.
+	std::vector < std::vector < float > > status;
+	// PIR map index -> site index, -1 when the site is not in the data.
+	std::vector < int > mapping;
+	// The job counter; the PIR file, the log and the totals.
+	std::mutex mutex_work;
+	std::mutex mutex_log;
+	long n_het, n_het_covered, n_seen, n_phased, n_pir, n_pir_used;
+	ifile fdi;
+	// Lines of fdi read so far, for the messages on malformed input.
+	int fdi_line;
+
 	mutincluder();
 	~mutincluder();
 
 	void mutinclude(std::vector < std::string > & args);
 
+	void declare_options() override;
+	void check_files() override;
 	void verbose_mode() override;
 	void read_files_and_initialise() override;
+	void write_files_and_finalise() override;
+
+	// One pass over the PIR file; one record of it.
+	void includeMutations();
+	void includeMutations(int job);
+
+private:
+	void openPIRs(int & n_found, int & n_missed);
 };
+
+// A worker of the pass: takes jobs from the counter until there are none left.
+void * mutincluder_callback(void * arg);
 
 #endif

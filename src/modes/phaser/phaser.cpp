@@ -190,11 +190,22 @@ void phaser::verbose_mode() {
 	if (options.count("duohmm")) LOG.println("  * duoHMM is used to refine family haplotypes");
 }
 
+void phaser::verboseSettings() {
+	if (options.count("chrX")) LOG.println("  * Allosome (chrX)");
+	else LOG.println("  * Autosome (chr1 ... chr22)");
+	if (model_version1) LOG.println("  * Graph-based model (SORVANE v1)");
+	else LOG.println("  * Window-based model (SORVANE v2)");
+	if (options.count("input-ref")) LOG.println("  * Reference panel of haplotypes used");
+	else LOG.println("  * No reference panel used");
+	if (options.count("no-mcmc")) LOG.println("  * No Gibbs sampling");
+	else LOG.println("  * Gibbs sampling");
+}
+
 void phaser::verbose_options() {
 	sorvane::verbose_options();
 	int burn = options["burn"].as < int > ();
 	int prune = options["prune"].as < int > ();
-	int run = options["run"].as < int > ();
+	int run = pruningRuns();
 	int main = options["main"].as < int > ();
 	if (options.count("no-mcmc")) LOG.println("  * No MCMC");
 	else LOG.println("  * MCMC: " + sutils::int2str(burn + prune * run + main) + " iterations [" + sutils::int2str(burn) + " B + " + sutils::int2str(run) + " runs of " + sutils::int2str(prune) + " P + " + sutils::int2str(main) + " M]");

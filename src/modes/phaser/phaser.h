@@ -107,6 +107,10 @@ protected:
 	// Weights of the graph transitions besides the model's, made before the first iteration
 	// and again after each pruning, which renumbers the transitions. Phasing has none.
 	virtual void weighGraphs();
+	// Rounds of pruning iterations, each ending in a pruning of the graphs.
+	virtual int pruningRuns();
+	// The settings that the modes built on phasing list under their mode line.
+	void verboseSettings();
 
 private:
 	void checkRange(const std::string & option, int low, int high);

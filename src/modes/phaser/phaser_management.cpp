@@ -61,7 +61,7 @@ void phaser::shuffle() {
 
 void phaser::phaseMcmc() {
 	int B = options["burn"].as < int > ();
-	int R = options["run"].as < int > ();
+	int R = pruningRuns();
 	int P = options["prune"].as < int > ();
 	int M = options["main"].as < int > ();
 
@@ -118,6 +118,10 @@ void phaser::phaseNoMcmc() {
 }
 
 void phaser::weighGraphs() {
+}
+
+int phaser::pruningRuns() {
+	return options["run"].as < int > ();
 }
 
 void phaser::phaseIteration(std::string name) {

@@ -1,0 +1,39 @@
+#include "readmine/het_sites.h"
+#include "input/filter_reader.h"
+#include "input/genotype_reader.h"
+
+#include <algorithm>
+
+het_sites::het_sites() {
+}
+
+void het_sites::readVcf(std::string vcf, int pos_from, int pos_to) {
+	filter_reader filter;
+	// The filter's end is exclusive.
+	filter.initialise(pos_from, pos_to + 1);
+	genotype_reader G(filter, false);
+	G.readGenotypeVcf(vcf);
+	sites = std::move(G.sites);
+	chr = sites->getByIndex(0)->chr;
+	for (int s = 0 ; s < sites->size() ; s ++) position.push_back(sites->getByIndex(s)->bp);
+	samples = G.ind_id;
+	sample_index = G.ind_index;
+	het.resize(samples.size());
+	for (int i = 0 ; i < (int)samples.size() ; i ++) {
+		het[i].resize(position.size());
+		for (int s = 0 ; s < (int)position.size() ; s ++) het[i][s] = !G.missing[i][s] && G.hap0[i][s] != G.hap1[i][s];
+	}
+}
+
+int het_sites::getSample(const std::string & name) {
+	std::unordered_map < std::string, int >::const_iterator it = sample_index.find(name);
+	return it == sample_index.end() ? -1 : it->second;
+}
+
+int het_sites::firstFrom(int bp) {
+	return std::lower_bound(position.begin(), position.end(), bp) - position.begin();
+}
+
+int het_sites::size() {
+	return position.size();
+}

@@ -1,0 +1,34 @@
+#ifndef _HET_SITES_H
+#define _HET_SITES_H
+
+#include "objects/snp_set.h"
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+// The biallelic sites of a VCF, in file order, and for each of its samples the sites where
+// the sample is heterozygous (missing genotypes are not).
+class het_sites {
+public:
+	std::unique_ptr < snp_set > sites;
+	std::vector < int > position;
+	std::string chr;
+	std::vector < std::string > samples;
+	std::unordered_map < std::string, int > sample_index;
+	std::vector < std::vector < bool > > het;
+
+	het_sites();
+
+	// Reads the sites from pos_from to pos_to, both included; the reader ends the run when
+	// none is left.
+	void readVcf(std::string vcf, int pos_from, int pos_to);
+	// Index of a sample, -1 when the VCF does not have it.
+	int getSample(const std::string & name);
+	// Index of the first site at or after bp (the number of sites when there is none).
+	int firstFrom(int bp);
+	int size();
+};
+
+#endif

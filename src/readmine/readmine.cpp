@@ -1,0 +1,141 @@
+#include "readmine/readmine.h"
+#include "input/bamlist_reader.h"
+#include "readmine/bam_scanner.h"
+#include "readmine/het_sites.h"
+#include "readmine/pir_writer.h"
+#include "utils/globals.h"
+#include "utils/lfile.h"
+#include "utils/sutils.h"
+
+#include <algorithm>
+#include <iostream>
+#include <map>
+
+readmine::readmine() : descriptions("Options", 80, 40) {
+}
+
+void readmine::declareOptions() {
+	descriptions.add_options()
+		("help,H", "Produce help message.")
+		("version", "Produce version number.")
+		("bam-list", bpo::value < std::string > (), "List of read files, one a line: sample, BAM/CRAM file (relative to the list's folder), minimum mapping quality (-1: --min-mapq).")
+		("vcf", bpo::value < std::string > (), "VCF/BCF of the biallelic sites of one chromosome with the samples' genotypes.")
+		("output", bpo::value < std::string > (), "PIR file to write (.gz or .bz2 to compress).")
+		("min-mapq", bpo::value < int > ()->default_value(20), "Minimum mapping quality of a read.")
+		("min-baseq", bpo::value < int > ()->default_value(13), "Minimum base quality of a base at a site.")
+		("region", bpo::value < std::string > (), "Sites to consider, [CHR:]FROM-TO (default: all of the VCF).")
+		("reference", bpo::value < std::string > (), "FASTA file of the reference, for CRAM files.");
+}
+
+void readmine::parseCommandLine(std::vector < std::string > & args) {
+	try {
+		bpo::store(bpo::command_line_parser(args).options(descriptions).run(), options);
+		bpo::notify(options);
+	} catch (bpo::error const & e) {
+		std::cout << "readmine : " << e.what() << std::endl;
+		exit(1);
+	}
+	if (options.count("help") || args.empty()) {
+		std::cout << "readmine: phase informative reads from BAM files, for sorvane -assemble and -mutinclude" << std::endl;
+		std::cout << "Usage: readmine --bam-list FILE --vcf FILE --output FILE [options]" << std::endl << std::endl;
+		std::cout << descriptions << std::endl;
+		exit(args.empty() ? 1 : 0);
+	}
+	if (options.count("version")) {
+		std::cout << "readmine v2.r" << SORVANE_REVISION << std::endl;
+		exit(0);
+	}
+}
+
+void readmine::checkOptions() {
+	if (!options.count("bam-list")) LOG.error("You must specify a list of BAM files with option --bam-list");
+	if (!options.count("vcf")) LOG.error("You must specify the genotypes with option --vcf");
+	if (!options.count("output")) LOG.error("You must specify an output PIR file with option --output");
+	if (options["min-mapq"].as < int > () < 0) LOG.error("The minimum mapping quality must be 0 or more");
+	if (options["min-baseq"].as < int > () < 0) LOG.error("The minimum base quality must be 0 or more");
+}
+
+void readmine::readRegion(std::string & chr, int & from, int & to) {
+	from = 0;
+	to = 1000000000;
+	chr = "";
+	if (!options.count("region")) return;
+	std::string region = options["region"].as < std::string > ();
+	std::string span = region;
+	size_t colon = region.rfind(':');
+	if (colon != std::string::npos) {
+		chr = region.substr(0, colon);
+		span = region.substr(colon + 1);
+	}
+	size_t dash = span.find('-');
+	char * end1 = NULL, * end2 = NULL;
+	if (dash != std::string::npos) {
+		from = strtol(span.substr(0, dash).c_str(), &end1, 10);
+		to = strtol(span.substr(dash + 1).c_str(), &end2, 10);
+	}
+	if (dash == std::string::npos || dash == 0 || *end1 || *end2 || from < 0 || to < from) LOG.error("The region [" + region + "] is not of the form [CHR:]FROM-TO with FROM <= TO");
+}
+
+// A relative file name of the list is taken from the list's folder.
+static std::string beside(const std::string & list, const std::string & file) {
+	if (file.empty() || file[0] == '/') return file;
+	size_t slash = list.find_last_of('/');
+	return slash == std::string::npos ? file : list.substr(0, slash + 1) + file;
+}
+
+// Reads in the order of their sites, then of their bases and qualities: the order depends
+// on nothing but the reads, not on the order in which mates met.
+static bool bySite(const pir_read & a, const pir_read & b) {
+	if (a.site != b.site) return a.site < b.site;
+	if (a.base != b.base) return a.base < b.base;
+	return a.quality < b.quality;
+}
+
+void readmine::run(std::vector < std::string > & args) {
+	declareOptions();
+	parseCommandLine(args);
+	LOG.muteL();
+	checkOptions();
+	std::string list_file = options["bam-list"].as < std::string > ();
+	std::string vcf = options["vcf"].as < std::string > ();
+	std::string output = options["output"].as < std::string > ();
+	int min_mapq = options["min-mapq"].as < int > ();
+	std::string chr;
+	int from, to;
+	readRegion(chr, from, to);
+
+	het_sites H;
+	H.readVcf(vcf, from, to);
+	if (!chr.empty() && chr != H.chr) LOG.error("The region is on chromosome [" + chr + "] and the VCF [" + vcf + "] on [" + H.chr + "]");
+
+	bamlist_reader list;
+	list.readBamList(list_file);
+	// The files of each sample, samples in their order of first appearance.
+	std::vector < std::string > samples;
+	std::map < std::string, std::vector < int > > files;
+	for (int l = 0 ; l < (int)list.col0.size() ; l ++) {
+		if (H.getSample(list.col0[l]) < 0) LOG.error("Sample [" + list.col0[l] + "] of the BAM list [" + list_file + "] is not in the VCF [" + vcf + "]");
+		if (!files.count(list.col0[l])) samples.push_back(list.col0[l]);
+		files[list.col0[l]].push_back(l);
+	}
+	LOG.println("  * " + sutils::int2str(list.col0.size()) + " files of " + sutils::int2str(samples.size()) + " samples");
+
+	pir_writer W;
+	W.open(output);
+	W.writeMap(H);
+	bam_scanner scanner(H, options["min-baseq"].as < int > (), options.count("reference") ? options["reference"].as < std::string > () : "");
+	long n_pir = 0;
+	for (const std::string & name : samples) {
+		std::vector < pir_read > pirs;
+		for (int l : files[name]) {
+			std::string file = beside(list_file, list.col1[l]);
+			scanner.scan(file, H.getSample(name), list.col2[l] >= 0 ? list.col2[l] : min_mapq, pirs);
+			std::cerr << "readmine: [" << file << "] of " << name << ": " << scanner.n_used << " reads used, " << scanner.n_pir << " phase informative" << std::endl;
+		}
+		std::sort(pirs.begin(), pirs.end(), bySite);
+		W.writeSample(name, pirs);
+		n_pir += pirs.size();
+	}
+	W.close();
+	LOG.println("  * " + sutils::long2str(n_pir) + " phase informative reads of " + sutils::int2str(samples.size()) + " samples written to [" + output + "]");
+}

@@ -1,0 +1,208 @@
+#include "test_utils.h"
+
+#include <algorithm>
+#include <map>
+
+using testutils::RunResult;
+using testutils::TempDir;
+using testutils::has;
+using testutils::lines;
+using testutils::readCompressed;
+using testutils::runCommand;
+using testutils::words;
+
+namespace {
+
+const std::string E = SORVANE_EXAMPLE_DATA;
+
+RunResult runReadmine(const std::string & args, const std::string & dir) {
+	return runCommand(std::string(READMINE_BIN) + " " + args, dir);
+}
+
+void run(const TempDir & d, const std::string & command) {
+	RunResult r = runCommand(command, d.path);
+	ASSERT_EQ(r.status, 0) << command << "\n" << r.err;
+}
+
+// Sites 100 to 450: S1 is heterozygous at 100, 150, 160 (an indel, never observed) and 170,
+// homozygous at 200, missing at 450; S2 is heterozygous everywhere.
+const std::string VCF =
+	"##fileformat=VCFv4.2\n"
+	"#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tS1\tS2\n"
+	"20\t100\t.\tA\tG\t.\tPASS\t.\tGT\t0/1\t0/1\n"
+	"20\t150\t.\tC\tT\t.\tPASS\t.\tGT\t0|1\t0/1\n"
+	"20\t160\t.\tA\tAT\t.\tPASS\t.\tGT\t0/1\t0/1\n"
+	"20\t170\t.\tG\tC\t.\tPASS\t.\tGT\t1/0\t0/1\n"
+	"20\t200\t.\tT\tA\t.\tPASS\t.\tGT\t0/0\t0/1\n"
+	"20\t400\t.\tA\tC\t.\tPASS\t.\tGT\t0/1\t0/1\n"
+	"20\t450\t.\tG\tT\t.\tPASS\t.\tGT\t./.\t0/1\n";
+
+// A SAM record of a read of n bases, all A of quality 30 but the given bases and qualities
+// (offsets in the read).
+std::string record(const std::string & name, int flag, int pos, int mapq, const std::string & cigar, int n,
+		const std::map < int, char > & bases, const std::map < int, char > & quals = {}, int mate = 0) {
+	std::string seq(n, 'A'), qual(n, '?');
+	for (const auto & b : bases) seq[b.first] = b.second;
+	for (const auto & q : quals) qual[q.first] = q.second;
+	return name + "\t" + std::to_string(flag) + "\t20\t" + std::to_string(pos) + "\t" + std::to_string(mapq) + "\t" + cigar
+		+ "\t" + (mate ? "=" : "*") + "\t" + std::to_string(mate) + "\t0\t" + seq + "\t" + qual + "\n";
+}
+
+// Reads of known positions (1-based) over the sites, in no order.
+std::string handSam() {
+	return "@HD\tVN:1.6\tSO:unsorted\n@SQ\tSN:20\tLN:1000\n"
+		// A pair: 100 on the first mate, 150 and 170 on the second.
+		+ record("p1", 99, 91, 60, "50M", 50, { { 9, 'G' } }, {}, 141)
+		+ record("p1", 147, 141, 60, "50M", 50, { { 9, 'T' }, { 29, 'C' } }, {}, 91)
+		// Only 400 (450 not covered): one site, not written.
+		+ record("r2", 0, 380, 60, "50M", 50, { { 20, 'C' } })
+		// Mapping quality 10: left out, but for a file of minimum mapping quality 5.
+		+ record("r3", 0, 95, 10, "70M", 70, { { 5, 'A' }, { 55, 'C' } })
+		// The base at 150 has quality 5: the read keeps 100 and 170.
+		+ record("r4", 0, 95, 60, "80M", 80, { { 5, 'A' }, { 55, 'C' }, { 75, 'G' } }, { { 55, '&' } })
+		// Mates overlapping at 150 and 170: the base of higher quality stays at each.
+		+ record("r5", 99, 140, 60, "40M", 40, { { 10, 'C' }, { 30, 'G' } }, { { 10, '5' } }, 145)
+		+ record("r5", 147, 145, 60, "40M", 40, { { 5, 'T' }, { 25, 'G' } }, { { 5, 'D' }, { 25, ':' } }, 140)
+		// 170 shows a base of neither allele: the read keeps 100 and 150.
+		+ record("r6", 0, 95, 60, "80M", 80, { { 5, 'G' }, { 55, 'T' }, { 75, 'A' } })
+		// Clip, insertion and deletion: 150 at read offset 14, 170 at 31.
+		+ record("r7", 0, 141, 60, "3S5M2I10M3D30M", 50, { { 14, 'C' }, { 31, 'C' } })
+		// Secondary and duplicate alignments are left out.
+		+ record("r8", 256, 95, 60, "80M", 80, { { 5, 'G' }, { 55, 'T' } })
+		+ record("r9", 1024, 95, 60, "80M", 80, { { 5, 'G' }, { 55, 'T' } })
+		// 170 and 200: S1 is homozygous at 200.
+		+ record("r10", 0, 165, 60, "40M", 40, { { 5, 'G' }, { 35, 'A' } });
+}
+
+const std::string MAP = "MAP 7\n100 A G\n150 C T\n160 A AT\n170 G C\n200 T A\n400 A C\n450 G T\n";
+
+const std::string EXPECTED_S1 = "S1 5\n"
+	"0 G 30 1 T 30\n"
+	"0 G 30 1 T 30 3 C 30\n"
+	"0 A 30 3 G 30\n"
+	"1 C 30 3 C 30\n"
+	"1 T 35 3 G 30\n";
+
+const std::string EXPECTED_S2 = "S2 7\n"
+	"0 A 30 1 C 30\n"
+	"0 G 30 1 T 30\n"
+	"0 G 30 1 T 30 3 C 30\n"
+	"0 A 30 3 G 30\n"
+	"1 C 30 3 C 30\n"
+	"1 T 35 3 G 30\n"
+	"3 G 30 4 A 30\n";
+
+// The hand-made reads as a sorted, indexed BAM in bams/, and the VCF.
+void makeHandData(const TempDir & d) {
+	run(d, "mkdir bams");
+	d.write("bams/s.sam", handSam());
+	d.write("sites.vcf", VCF);
+	run(d, "samtools sort --no-PG -o bams/s.bam bams/s.sam && samtools index bams/s.bam");
+}
+
+}
+
+// The PIR file of the hand-made reads: mates joined by name, reads with fewer than two
+// usable sites, low mapping or base qualities, secondary and duplicate alignments left out,
+// overlapping mates keeping the better base, the third column of the list overriding
+// --min-mapq; file names of the list taken from its folder. Compressed output alike.
+TEST(cli_readmine, HandMadeReads) {
+	TempDir d;
+	makeHandData(d);
+	d.write("bams/list.txt", "S1 s.bam -1\nS2 s.bam 5\n");
+	for (const std::string out : { "out.pir", "out.pir.gz" }) {
+		RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf --output " + out, d.path);
+		ASSERT_EQ(r.status, 0) << r.out << r.err;
+		EXPECT_EQ(readCompressed(d.file(out)), MAP + EXPECTED_S1 + EXPECTED_S2) << out;
+		EXPECT_TRUE(has(r.err, "readmine: [bams/s.bam] of S1: 9 reads used, 5 phase informative")) << r.err;
+	}
+	// A region keeps the sites inside it only, their indexes counted from it.
+	RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf --output region.pir --region 20:150-170", d.path);
+	ASSERT_EQ(r.status, 0) << r.out;
+	EXPECT_EQ(d.read("region.pir"), "MAP 3\n150 C T\n160 A AT\n170 G C\nS1 3\n0 C 30 2 C 30\n0 T 30 2 C 30\n0 T 35 2 G 30\n"
+		"S2 3\n0 C 30 2 C 30\n0 T 30 2 C 30\n0 T 35 2 G 30\n");
+}
+
+// Each fault ends the run with status 1 and a message that names the file.
+TEST(cli_readmine, Errors) {
+	TempDir d;
+	makeHandData(d);
+	run(d, "samtools view --no-PG -b -o bams/unsorted.bam bams/s.sam");
+	run(d, "samtools sort --no-PG -o bams/noindex.bam bams/s.sam");
+	d.write("bams/garbage.bam", "not a read file\n");
+	const std::vector < std::pair < std::string, std::string > > cases = {
+		{ "S1 missing.bam -1", "Impossible to open file [bams/missing.bam]" },
+		{ "S1 garbage.bam -1", "[bams/garbage.bam]" },
+		{ "S1 unsorted.bam -1", "File [bams/unsorted.bam] is not sorted by coordinate: sort it with samtools sort" },
+		{ "S1 noindex.bam -1", "No index found for [bams/noindex.bam]: make one with samtools index bams/noindex.bam" },
+		{ "S9 s.bam -1", "Sample [S9] of the BAM list [bams/list.txt] is not in the VCF [sites.vcf]" },
+		{ "S1 s.bam", "Parsing line 0 : incorrect number of columns, observed: 2 expected: 3" },
+	};
+	for (const auto & c : cases) {
+		d.write("bams/list.txt", c.first + "\n");
+		RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf --output out.pir", d.path);
+		EXPECT_EQ(r.status, 1) << c.first;
+		EXPECT_TRUE(has(r.out, c.second)) << c.first << "\n" << r.out;
+	}
+	d.write("bams/list.txt", "S1 s.bam -1\n");
+	RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf", d.path);
+	EXPECT_EQ(r.status, 1);
+	EXPECT_TRUE(has(r.out, "You must specify an output PIR file with option --output"));
+	r = runReadmine("--help", d.path);
+	EXPECT_EQ(r.status, 0);
+	EXPECT_TRUE(has(r.out, "--bam-list") && has(r.out, "--min-baseq")) << r.out;
+}
+
+// The example's reads of IND0001, taken independently from the text of `samtools view`:
+// every read of mapping quality 20 or more (neither secondary, duplicate, QC-failed nor
+// unmapped), its bases of quality 13 or more that match an allele at a heterozygous site
+// of the sample, mates joined by name. The records of the four samples with a BAM file are
+// those of the example's PIR file, made from their whole BAM files.
+TEST(cli_readmine, ExampleReads) {
+	TempDir d;
+	RunResult r = runReadmine("--bam-list " + E + "/reads/reads.bamlist --vcf " + E + "/reads/reads.vcf.gz --output out.pir", d.path);
+	ASSERT_EQ(r.status, 0) << r.out;
+	std::vector < std::string > pir = lines(d.read("out.pir"));
+	std::vector < std::string > example = lines(readCompressed(E + "/reads/reads.pir.gz"));
+	ASSERT_LT(pir.size(), example.size());
+	EXPECT_TRUE(std::equal(pir.begin(), pir.end(), example.begin()));
+
+	// The sample's heterozygous sites: position to (map index, alleles).
+	std::map < int, std::pair < int, std::string > > hets;
+	int column = -1, index = 0;
+	for (const std::string & l : lines(readCompressed(E + "/reads/reads.vcf.gz"))) {
+		std::vector < std::string > t = words(l);
+		if (t[0] == "#CHROM") column = std::find(t.begin(), t.end(), "IND0001") - t.begin();
+		if (t[0][0] == '#') continue;
+		if (t[column] == "0/1" || t[column] == "1/0") hets[std::stoi(t[1])] = { index, t[3] + t[4] };
+		index ++;
+	}
+	RunResult view = runCommand("samtools view -q 20 -F 0xF04 " + E + "/reads/IND0001.bam", d.path);
+	ASSERT_EQ(view.status, 0);
+	std::map < std::string, std::map < int, std::string > > reads;
+	for (const std::string & l : lines(view.out)) {
+		std::vector < std::string > t = words(l);
+		ASSERT_EQ(t[5], std::to_string(t[9].size()) + "M");
+		int pos = std::stoi(t[3]);
+		for (auto it = hets.lower_bound(pos) ; it != hets.end() && it->first < pos + (int)t[9].size() ; ++ it) {
+			int offset = it->first - pos, q = t[10][offset] - 33;
+			char base = t[9][offset];
+			if (q >= 13 && it->second.second.find(base) != std::string::npos)
+				reads[t[0]][it->second.first] = std::string(1, base) + " " + std::to_string(q);
+		}
+	}
+	std::vector < std::string > expected;
+	for (const auto & read : reads) {
+		if (read.second.size() < 2) continue;
+		std::string line;
+		for (const auto & s : read.second) line += (line.empty() ? "" : " ") + std::to_string(s.first) + " " + s.second;
+		expected.push_back(line);
+	}
+	std::vector < std::string >::iterator head = std::find(pir.begin(), pir.end(), "IND0001 " + std::to_string(expected.size()));
+	ASSERT_TRUE(head != pir.end());
+	std::vector < std::string > observed(head + 1, head + 1 + expected.size());
+	std::sort(expected.begin(), expected.end());
+	std::sort(observed.begin(), observed.end());
+	EXPECT_GT(expected.size(), 30u);
+	EXPECT_EQ(observed, expected);
+}
