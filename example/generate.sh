@@ -5,7 +5,9 @@
 # example/simulate.py builds from it the study cohort (unrelated samples, trios
 # and duos), the reference panel, the genetic map, the true haplotypes and the
 # unphased genotypes in every input format, and the same cohort with larger
-# families (families.*). The seed is fixed: two runs give byte-identical files.
+# families (families.*). example/simulate_reads.py then simulates paired-end
+# reads of some samples, turned into BAM files by samtools and into a PIR file by
+# readmine (folder reads/). The seed is fixed: two runs give byte-identical files.
 #
 # Usage: bash example/generate.sh [output-folder]   (default: this folder)
 #

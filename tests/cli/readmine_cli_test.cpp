@@ -105,7 +105,8 @@ void makeHandData(const TempDir & d) {
 // The PIR file of the hand-made reads: mates joined by name, reads with fewer than two
 // usable sites, low mapping or base qualities, secondary and duplicate alignments left out,
 // overlapping mates keeping the better base, the third column of the list overriding
-// --min-mapq; file names of the list taken from its folder. Compressed output alike.
+// --min-mapq; file names of the list taken from its folder. Compressed output and CRAM
+// input alike.
 TEST(cli_readmine, HandMadeReads) {
 	TempDir d;
 	makeHandData(d);
@@ -116,6 +117,13 @@ TEST(cli_readmine, HandMadeReads) {
 		EXPECT_EQ(readCompressed(d.file(out)), MAP + EXPECTED_S1 + EXPECTED_S2) << out;
 		EXPECT_TRUE(has(r.err, "readmine: [bams/s.bam] of S1: 9 reads used, 5 phase informative")) << r.err;
 	}
+	// The same reads as CRAM, decoded with the reference given.
+	d.write("ref.fa", ">20\n" + std::string(1000, 'A') + "\n");
+	run(d, "samtools view --no-PG -C -T ref.fa -o bams/s.cram bams/s.bam && samtools index bams/s.cram");
+	d.write("bams/cram.txt", "S1 s.cram -1\n");
+	RunResult c = runReadmine("--bam-list bams/cram.txt --vcf sites.vcf --reference ref.fa --output cram.pir", d.path);
+	ASSERT_EQ(c.status, 0) << c.out;
+	EXPECT_EQ(d.read("cram.pir"), MAP + EXPECTED_S1);
 	// A region keeps the sites inside it only, their indexes counted from it.
 	RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf --output region.pir --region 20:150-170", d.path);
 	ASSERT_EQ(r.status, 0) << r.out;
