@@ -67,13 +67,15 @@ void readmine::readRegion(std::string & chr, int & from, int & to) {
 		chr = region.substr(0, colon);
 		span = region.substr(colon + 1);
 	}
-	size_t dash = span.find('-');
+	const char * text = span.c_str();
 	char * end1 = NULL, * end2 = NULL;
-	if (dash != std::string::npos) {
-		from = strtol(span.substr(0, dash).c_str(), &end1, 10);
-		to = strtol(span.substr(dash + 1).c_str(), &end2, 10);
+	from = strtol(text, &end1, 10);
+	bool parsed = end1 != text && *end1 == '-';
+	if (parsed) {
+		to = strtol(end1 + 1, &end2, 10);
+		parsed = end2 != end1 + 1 && *end2 == 0;
 	}
-	if (dash == std::string::npos || dash == 0 || *end1 || *end2 || from < 0 || to < from) LOG.error("The region [" + region + "] is not of the form [CHR:]FROM-TO with FROM <= TO");
+	if (!parsed || from < 0 || to < from) LOG.error("The region [" + region + "] is not of the form [CHR:]FROM-TO with FROM <= TO");
 }
 
 // A relative file name of the list is taken from the list's folder.

@@ -153,9 +153,18 @@ TEST(cli_readmine, Errors) {
 		EXPECT_TRUE(has(r.out, c.second)) << c.first << "\n" << r.out;
 	}
 	d.write("bams/list.txt", "S1 s.bam -1\n");
-	RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf", d.path);
-	EXPECT_EQ(r.status, 1);
-	EXPECT_TRUE(has(r.out, "You must specify an output PIR file with option --output"));
+	const std::vector < std::pair < std::string, std::string > > options = {
+		{ "", "You must specify an output PIR file with option --output" },
+		{ "--output out.pir --region 20:170-150", "The region [20:170-150] is not of the form [CHR:]FROM-TO with FROM <= TO" },
+		{ "--output out.pir --region 20:150", "The region [20:150] is not of the form" },
+		{ "--output out.pir --region 7:150-170", "The region is on chromosome [7] and the VCF [sites.vcf] on [20]" },
+	};
+	for (const auto & o : options) {
+		RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf " + o.first, d.path);
+		EXPECT_EQ(r.status, 1) << o.first;
+		EXPECT_TRUE(has(r.out, o.second)) << o.first << "\n" << r.out;
+	}
+	RunResult r;
 	r = runReadmine("--help", d.path);
 	EXPECT_EQ(r.status, 0);
 	EXPECT_TRUE(has(r.out, "--bam-list") && has(r.out, "--min-baseq")) << r.out;
