@@ -122,10 +122,12 @@ void readmine::run(std::vector < std::string > & args) {
 	}
 	LOG.println("  * " + sutils::int2str(list.col0.size()) + " files of " + sutils::int2str(samples.size()) + " samples");
 
+	bam_scanner scanner(H, options["min-baseq"].as < int > (), options.count("reference") ? options["reference"].as < std::string > () : "");
+	// Every file is checked before the output is begun: a run that stops leaves no output.
+	for (int l = 0 ; l < (int)list.col1.size() ; l ++) scanner.check(beside(list_file, list.col1[l]));
 	pir_writer W;
 	W.open(output);
 	W.writeMap(H);
-	bam_scanner scanner(H, options["min-baseq"].as < int > (), options.count("reference") ? options["reference"].as < std::string > () : "");
 	long n_pir = 0;
 	for (const std::string & name : samples) {
 		std::vector < pir_read > pirs;

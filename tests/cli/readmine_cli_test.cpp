@@ -131,7 +131,8 @@ TEST(cli_readmine, HandMadeReads) {
 		"S2 3\n0 C 30 2 C 30\n0 T 30 2 C 30\n0 T 35 2 G 30\n");
 }
 
-// Each fault ends the run with status 1 and a message that names the file.
+// Each fault ends the run with status 1 and a message that names the file, before any
+// output is written.
 TEST(cli_readmine, Errors) {
 	TempDir d;
 	makeHandData(d);
@@ -151,6 +152,8 @@ TEST(cli_readmine, Errors) {
 		RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf --output out.pir", d.path);
 		EXPECT_EQ(r.status, 1) << c.first;
 		EXPECT_TRUE(has(r.out, c.second)) << c.first << "\n" << r.out;
+		// Files are checked before the output is begun: nothing of it is left.
+		EXPECT_FALSE(has(runCommand("ls", d.path).out, "out.pir")) << c.first;
 	}
 	d.write("bams/list.txt", "S1 s.bam -1\n");
 	const std::vector < std::pair < std::string, std::string > > options = {
