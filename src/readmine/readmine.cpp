@@ -106,12 +106,12 @@ void readmine::run(std::vector < std::string > & args) {
 	int from, to;
 	readRegion(chr, from, to);
 
-	het_sites H;
-	H.readVcf(vcf, from, to);
-	if (!chr.empty() && chr != H.chr) LOG.error("The region is on chromosome [" + chr + "] and the VCF [" + vcf + "] on [" + H.chr + "]");
-
 	bamlist_reader list;
 	list.readBamList(list_file);
+	het_sites H;
+	H.readVcf(vcf, from, to, list.col0);
+	if (!chr.empty() && chr != H.chr) LOG.error("The region is on chromosome [" + chr + "] and the VCF [" + vcf + "] on [" + H.chr + "]");
+
 	// The files of each sample, samples in their order of first appearance.
 	std::vector < std::string > samples;
 	std::map < std::string, std::vector < int > > files;
