@@ -5,7 +5,9 @@
 # example/simulate.py builds from it the study cohort (unrelated samples, trios
 # and duos), the reference panel, the genetic map, the true haplotypes and the
 # unphased genotypes in every input format, and the same cohort with larger
-# families (families.*). The seed is fixed: two runs give byte-identical files.
+# families (families.*). example/simulate_reads.py then simulates paired-end
+# reads of some samples, turned into BAM files by samtools and into a PIR file by
+# readmine (folder reads/). The seed is fixed: two runs give byte-identical files.
 #
 # Usage: bash example/generate.sh [output-folder]   (default: this folder)
 #
@@ -63,6 +65,7 @@ READS_DEPTH="${EXAMPLE_READS_DEPTH:-6}"         # mean depth
 # theirs, cut to the reads that cover a heterozygous site of the sample, which give the
 # same phase informative reads. The PIR file is made from the whole files of all samples.
 READS_KEEP="${EXAMPLE_READS_KEEP:-4}"
+READS_WHOLE="${EXAMPLE_READS_WHOLE:-0}"         # 1: keep whole BAM files and the reference FASTA
 # The extractor of phase informative reads, as built by `make build`.
 READMINE="${READMINE:-$here/../build/readmine}"
 
@@ -113,7 +116,9 @@ while read -r sample bam _; do
     samtools sort --no-PG -o "$tmp/reads/$bam" "$tmp/reads/$sample.sam"
     samtools index "$tmp/reads/$bam"
     n=$(( n + 1 ))
-    if [ "$n" -le "$READS_KEEP" ]; then
+    if [ "$n" -le "$READS_KEEP" ] && [ "$READS_WHOLE" -eq 1 ]; then
+        cp "$tmp/reads/$bam" "$tmp/reads/$bam.bai" "$reads/"
+    elif [ "$n" -le "$READS_KEEP" ]; then
         # The sample's heterozygous sites as BED intervals (0-based starts).
         awk -v s="$sample" -F '\t' '/^#CHROM/ { for (k = 10; k <= NF; k++) if ($k == s) c = k; next }
             !/^#/ && ($c == "0/1" || $c == "1/0") { print $1 "\t" $2 - 1 "\t" $2 }' \
@@ -123,6 +128,7 @@ while read -r sample bam _; do
     fi
 done < "$tmp/reads/reads.bamlist"
 head -n "$READS_KEEP" "$tmp/reads/reads.bamlist" > "$reads/reads.bamlist"
+if [ "$READS_WHOLE" -eq 1 ]; then cp "$tmp/reads/reference.fa" "$reads/"; fi
 bgzip -c "$tmp/reads/reads.vcf" > "$reads/reads.vcf.gz"
 if [ -x "$READMINE" ]; then
     "$READMINE" --bam-list "$tmp/reads/reads.bamlist" --vcf "$reads/reads.vcf.gz" --output "$reads/reads.pir.gz" >/dev/null

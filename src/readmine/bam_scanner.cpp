@@ -6,28 +6,47 @@
 bam_scanner::bam_scanner(het_sites & _H, int _min_baseq, std::string _reference) : H(_H), min_baseq(_min_baseq), reference(_reference), n_used(0), n_pir(0) {
 }
 
-// Header and index checks that end the run naming the file.
-static hts_idx_t * openChecked(htsFile * fp, sam_hdr_t * header, const std::string & file) {
+// Opens a file with its header and index, ending the run naming the file when it cannot be
+// read, is not sorted by coordinate, has no index or lacks the chromosome. Returns the
+// chromosome's number in the header.
+int bam_scanner::open(const std::string & file, htsFile * & fp, sam_hdr_t * & header, hts_idx_t * & index) {
+	fp = sam_open(file.c_str(), "r");
+	if (!fp) LOG.error("Impossible to open file [" + file + "]");
+	if (!reference.empty() && hts_set_fai_filename(fp, reference.c_str()) != 0) LOG.error("Impossible to use the reference [" + reference + "] for [" + file + "]");
+	header = sam_hdr_read(fp);
 	if (!header) LOG.error("Impossible to read the header of [" + file + "]: not a BAM, CRAM or SAM file");
 	kstring_t order = KS_INITIALIZE;
 	bool sorted = sam_hdr_find_tag_hd(header, "SO", &order) == 0 && strcmp(order.s, "coordinate") == 0;
 	ks_free(&order);
 	if (!sorted) LOG.error("File [" + file + "] is not sorted by coordinate: sort it with samtools sort");
-	hts_idx_t * index = sam_index_load(fp, file.c_str());
+	index = sam_index_load(fp, file.c_str());
 	if (!index) LOG.error("No index found for [" + file + "]: make one with samtools index " + file);
-	return index;
+	int tid = sam_hdr_name2tid(header, H.chr.c_str());
+	if (tid < 0) LOG.error("Chromosome [" + H.chr + "] of the VCF is not in the header of [" + file + "]");
+	return tid;
+}
+
+static void closeFile(htsFile * fp, sam_hdr_t * header, hts_idx_t * index) {
+	hts_idx_destroy(index);
+	sam_hdr_destroy(header);
+	sam_close(fp);
+}
+
+void bam_scanner::check(std::string file) {
+	htsFile * fp;
+	sam_hdr_t * header;
+	hts_idx_t * index;
+	open(file, fp, header, index);
+	closeFile(fp, header, index);
 }
 
 void bam_scanner::scan(std::string file, int sample, int min_mapq, std::vector < pir_read > & pirs) {
 	n_used = n_pir = 0;
 	pending.clear();
-	htsFile * fp = sam_open(file.c_str(), "r");
-	if (!fp) LOG.error("Impossible to open file [" + file + "]");
-	if (!reference.empty() && hts_set_fai_filename(fp, reference.c_str()) != 0) LOG.error("Impossible to use the reference [" + reference + "] for [" + file + "]");
-	sam_hdr_t * header = sam_hdr_read(fp);
-	hts_idx_t * index = openChecked(fp, header, file);
-	int tid = sam_hdr_name2tid(header, H.chr.c_str());
-	if (tid < 0) LOG.error("Chromosome [" + H.chr + "] of the VCF is not in the header of [" + file + "]");
+	htsFile * fp;
+	sam_hdr_t * header;
+	hts_idx_t * index;
+	int tid = open(file, fp, header, index);
 	hts_itr_t * itr = sam_itr_queryi(index, tid, H.position.front() - 1, H.position.back());
 	if (!itr) LOG.error("Impossible to iterate over [" + file + "]");
 
@@ -59,9 +78,7 @@ void bam_scanner::scan(std::string file, int sample, int min_mapq, std::vector <
 	pending.clear();
 	bam_destroy1(b);
 	hts_itr_destroy(itr);
-	hts_idx_destroy(index);
-	sam_hdr_destroy(header);
-	sam_close(fp);
+	closeFile(fp, header, index);
 }
 
 void bam_scanner::observe(bam1_t * b, int sample, pir_read & read) {

@@ -25,6 +25,8 @@ public:
 
 	bam_scanner(het_sites & H, int min_baseq, std::string reference);
 
+	// Ends the run, naming the file, if it cannot be scanned.
+	void check(std::string file);
 	// Adds the sample's phase informative reads of the file to pirs.
 	void scan(std::string file, int sample, int min_mapq, std::vector < pir_read > & pirs);
 
@@ -32,6 +34,7 @@ private:
 	// Reads of pairs whose mate comes later in the file, by name.
 	std::map < std::string, pir_read > pending;
 
+	int open(const std::string & file, htsFile * & fp, sam_hdr_t * & header, hts_idx_t * & index);
 	void observe(bam1_t * b, int sample, pir_read & read);
 	void finish(pir_read & read, std::vector < pir_read > & pirs);
 };

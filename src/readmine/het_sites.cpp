@@ -7,19 +7,19 @@
 het_sites::het_sites() {
 }
 
-void het_sites::readVcf(std::string vcf, int pos_from, int pos_to) {
+void het_sites::readVcf(std::string vcf, int pos_from, int pos_to, const std::vector < std::string > & names) {
 	filter_reader filter;
 	// The filter's end is exclusive.
 	filter.initialise(pos_from, pos_to + 1);
+	for (const std::string & name : names) filter.ind_include[name] = true;
 	genotype_reader G(filter, false);
 	G.readGenotypeVcf(vcf);
 	sites = std::move(G.sites);
 	chr = sites->getByIndex(0)->chr;
 	for (int s = 0 ; s < sites->size() ; s ++) position.push_back(sites->getByIndex(s)->bp);
-	samples = G.ind_id;
 	sample_index = G.ind_index;
-	het.resize(samples.size());
-	for (int i = 0 ; i < (int)samples.size() ; i ++) {
+	het.resize(G.ind_id.size());
+	for (int i = 0 ; i < (int)het.size() ; i ++) {
 		het[i].resize(position.size());
 		for (int s = 0 ; s < (int)position.size() ; s ++) het[i][s] = !G.missing[i][s] && G.hap0[i][s] != G.hap1[i][s];
 	}

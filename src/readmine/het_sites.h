@@ -15,15 +15,14 @@ public:
 	std::unique_ptr < snp_set > sites;
 	std::vector < int > position;
 	std::string chr;
-	std::vector < std::string > samples;
 	std::unordered_map < std::string, int > sample_index;
 	std::vector < std::vector < bool > > het;
 
 	het_sites();
 
-	// Reads the sites from pos_from to pos_to, both included; the reader ends the run when
-	// none is left.
-	void readVcf(std::string vcf, int pos_from, int pos_to);
+	// Reads the sites from pos_from to pos_to, both included, and the genotypes of the named
+	// samples only; the reader ends the run when no site is left.
+	void readVcf(std::string vcf, int pos_from, int pos_to, const std::vector < std::string > & names);
 	// Index of a sample, -1 when the VCF does not have it.
 	int getSample(const std::string & name);
 	// Index of the first site at or after bp (the number of sites when there is none).

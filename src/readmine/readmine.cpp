@@ -67,13 +67,15 @@ void readmine::readRegion(std::string & chr, int & from, int & to) {
 		chr = region.substr(0, colon);
 		span = region.substr(colon + 1);
 	}
-	size_t dash = span.find('-');
+	const char * text = span.c_str();
 	char * end1 = NULL, * end2 = NULL;
-	if (dash != std::string::npos) {
-		from = strtol(span.substr(0, dash).c_str(), &end1, 10);
-		to = strtol(span.substr(dash + 1).c_str(), &end2, 10);
+	from = strtol(text, &end1, 10);
+	bool parsed = end1 != text && *end1 == '-';
+	if (parsed) {
+		to = strtol(end1 + 1, &end2, 10);
+		parsed = end2 != end1 + 1 && *end2 == 0;
 	}
-	if (dash == std::string::npos || dash == 0 || *end1 || *end2 || from < 0 || to < from) LOG.error("The region [" + region + "] is not of the form [CHR:]FROM-TO with FROM <= TO");
+	if (!parsed || from < 0 || to < from) LOG.error("The region [" + region + "] is not of the form [CHR:]FROM-TO with FROM <= TO");
 }
 
 // A relative file name of the list is taken from the list's folder.
@@ -104,12 +106,12 @@ void readmine::run(std::vector < std::string > & args) {
 	int from, to;
 	readRegion(chr, from, to);
 
-	het_sites H;
-	H.readVcf(vcf, from, to);
-	if (!chr.empty() && chr != H.chr) LOG.error("The region is on chromosome [" + chr + "] and the VCF [" + vcf + "] on [" + H.chr + "]");
-
 	bamlist_reader list;
 	list.readBamList(list_file);
+	het_sites H;
+	H.readVcf(vcf, from, to, list.col0);
+	if (!chr.empty() && chr != H.chr) LOG.error("The region is on chromosome [" + chr + "] and the VCF [" + vcf + "] on [" + H.chr + "]");
+
 	// The files of each sample, samples in their order of first appearance.
 	std::vector < std::string > samples;
 	std::map < std::string, std::vector < int > > files;
@@ -120,10 +122,12 @@ void readmine::run(std::vector < std::string > & args) {
 	}
 	LOG.println("  * " + sutils::int2str(list.col0.size()) + " files of " + sutils::int2str(samples.size()) + " samples");
 
+	bam_scanner scanner(H, options["min-baseq"].as < int > (), options.count("reference") ? options["reference"].as < std::string > () : "");
+	// Every file is checked before the output is begun: a run that stops leaves no output.
+	for (int l = 0 ; l < (int)list.col1.size() ; l ++) scanner.check(beside(list_file, list.col1[l]));
 	pir_writer W;
 	W.open(output);
 	W.writeMap(H);
-	bam_scanner scanner(H, options["min-baseq"].as < int > (), options.count("reference") ? options["reference"].as < std::string > () : "");
 	long n_pir = 0;
 	for (const std::string & name : samples) {
 		std::vector < pir_read > pirs;

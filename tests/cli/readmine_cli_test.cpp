@@ -105,7 +105,8 @@ void makeHandData(const TempDir & d) {
 // The PIR file of the hand-made reads: mates joined by name, reads with fewer than two
 // usable sites, low mapping or base qualities, secondary and duplicate alignments left out,
 // overlapping mates keeping the better base, the third column of the list overriding
-// --min-mapq; file names of the list taken from its folder. Compressed output alike.
+// --min-mapq; file names of the list taken from its folder. Compressed output and CRAM
+// input alike.
 TEST(cli_readmine, HandMadeReads) {
 	TempDir d;
 	makeHandData(d);
@@ -116,6 +117,13 @@ TEST(cli_readmine, HandMadeReads) {
 		EXPECT_EQ(readCompressed(d.file(out)), MAP + EXPECTED_S1 + EXPECTED_S2) << out;
 		EXPECT_TRUE(has(r.err, "readmine: [bams/s.bam] of S1: 9 reads used, 5 phase informative")) << r.err;
 	}
+	// The same reads as CRAM, decoded with the reference given.
+	d.write("ref.fa", ">20\n" + std::string(1000, 'A') + "\n");
+	run(d, "samtools view --no-PG -C -T ref.fa -o bams/s.cram bams/s.bam && samtools index bams/s.cram");
+	d.write("bams/cram.txt", "S1 s.cram -1\n");
+	RunResult c = runReadmine("--bam-list bams/cram.txt --vcf sites.vcf --reference ref.fa --output cram.pir", d.path);
+	ASSERT_EQ(c.status, 0) << c.out;
+	EXPECT_EQ(d.read("cram.pir"), MAP + EXPECTED_S1);
 	// A region keeps the sites inside it only, their indexes counted from it.
 	RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf --output region.pir --region 20:150-170", d.path);
 	ASSERT_EQ(r.status, 0) << r.out;
@@ -123,7 +131,8 @@ TEST(cli_readmine, HandMadeReads) {
 		"S2 3\n0 C 30 2 C 30\n0 T 30 2 C 30\n0 T 35 2 G 30\n");
 }
 
-// Each fault ends the run with status 1 and a message that names the file.
+// Each fault ends the run with status 1 and a message that names the file, before any
+// output is written.
 TEST(cli_readmine, Errors) {
 	TempDir d;
 	makeHandData(d);
@@ -143,11 +152,22 @@ TEST(cli_readmine, Errors) {
 		RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf --output out.pir", d.path);
 		EXPECT_EQ(r.status, 1) << c.first;
 		EXPECT_TRUE(has(r.out, c.second)) << c.first << "\n" << r.out;
+		// Files are checked before the output is begun: nothing of it is left.
+		EXPECT_FALSE(has(runCommand("ls", d.path).out, "out.pir")) << c.first;
 	}
 	d.write("bams/list.txt", "S1 s.bam -1\n");
-	RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf", d.path);
-	EXPECT_EQ(r.status, 1);
-	EXPECT_TRUE(has(r.out, "You must specify an output PIR file with option --output"));
+	const std::vector < std::pair < std::string, std::string > > options = {
+		{ "", "You must specify an output PIR file with option --output" },
+		{ "--output out.pir --region 20:170-150", "The region [20:170-150] is not of the form [CHR:]FROM-TO with FROM <= TO" },
+		{ "--output out.pir --region 20:150", "The region [20:150] is not of the form" },
+		{ "--output out.pir --region 7:150-170", "The region is on chromosome [7] and the VCF [sites.vcf] on [20]" },
+	};
+	for (const auto & o : options) {
+		RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf " + o.first, d.path);
+		EXPECT_EQ(r.status, 1) << o.first;
+		EXPECT_TRUE(has(r.out, o.second)) << o.first << "\n" << r.out;
+	}
+	RunResult r;
 	r = runReadmine("--help", d.path);
 	EXPECT_EQ(r.status, 0);
 	EXPECT_TRUE(has(r.out, "--bam-list") && has(r.out, "--min-baseq")) << r.out;
