@@ -59,7 +59,8 @@ unavailable=0
 failed=0
 
 for n in $SIZES; do
-    dir="$BENCH_DIR/$n$([ "$REFERENCE" != 100 ] && echo "r$REFERENCE")"
+    dir="$BENCH_DIR/$n"
+    if [ "$REFERENCE" != 100 ]; then dir="${dir}r$REFERENCE"; fi
     stamp="n=$n reference=$REFERENCE length=$LENGTH recomb=$recomb generator=$(cat "$root/example/generate.sh" "$root/example/simulate.py" | md5sum | cut -d' ' -f1)"
     if [ ! -f "$dir/stamp" ] || [ "$(cat "$dir/stamp")" != "$stamp" ]; then
         echo "== simulating $n individuals over $LENGTH bp into $dir"
