@@ -83,13 +83,14 @@ int main(int argc, char ** argv) {
 		open[2 * ind] = open[2 * ind + 1] = false;
 		const genhap_set::state_counts counts = { n_states, 0, 0, 0, false, 2, false };
 		double select = 0.0, model = 0.0;
+		haplotype_segment HS(GH, GH.vecH, false);
 		for (int r = 0 ; r < repeats ; r ++) {
 			std::vector < std::vector < int > > cond;
 			begin = std::chrono::steady_clock::now();
 			GH.conditioningSets(open, ind, counts, start, stop, cond);
 			select += since(begin);
 			begin = std::chrono::steady_clock::now();
-			haplotype_segment HS(GH, GH.vecH, cond, segStart, segStop, start, stop);
+			HS.windows(cond, segStart, segStop, start, stop);
 			HS.expectation(&G, M, prob);
 			model += since(begin);
 		}

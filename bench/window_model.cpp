@@ -74,7 +74,8 @@ int main(int argc, char ** argv) {
 
 	const int S = G.HapsC.size();
 	std::vector < std::vector < std::vector < double > > > prob(S + 1, std::vector < std::vector < double > > (8, std::vector < double > (8, 0.0)));
-	haplotype_segment HS(GH, GH.vecH, cond, segStart, segStop, start, stop);
+	haplotype_segment HS(GH, GH.vecH, false);
+	HS.windows(cond, segStart, segStop, start, stop);
 	HS.expectation(&G, M, prob);
 	auto begin = std::chrono::steady_clock::now();
 	for (int r = 0 ; r < repeats ; r ++) HS.expectation(&G, M, prob);

@@ -50,8 +50,16 @@ SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__
 	}
 }
 
-haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, std::vector < std::vector < int > > & cond, std::vector < int > & segStart, std::vector < int > & segStop, std::vector < int > & start, std::vector < int > & stop, bool drawn_known) :
-	GH(GH), H(H), cond(cond), start(start), stop(stop), segStart(segStart), segStop(segStop), drawn_known(drawn_known), K(0), cachedByte(-1) {
+haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, bool drawn_known) :
+	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), cachedByte(-1) {
+}
+
+void haplotype_segment::windows(const std::vector < std::vector < int > > & cond, const std::vector < int > & segStart, const std::vector < int > & segStop, const std::vector < int > & start, const std::vector < int > & stop) {
+	this->cond = &cond;
+	this->segStart.assign(segStart.begin(), segStart.end());
+	this->segStop.assign(segStop.begin(), segStop.end());
+	this->start.assign(start.begin(), start.end());
+	this->stop.assign(stop.begin(), stop.end());
 }
 
 void haplotype_segment::expectation(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < double > > > & prob) {
@@ -79,7 +87,7 @@ void haplotype_segment::run(genotype_graph * G, hmm_parameters & M, std::vector 
 // Fresh zero-filled buffers sized by the K of the window, and the conditioning haplotypes'
 // bits and missing flags at hand.
 void haplotype_segment::prepareWindow(int w) {
-	K = cond[w].size();
+	K = (*cond)[w].size();
 	prob0.assign(max_fragments * K, 0.0);
 	prob1.assign(max_fragments * K, 0.0);
 	sum0.assign(max_fragments, 0.0);
@@ -93,7 +101,7 @@ void haplotype_segment::prepareWindow(int w) {
 	condBits.resize(K);
 	condMiss.resize(K);
 	for (int k = 0 ; k < K ; k ++) {
-		const int idx = cond[w][k];
+		const int idx = (*cond)[w][k];
 		condBits[k] = H[idx].data.data();
 		condMiss[k] = (!drawn_known && idx < (int)GH.hap2ind.size()) ? &GH.vecG[GH.hap2ind[idx]]->Miss : nullptr;
 	}
@@ -162,10 +170,21 @@ void haplotype_segment::buffers(int rel, double *& cur, double *& cursum, const 
 	oldsum = (rel & 1) ? sum0.data() : sum1.data();
 }
 
+// Candidate fragments of all segments of window w: the most rows its items can hold.
+int haplotype_segment::windowRows(genotype_graph * G, int w) const {
+	int rows = 0;
+	for (int s = segStart[w] ; s <= segStop[w] ; s ++) rows += G->HapsC[s];
+	return rows;
+}
+
 void haplotype_segment::forward(genotype_graph * G, hmm_parameters & M, int w) {
 	forwP.clear();
 	forwS.clear();
 	forwI.clear();
+	const int rows = windowRows(G, w);
+	forwP.reserve((size_t)rows * K);
+	forwS.reserve(rows);
+	forwI.reserve(segStop[w] - segStart[w] + 1);
 	int fa[max_fragments];
 	int s = segStart[w], i = 0;
 	for (int l = start[w] ; l <= stop[w] ; l ++) {
@@ -201,6 +220,8 @@ void haplotype_segment::forward(genotype_graph * G, hmm_parameters & M, int w) {
 void haplotype_segment::backward(genotype_graph * G, hmm_parameters & M, int w) {
 	backP.clear();
 	backI.clear();
+	backP.reserve((size_t)windowRows(G, w) * K);
+	backI.reserve(segStop[w] - segStart[w] + 1);
 	int fa[max_fragments];
 	int s = segStop[w], i = G->HapsS[s] - 1;
 	for (int l = stop[w] ; l >= start[w] ; l --) {

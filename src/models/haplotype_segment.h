@@ -19,8 +19,8 @@ class haplotype_segment {
 public:
 	genhap_set & GH;
 	std::vector < chaplotype > & H;
-	// Per window: indices into H of the conditioning haplotypes.
-	std::vector < std::vector < int > > & cond;
+	// Per window: indices into H of the conditioning haplotypes (set by `windows`).
+	const std::vector < std::vector < int > > * cond;
 	// Per window: first and last site, first and last graph segment, all inclusive.
 	std::vector < int > start;
 	std::vector < int > stop;
@@ -45,7 +45,11 @@ public:
 	// a site missing in both the unit and the conditioning sample carries no information.
 	bool drawn_known;
 
-	haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, std::vector < std::vector < int > > & cond, std::vector < int > & segStart, std::vector < int > & segStop, std::vector < int > & start, std::vector < int > & stop, bool drawn_known);
+	// One model serves many units in turn (one per thread in phasing), so that its buffers
+	// keep their memory from one unit to the next: `windows` sets the unit's windows and
+	// conditioning haplotypes before each expectation.
+	haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, bool drawn_known);
+	void windows(const std::vector < std::vector < int > > & cond, const std::vector < int > & segStart, const std::vector < int > & segStop, const std::vector < int > & start, const std::vector < int > & stop);
 
 	// Plain form, haploid and unrelated graphs: prob[g][a][b] for fragment a of segment
 	// g - 1 and b of segment g, each matrix normalised.
@@ -73,6 +77,7 @@ private:
 
 	void run(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < double > > > & prob, const std::string & form);
 	void prepareWindow(int w);
+	int windowRows(genotype_graph * G, int w) const;
 
 	// One window each, over the buffers that prepareWindow cleared.
 	void forward(genotype_graph * G, hmm_parameters & M, int w);

@@ -34,7 +34,8 @@ TEST(haplotype_segment, ExpectationMatchesEnumeratedChains) {
 		for (double * e : { &scaled.ed, &scaled.ee, &scaled.edN, &scaled.eeN }) *e *= c.scale;
 		const int S = x.G->HapsC.size();
 		const std::string what = "type " + std::to_string(c.type) + " L " + std::to_string(c.L) + " rep " + std::to_string(rep);
-		haplotype_segment HS(x.GH, x.GH.vecH, x.cond, x.segStart, x.segStop, x.start, x.stop, false);
+		haplotype_segment HS(x.GH, x.GH.vecH, false);
+		HS.windows(x.cond, x.segStart, x.segStop, x.start, x.stop);
 		// The plain form is one pass over all pairs; the masked form one pass per track.
 		std::vector < mask_set > masks;
 		x.G->mask(masks);
@@ -56,7 +57,8 @@ TEST(haplotype_segment, UnderflowAndNanTexts) {
 	x.G->name = "U7";
 	std::vector < mask_set > masks;
 	x.G->mask(masks);
-	haplotype_segment HS(x.GH, x.GH.vecH, x.cond, x.segStart, x.segStop, x.start, x.stop, false);
+	haplotype_segment HS(x.GH, x.GH.vecH, false);
+	HS.windows(x.cond, x.segStart, x.segStop, x.start, x.stop);
 	auto message = [&](bool masked) {
 		matrices prob = fresh(x.G->HapsC.size());
 		try {

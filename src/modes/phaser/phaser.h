@@ -3,6 +3,7 @@
 
 #include "containers/genhap_set/genhap_set.h"
 #include "models/haplotype_graph.h"
+#include "models/haplotype_segment.h"
 #include "models/hmm_parameters.h"
 #include "modes/sorvane.h"
 
@@ -59,6 +60,8 @@ public:
 	std::vector < std::vector < int > > copy_bounds;
 	// Per thread, per mask, per transition group: 8 x 8 tables of transition probabilities.
 	std::vector < std::vector < std::vector < std::vector < std::vector < double > > > > > thread_probs;
+	// Per thread, the window model, whose buffers serve all the individuals of the thread.
+	std::vector < std::unique_ptr < haplotype_segment > > thread_models;
 	// The allowed haplotypes compressed into one graph, alive during one graph-form iteration,
 	// and the list of those haplotypes that it was built from.
 	std::unique_ptr < haplotype_graph > graph_model;

@@ -28,7 +28,8 @@ void phaser::phaseSegment(int slot) {
 	std::vector < std::vector < int > > conditional_index;
 	GH.conditioningSets(hap_mask, ind, n, left_site, right_site, conditional_index);
 	for (unsigned int k = 0 ; k < conditional_index.size() ; k ++) sorvane_assert((int)conditional_index[k].size() >= min_conditioning);
-	haplotype_segment HS(GH, GH.vecH, conditional_index, left_segment, right_segment, left_site, right_site, drawn_known);
+	haplotype_segment & HS = *thread_models[slot];
+	HS.windows(conditional_index, left_segment, right_segment, left_site, right_site);
 	runModel(ind, slot, HS, true);
 }
 
@@ -54,7 +55,8 @@ void phaser::phaseSegmentPredefined(int slot) {
 		autils::findUniqueSet(selected, conditional_index[k]);
 		sorvane_assert((int)conditional_index[k].size() >= min_conditioning);
 	}
-	haplotype_segment HS(GH, GH.vecH, conditional_index, left_segment, right_segment, left_site, right_site, drawn_known);
+	haplotype_segment & HS = *thread_models[slot];
+	HS.windows(conditional_index, left_segment, right_segment, left_site, right_site);
 	runModel(ind, slot, HS, true);
 }
 

@@ -27,10 +27,13 @@ void phaser::allocateMemory() {
 	std::vector < std::vector < std::vector < double > > > groups (max_groups, table);
 	std::vector < std::vector < std::vector < std::vector < double > > > > masks (max_type, groups);
 	thread_probs = std::vector < std::vector < std::vector < std::vector < std::vector < double > > > > > (n_thread, masks);
+	thread_models.clear();
+	for (int t = 0 ; t < n_thread ; t ++) thread_models.emplace_back(new haplotype_segment(GH, GH.vecH, drawn_known));
 }
 
 void phaser::desallocateMemory() {
 	std::vector < std::vector < std::vector < std::vector < std::vector < double > > > > > ().swap(thread_probs);
+	thread_models.clear();
 }
 
 // Same shuffle as std::random_shuffle over rand(), written out so that the order does not
