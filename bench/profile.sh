@@ -45,8 +45,8 @@ import re, sys
 stages = [
     ("reading", r"genotype_reader|reference_reader|gmap_reader|vcf_lines|hts_|bgzf|inflate|zlib|ifile|crc32|boost::iostreams"),
     ("build", r"builder|genotype_graph::build|genotype_graph::(make|init)|genotype_checker"),
-    ("selection", r"subsetHaplotypes|conditioningSets|chaplotype::hamming|chaplotype::perfectmatch|countMatches|non_overlapping|haplotype_pbwt|selectBest|haplotype_distance"),
-    ("window model", r"haplotype_segment|segment_links|hmm_parameters"),
+    ("selection", r"subsetHaplotypes|conditioningSets|chaplotype::hamming|chaplotype::perfectmatch|distanceBytes|popcount|countMatches|non_overlapping|haplotype_pbwt|selectBest|haplotype_distance"),
+    ("window model", r"haplotype_segment|segment_links|hmm_parameters|updateRow|emissionRow|extractAlleles"),
     ("sampling", r"genotype_graph::(sample|store|normalise|forward|backward|transition|setHap|prob)|sampler|normaliser|initialiser|propagater|likelihood"),
     ("pruning", r"prune|pruner|merge|genotype_graph::(cut|mask|cluster)"),
     ("output", r"solver|haplotype_writer|vcf_output|graph_writer|rare_phaser|solve|ofile"),
@@ -54,6 +54,7 @@ stages = [
 ]
 share = {name: 0.0 for name, _ in stages}
 share["other"] = 0.0
+others = []
 for line in open(sys.argv[1]):
     m = re.match(r"\s*([\d.]+)%\s+\[.\]\s+(.*)", line)
     if not m:
@@ -67,7 +68,9 @@ for line in open(sys.argv[1]):
             break
     else:
         share["other"] += pct
+        others.append((pct, sym.split()[0] if sym.split() else sym))
 print("wall %s s" % sys.argv[2])
 for name in [s for s, _ in stages] + ["other"]:
     print("%-13s %5.1f %%" % (name, share[name]))
+print("largest in other: " + ", ".join("%s %.1f %%" % (s, p) for p, s in sorted(others, reverse=True)[:5]))
 PY

@@ -15,7 +15,7 @@
 #include <algorithm>
 #include <map>
 
-phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), predefined_states(false), pbwt_selection(false), drawn_known(false) {
+phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), predefined_states(false), pbwt_selection(false), drawn_known(false), batch_thread_seconds(0.0), busy_thread_seconds(0.0) {
 }
 
 phaser::~phaser() {

@@ -60,6 +60,12 @@ public:
 	std::vector < std::vector < int > > copy_bounds;
 	// Per thread, per mask, per transition group: 8 x 8 tables of transition probabilities.
 	std::vector < std::vector < std::vector < std::vector < std::vector < double > > > > > thread_probs;
+	// Seconds each thread of the current batch spent on its individual, and over the run
+	// the thread seconds that batches took and those spent working: the rest is the time
+	// threads wait at the end of a batch for the slowest one.
+	std::vector < double > thread_busy;
+	double batch_thread_seconds;
+	double busy_thread_seconds;
 	// Per thread, the window model, whose buffers serve all the individuals of the thread.
 	std::vector < std::unique_ptr < haplotype_segment > > thread_models;
 	// The allowed haplotypes compressed into one graph, alive during one graph-form iteration,

@@ -12,6 +12,7 @@
 #include "utils/sutils.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 
 // Per-thread tables, sized once for the largest graph type and transition group count:
@@ -188,8 +189,12 @@ void phaser::runBatches(std::string name, void * (*callback)(void *), void (phas
 		if (T < 2) (this->*step)(0);
 		else {
 			i_workers = 0;
+			thread_busy.assign(T, 0.0);
+			const auto begin = std::chrono::steady_clock::now();
 			for (int t = 0 ; t < T ; t ++) pthread_create(&id_workers[t], NULL, callback, static_cast < void * > (this));
 			for (int t = 0 ; t < T ; t ++) pthread_join(id_workers[t], NULL);
+			batch_thread_seconds += T * std::chrono::duration < double > (std::chrono::steady_clock::now() - begin).count();
+			for (double b : thread_busy) busy_thread_seconds += b;
 		}
 		done = std::min(done + T, N);
 		std::string progress = "\r" + name + " [" + sutils::int2str(done) + "/" + sutils::int2str(N) + "]";
@@ -204,32 +209,29 @@ void phaser::runBatches(std::string name, void * (*callback)(void *), void (phas
 	LOG.println("");
 }
 
-static int claimSlot(phaser * P) {
+// Claims the next slot of the batch and phases its individual, if any, timing the work.
+static void * runSlot(void * arg, void (phaser::*step)(int)) {
+	phaser * P = static_cast < phaser * > (arg);
 	pthread_mutex_lock(&P->mutex_workers);
 	int slot = P->i_workers ++;
 	pthread_mutex_unlock(&P->mutex_workers);
-	return slot;
+	if (P->idx_workers[slot] < 0) return NULL;
+	const auto begin = std::chrono::steady_clock::now();
+	(P->*step)(slot);
+	P->thread_busy[slot] = std::chrono::duration < double > (std::chrono::steady_clock::now() - begin).count();
+	return NULL;
 }
 
 void * phaseSegment_callback(void * arg) {
-	phaser * P = static_cast < phaser * > (arg);
-	int slot = claimSlot(P);
-	if (P->idx_workers[slot] >= 0) P->phaseSegment(slot);
-	return NULL;
+	return runSlot(arg, &phaser::phaseSegment);
 }
 
 void * phaseSegmentPredefined_callback(void * arg) {
-	phaser * P = static_cast < phaser * > (arg);
-	int slot = claimSlot(P);
-	if (P->idx_workers[slot] >= 0) P->phaseSegmentPredefined(slot);
-	return NULL;
+	return runSlot(arg, &phaser::phaseSegmentPredefined);
 }
 
 void * phaseGraph_callback(void * arg) {
-	phaser * P = static_cast < phaser * > (arg);
-	int slot = claimSlot(P);
-	if (P->idx_workers[slot] >= 0) P->phaseGraph(slot);
-	return NULL;
+	return runSlot(arg, &phaser::phaseGraph);
 }
 
 // Most likely haplotypes from the stored probabilities, then the haplotype and graph files.
@@ -237,6 +239,7 @@ void * phaseGraph_callback(void * arg) {
 void phaser::write_files_and_finalise() {
 	sorvane::write_files_and_finalise();
 	desallocateMemory();
+	if (batch_thread_seconds > 0) LOG.printlnL("\nThreads waited at the ends of batches for " + sutils::double2str(100.0 * (1.0 - busy_thread_seconds / batch_thread_seconds), 1) + " % of their time");
 	if (options.count("output-max") || options.count("output-vcf")) {
 		solver(GH, n_thread).solve();
 		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
