@@ -47,6 +47,26 @@ static void shuffleList(std::vector < int > & v) {
 	for (int i = 1 ; i < (int)v.size() ; i ++) std::swap(v[i], v[rand() % (i + 1)]);
 }
 
+// Work of the window model on a graph: its fragments summed over its sites.
+static long graphCost(const genotype_graph * G) {
+	long cost = 0;
+	for (unsigned int s = 0 ; s < G->HapsC.size() ; s ++) cost += (long)G->HapsC[s] * G->HapsS[s];
+	return cost;
+}
+
+// With several threads a batch lasts as long as its slowest graph. Within blocks of a few
+// batches, in the shuffled order, graphs go by increasing work, so that those of a batch
+// take about as long; the order of the blocks stays random.
+static void balanceBatches(std::vector < int > & order, const std::vector < genotype_graph * > & graphs, int T) {
+	const int block = 8 * T;
+	std::vector < long > cost (graphs.size());
+	for (int i : order) cost[i] = graphCost(graphs[i]);
+	for (unsigned int b = 0 ; b < order.size() ; b += block) {
+		const auto last = order.begin() + std::min(order.size(), (size_t)b + block);
+		std::stable_sort(order.begin() + b, last, [&cost](int x, int y) { return cost[x] < cost[y]; });
+	}
+}
+
 // Graphs of one type stay together: only the order of the types and the order within a
 // type change from one iteration to the next.
 void phaser::shuffle() {
@@ -59,6 +79,7 @@ void phaser::shuffle() {
 	}
 	for (std::vector < int > & l : byType) shuffleList(l);
 	shuffleList(byType);
+	if (n_thread > 1) for (std::vector < int > & l : byType) balanceBatches(l, GH.vecG, n_thread);
 	for (std::vector < int > & l : byType) orderG.insert(orderG.end(), l.begin(), l.end());
 	sorvane_assert(orderG.size() == GH.vecG.size());
 }
