@@ -13,16 +13,7 @@ assembler::~assembler() {
 }
 
 void assembler::assemble(std::vector < std::string > & args) {
-	declare_options();
-	parse_command_line(args, "Assembler");
-	check_options();
-	check_files();
-	verbose_mode();
-	verbose_options();
-	read_files_and_initialise();
-	if (options.count("no-mcmc")) phaseNoMcmc();
-	else phaseMcmc();
-	write_files_and_finalise();
+	runPhasing(args, "Assembler");
 }
 
 void assembler::declare_options() {

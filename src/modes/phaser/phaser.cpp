@@ -23,8 +23,13 @@ phaser::~phaser() {
 }
 
 void phaser::phase(std::vector < std::string > & args) {
+	runPhasing(args, "Phaser");
+}
+
+// The sequence of a mode built on phasing, `name` heading its command line parse.
+void phaser::runPhasing(std::vector < std::string > & args, const std::string & name) {
 	declare_options();
-	parse_command_line(args, "Phaser");
+	parse_command_line(args, name);
 	check_options();
 	check_files();
 	verbose_mode();

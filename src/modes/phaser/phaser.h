@@ -116,6 +116,7 @@ protected:
 	// Weights of the graph transitions besides the model's, made before the first iteration
 	// and again after each pruning, which renumbers the transitions. Phasing has none.
 	virtual void weighGraphs();
+	void runPhasing(std::vector < std::string > & args, const std::string & name);
 	// Rounds of pruning iterations, each ending in a pruning of the graphs.
 	virtual int pruningRuns();
 	// The settings that the modes built on phasing list under their mode line.
