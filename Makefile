@@ -17,6 +17,9 @@ PACKAGES = g++ cmake make pkg-config libboost-program-options-dev libboost-iostr
 FUZZ_PACKAGES = clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 60
 
+# The thread checker has nothing to check in long runs on one thread.
+TSAN_SKIP = cli_phase_accuracy.DuohmmFamilies
+
 # A checked build runs slower: more time for each test.
 CHECKED = -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSORVANE_TEST_TIMEOUT=900
 
@@ -53,7 +56,7 @@ test-asan: deps
 test-tsan: deps
 	cmake -S . -B $(BUILD)-tsan $(CHECKED) -DSORVANE_SANITIZE=thread
 	cmake --build $(BUILD)-tsan -j $(JOBS)
-	cd $(BUILD)-tsan && TSAN_OPTIONS=halt_on_error=1 ctest --output-on-failure -j $(JOBS)
+	cd $(BUILD)-tsan && TSAN_OPTIONS=halt_on_error=1 ctest --output-on-failure -j $(JOBS) -E "$(TSAN_SKIP)"
 
 fuzz: deps fuzz-deps
 	cmake -S . -B $(BUILD)-fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
