@@ -76,7 +76,7 @@ void phaser::declare_options() {
 		("states-pmatch", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected using perfect match maximisation).")
 		("states-cov", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected using perfect match that maximise coverage of the region).")
 		("window,W", bpo::value< double >()->default_value(2), "Mean size of the windows in which conditioning haplotypes are defined.")
-		("selection", bpo::value< std::string >()->default_value("auto"), "How the --states conditioning haplotypes are selected: hamming (smallest Hamming distance over each window), pbwt (longest local matches, positional Burrows-Wheeler transform) or auto (pbwt from 1000 haplotypes to copy from, study and panel together, hamming below).")
+		("selection", bpo::value< std::string >()->default_value("auto"), "How the --states conditioning haplotypes are selected: hamming (smallest Hamming distance over each window), pbwt (longest local matches, positional Burrows-Wheeler transform) or auto (pbwt with a reference panel or from 1000 haplotypes to copy from, hamming otherwise).")
 		("model-version1", "Use the graphical model to represent the conditioning haplotypes (as in SORVANE v1).")
 		("effective-size", bpo::value< int >()->default_value(15000), "Effective size of the population.")
 		("rho", bpo::value< double >()->default_value(0.0004), "Constant recombination rate.")
@@ -310,9 +310,9 @@ void phaser::initialiseModel() {
 	int H = GH.n_reference + (options.count("no-mcmc") ? 0 : GH.n_founder);
 	hmm.update(H, std::min(K, H));
 	if (model_version1 || predefined_states) return;
-	// Among few haplotypes the Hamming selection takes a large share of them all and does
-	// better; among many, the longest local matches find the best copies.
-	if (options["selection"].as < std::string > () == "auto") pbwt_selection = H >= pbwt_auto_haplotypes;
+	// In a small study alone the Hamming selection takes a large share of all haplotypes and
+	// does better; among many, and in a panel, the longest local matches find the best copies.
+	if (options["selection"].as < std::string > () == "auto") pbwt_selection = GH.n_reference > 0 || H >= pbwt_auto_haplotypes;
 	if (pbwt_selection) LOG.println("  * Conditioning haplotypes: longest local matches (PBWT) among " + sutils::int2str(H));
 	else LOG.println("  * Conditioning haplotypes: smallest Hamming distance among " + sutils::int2str(H));
 }

@@ -22,7 +22,8 @@ public:
 	static const int min_conditioning = 2;
 	// Sites between two checkpoints of the transform for --selection pbwt.
 	static const int pbwt_step = 8;
-	// With --selection auto, the transform selects from this many haplotypes to copy from.
+	// With --selection auto, the transform selects with a panel or from this many haplotypes
+	// to copy from.
 	static const int pbwt_auto_haplotypes = 1000;
 
 	// The study's sites, taken over from the genotype store: GH, the graphs and the writers
@@ -49,7 +50,8 @@ public:
 	bool predefined_states;
 	// The Hamming states are taken as the longest local matches of the positional
 	// Burrows-Wheeler transform, rebuilt from vecH at the start of every iteration: with
-	// --selection pbwt, or auto and enough haplotypes to copy from (initialiseModel).
+	// --selection pbwt, or auto with a panel or enough haplotypes to copy from
+	// (initialiseModel).
 	bool pbwt_selection;
 	// Conditioning alleles at sites where their sample is missing count as known (see
 	// haplotype_segment); phasing leaves them out.
