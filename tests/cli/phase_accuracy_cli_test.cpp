@@ -148,7 +148,7 @@ TEST(cli_phase_accuracy, PanelSelection) {
 		rate[selection] = switchError(out, truth, unrelated, pairs);
 		ASSERT_GT(pairs, 20000);
 	}
-	EXPECT_TRUE(testutils::has(d.read("auto.log"), "  * Conditioning haplotypes: longest local matches (PBWT) among 600\n"));
+	EXPECT_TRUE(testutils::has(d.read("auto.log"), "  * Conditioning haplotypes: longest local matches (PBWT) among 600 / Windows of ~0.5 Mb\n"));
 	EXPECT_LT(rate["auto"], rate["hamming"] * 1.1) << rate["auto"] << " " << rate["hamming"];
 }
 

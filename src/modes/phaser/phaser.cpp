@@ -15,7 +15,7 @@
 #include <algorithm>
 #include <map>
 
-phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), predefined_states(false), pbwt_selection(false), drawn_known(false), batch_thread_seconds(0.0), busy_thread_seconds(0.0) {
+phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), predefined_states(false), pbwt_selection(false), window_mb(0.0), drawn_known(false), batch_thread_seconds(0.0), busy_thread_seconds(0.0) {
 }
 
 phaser::~phaser() {
@@ -75,7 +75,7 @@ void phaser::declare_options() {
 		("states-random", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected at random).")
 		("states-pmatch", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected using perfect match maximisation).")
 		("states-cov", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected using perfect match that maximise coverage of the region).")
-		("window,W", bpo::value< double >()->default_value(2), "Mean size of the windows in which conditioning haplotypes are defined.")
+		("window,W", bpo::value< double >()->default_value(2), "Mean size of the windows in which conditioning haplotypes are defined (0.5 with the pbwt selection, unless given).")
 		("selection", bpo::value< std::string >()->default_value("auto"), "How the --states conditioning haplotypes are selected: hamming (smallest Hamming distance over each window), pbwt (longest local matches, positional Burrows-Wheeler transform) or auto (pbwt with a reference panel or from 1000 haplotypes to copy from, hamming otherwise).")
 		("model-version1", "Use the graphical model to represent the conditioning haplotypes (as in SORVANE v1).")
 		("effective-size", bpo::value< int >()->default_value(15000), "Effective size of the population.")
@@ -127,7 +127,7 @@ void phaser::check_options() {
 	pbwt_selection = (selection == "pbwt");
 	if (pbwt_selection && (model_version1 || predefined_states)) LOG.error("The --selection pbwt option applies to the window model only, not to --model-version1 or --input-copy-states");
 	// The window becomes a count of base pairs in an int; a NaN passes no comparison.
-	double window = options["window"].as < double > ();
+	double window = window_mb = options["window"].as < double > ();
 	if (window < 0.1) LOG.error("You must specify a window size of at least 0.1 Mb");
 	if (!(window <= 1000)) LOG.error("You must specify a --window value comprised between 0.1 and 1000 (Mb)");
 	if (!options["effective-size"].defaulted() && options["effective-size"].as < int > () < 1)
@@ -313,7 +313,8 @@ void phaser::initialiseModel() {
 	// In a small study alone the Hamming selection takes a large share of all haplotypes and
 	// does better; among many, and in a panel, the longest local matches find the best copies.
 	if (options["selection"].as < std::string > () == "auto") pbwt_selection = GH.n_reference > 0 || H >= pbwt_auto_haplotypes;
-	if (pbwt_selection) LOG.println("  * Conditioning haplotypes: longest local matches (PBWT) among " + sutils::int2str(H));
+	if (pbwt_selection && options["window"].defaulted()) window_mb = pbwt_window;
+	if (pbwt_selection) LOG.println("  * Conditioning haplotypes: longest local matches (PBWT) among " + sutils::int2str(H) + " / Windows of ~" + sutils::double2str(window_mb, 1) + " Mb");
 	else LOG.println("  * Conditioning haplotypes: smallest Hamming distance among " + sutils::int2str(H));
 }
 

@@ -25,6 +25,9 @@ public:
 	// With --selection auto, the transform selects with a panel or from this many haplotypes
 	// to copy from.
 	static const int pbwt_auto_haplotypes = 1000;
+	// Window size (Mb) of the transform's selection when --window is not given: its states
+	// then stay local enough for every site to have close matches among them.
+	static constexpr double pbwt_window = 0.5;
 
 	// The study's sites, taken over from the genotype store: GH, the graphs and the writers
 	// use them to the end of the run. Declared first, they go after GH.
@@ -53,6 +56,8 @@ public:
 	// --selection pbwt, or auto with a panel or enough haplotypes to copy from
 	// (initialiseModel).
 	bool pbwt_selection;
+	// Mean size of the windows of the window model, in Mb.
+	double window_mb;
 	// Conditioning alleles at sites where their sample is missing count as known (see
 	// haplotype_segment); phasing leaves them out.
 	bool drawn_known;

@@ -20,7 +20,7 @@ void phaser::phaseSegment(int slot) {
 
 	std::vector < int > left_site, right_site, left_segment, right_segment;
 	int span = GH.sites->vecS.back()->bp - GH.sites->vecS.front()->bp;
-	int w = (int)floor(1000000 * options["window"].as < double > ());
+	int w = (int)floor(1000000 * window_mb);
 	G->cluster(span, w, left_site, right_site, left_segment, right_segment);
 
 	// Neither the batch nor the individual's own family may be copied from.
