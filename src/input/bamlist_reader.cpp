@@ -19,7 +19,10 @@ void bamlist_reader::readBamList(std::string file) {
 		if (nfields != 3) LOG.error("Parsing line " + sutils::int2str(n) + " : incorrect number of columns, observed: " + sutils::int2str(nfields) + " expected: 3");
 		col0.push_back(tokens[0]);
 		col1.push_back(tokens[1]);
-		col2.push_back(strtol(tokens[2].c_str(), NULL, 10));
+		char * end;
+		long q = strtol(tokens[2].c_str(), &end, 10);
+		if (*end || end == tokens[2].c_str() || q < -1 || q > 255) LOG.error("Minimum mapping quality [" + tokens[2] + "] at line " + sutils::int2str(n + 1) + " of [" + file + "] is not a whole number from -1 to 255");
+		col2.push_back(q);
 	}
 	fd.close();
 }

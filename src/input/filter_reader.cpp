@@ -3,6 +3,8 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
+#include <algorithm>
+
 filter_reader::filter_reader() : pos_from(0), pos_to(1000000000) {
 }
 
@@ -80,6 +82,51 @@ bool filter_reader::checkInd(const std::string & id, const std::map < std::strin
 
 bool filter_reader::checkSnp(int pos) {
 	return checkSnp(pos, snp_exclude, snp_include, pos_from, pos_to);
+}
+
+bool filter_reader::checkChromosome(const std::string & chr) {
+	return chromosome.empty() || chr == chromosome;
+}
+
+// A whole non-negative number that fits an int.
+static bool wholeNumber(const std::string & text, int & value) {
+	if (text.empty() || text.size() > 10 || text.find_first_not_of("0123456789") != std::string::npos) return false;
+	long v = std::stol(text);
+	value = (int)v;
+	return v <= 2147483647L;
+}
+
+bool filter_reader::parseRegion(const std::string & region, std::string & chr, int & from, int & to) {
+	from = 0;
+	to = 2147483647;
+	size_t colon = region.rfind(':');
+	std::string span;
+	if (colon != std::string::npos) {
+		chr = region.substr(0, colon);
+		span = region.substr(colon + 1);
+		if (chr.empty()) return false;
+	} else if (region.find('-') != std::string::npos && region.find_first_not_of("0123456789-") == std::string::npos) {
+		chr.clear();
+		span = region;
+	} else {
+		chr = region;
+		return !chr.empty();
+	}
+	size_t dash = span.find('-');
+	bool open_end = dash == std::string::npos || dash + 1 == span.size();
+	if (!wholeNumber(span.substr(0, dash), from)) return false;
+	if (!open_end && !wholeNumber(span.substr(dash + 1), to)) return false;
+	// Positions alone need both ends.
+	if (chr.empty() && open_end) return false;
+	return from <= to;
+}
+
+void filter_reader::setRegion(const std::string & region) {
+	int from, to;
+	if (!parseRegion(region, chromosome, from, to)) LOG.error("The region [" + region + "] is not of the form CHR, CHR:FROM-TO or FROM-TO with FROM <= TO");
+	pos_from = std::max(pos_from, from);
+	// The window's end is exclusive.
+	if (to < pos_to) pos_to = to + 1;
 }
 
 bool filter_reader::checkInd(std::string id) {

@@ -15,6 +15,8 @@ public:
 	std::map < std::string, bool > grp_exclude;
 	int pos_from;
 	int pos_to;
+	// The one chromosome to read, empty for any.
+	std::string chromosome;
 
 	filter_reader();
 
@@ -26,7 +28,15 @@ public:
 	void readGrpExcludeList(std::string file);
 	void readGrpIncludeList(std::string file);
 
+	// Narrows the filter to a region CHR[:FROM[-[TO]]], 1-based and inclusive as in bcftools
+	// and samtools, or FROM-TO for positions on any chromosome; the window becomes its
+	// intersection with the region's.
+	void setRegion(const std::string & region);
+	// False when the text is no such region.
+	static bool parseRegion(const std::string & region, std::string & chr, int & from, int & to);
+
 	bool checkSnp(int pos);
+	bool checkChromosome(const std::string & chr);
 	bool checkInd(std::string id);
 	bool checkGrp(std::string group1, std::string group2);
 

@@ -31,13 +31,17 @@ int genotype_reader::putInd(std::string & id) {
 	return true;
 }
 
+bool genotype_reader::keepSnp(const std::string & chr, int pos) {
+	return pos >= 0 && filter.checkSnp(pos) && filter.checkChromosome(chr);
+}
+
 snp * genotype_reader::putSnp(std::string chr, int pos, std::string a0, std::string a1, char source) {
-	if (!filter.checkSnp(pos) || pos < 0) return NULL;
+	if (!keepSnp(chr, pos)) return NULL;
 	if (sites->size() > 0) {
-		int prev = sites->getByIndex(sites->size() - 1)->bp;
-		if (pos < prev) LOG.error("Wrong ordering in physical positions curr_pos=" + sutils::int2str(pos) + " prev_pos=" + sutils::int2str(prev));
+		snp * last = sites->getByIndex(sites->size() - 1);
+		if (chr != last->chr) LOG.error("[" + reading + "] holds sites of more than one chromosome (" + last->chr + ", then " + chr + " at position " + sutils::int2str(pos) + "): phase one chromosome at a time, choosing it with --region (for instance --region " + last->chr + ")");
+		if (pos < last->bp) LOG.error("Wrong ordering in physical positions curr_pos=" + sutils::int2str(pos) + " prev_pos=" + sutils::int2str(last->bp));
 	}
-	if (source == 5 && a1.find(',') != std::string::npos) LOG.error("Site pos=" + sutils::int2str(pos) + " alt=" + a1 + " is not bi-allelic!");
 	if (sites->getByRef(pos, a0, a1)) LOG.error("Duplicate site pos=" + sutils::int2str(pos) + " ref=" + a0 + " alt=" + a1);
 	snp * s = new snp(chr, pos, a0, a1, source);
 	sites->put(s);
@@ -142,6 +146,20 @@ void genotype_reader::putPlinkFields(std::vector < std::string > & tokens, std::
 	ind_male[ind] = (tokens[4] == "1");
 }
 
+// plink codes a binary phenotype 1 (control), 2 (case), 0 or -9 (missing), which a
+// SAMPLE file codes 0, 1 and NA. Any other value makes the column a quantitative
+// phenotype, of which -9 is missing.
+void genotype_reader::recodePlinkPhenotypes() {
+	bool binary = true;
+	for (const std::vector < std::string > & f : ind_fields) binary = binary && (f[5] == "1" || f[5] == "2" || f[5] == "0" || f[5] == "-9");
+	for (std::vector < std::string > & f : ind_fields) {
+		std::string & p = f[5];
+		if (p == "-9" || (binary && p == "0")) p = "NA";
+		else if (binary) p = (p == "1") ? "0" : "1";
+	}
+	sample_header2 = binary ? "0 0 0 D D D B" : "0 0 0 D D D P";
+}
+
 void genotype_reader::printSampleCounts(int n_excluded, bool with_sex) {
 	LOG.println("  * " + sutils::int2str(ind_id.size()) + " samples included");
 	if (n_excluded) LOG.println("  * " + sutils::int2str(n_excluded) + " samples excluded");
@@ -157,6 +175,7 @@ void genotype_reader::printSampleCounts(int n_excluded, bool with_sex) {
 void genotype_reader::printSiteCounts(std::string file, int n_excluded, std::string what) {
 	LOG.println("  * " + sutils::int2str(sites->size()) + " " + what + " included");
 	if (n_excluded) LOG.println("  * " + sutils::int2str(n_excluded) + " " + what + " excluded");
+	if (sites->size() == 0 && !filter.chromosome.empty()) LOG.error("No site read from [" + file + "] in --region, on chromosome [" + filter.chromosome + "]: check the chromosome's name and the positions");
 	if (sites->size() == 0) LOG.error("No site read from [" + file + "]" + (n_excluded ? ": all " + sutils::int2str(n_excluded) + " were excluded" : ""));
 }
 

@@ -27,6 +27,9 @@ public:
 	// Position of each identifier in ind_id: duplicate and parent look-ups stay constant-time in large cohorts.
 	std::unordered_map < std::string, int > ind_index;
 	std::vector < bool > ind_male;
+	// True for an individual with haploid genotypes in a VCF: a male on chromosome X. Empty
+	// for the other formats.
+	std::vector < bool > ind_haploid;
 	std::vector < int > ind_father;
 	std::vector < int > ind_mother;
 	std::vector < std::vector < int > > ind_children;
@@ -68,6 +71,9 @@ public:
 	void readScaffoldImpute(std::string haps, std::string sample);
 
 private:
+	// The file whose sites are being read, for the messages of putSnp.
+	std::string reading;
+
 	// Site-major readers stage the genotypes of up to 64 sites, one code per site and
 	// individual, then append them individual by individual: each individual's bit vectors
 	// are then touched once per block of sites instead of once per site.
@@ -79,7 +85,10 @@ private:
 	void stageGenotype(int ind, bool h0, bool h1, bool miss);
 	void endStagedSite();
 	void flushStaged();
+	bool keepSnp(const std::string & chr, int pos);
 	void putPlinkFields(std::vector < std::string > & tokens, std::vector < std::string > & fathers, std::vector < std::string > & mothers);
+	void recodePlinkPhenotypes();
+	void markMajorAsReference();
 	void printSampleCounts(int n_excluded, bool with_sex);
 	void printSiteCounts(std::string file, int n_excluded, std::string what);
 	void readSampleImpute(std::string sample, std::vector < bool > & mask);

@@ -25,6 +25,7 @@ void genotype_reader::readSampleListFam(std::string fam, std::vector < bool > & 
 	fd.close();
 	printSampleCounts(n_excluded, true);
 	indexingPedigrees(fathers, mothers);
+	recodePlinkPhenotypes();
 }
 
 // BED file: two magic bytes, a mode byte, then records of 2-bit genotypes, four to a byte
@@ -72,6 +73,8 @@ void genotype_reader::readGenotypeBed(std::string bed, std::string bim, std::str
 	readSampleListFam(fam, ind_mask);
 	readGenotypesBed(bed, site_mask, ind_mask);
 	fixBed();
+	// The BIM file gives the reference allele second, as plink2 reads and writes it.
+	for (int s = 0 ; s < sites->size() ; s ++) sites->getByIndex(s)->ref_a1 = true;
 }
 
 // Plink writes the allele "0" at a site where only one allele was seen.

@@ -65,6 +65,7 @@ void genotype_reader::readGenotypeImpute(std::string gen, std::string sample, do
 	else LOG.println("\nReading site list and genotypes in [" + gen + "] with highest probability");
 	ifile fd;
 	openInput(fd, gen);
+	reading = gen;
 	std::string line;
 	std::vector < std::string > tokens;
 	int n_line = 0, n_excluded = 0;

@@ -6,6 +6,7 @@
 // add the two alleles. The alleles of a MAP site are unknown until the PED file is read.
 void genotype_reader::readSiteList(std::string file, bool bim, std::vector < bool > & mask) {
 	LOG.println("\nReading site list in [" + file + "]");
+	reading = file;
 	ifile fd;
 	openInput(fd, file);
 	std::string line;
@@ -80,5 +81,17 @@ void genotype_reader::readGenotypePed(std::string ped, std::string map, std::str
 	fd.close();
 	printSampleCounts(n_excluded, true);
 	indexingPedigrees(fathers, mothers);
+	recodePlinkPhenotypes();
 	fixPed();
+	markMajorAsReference();
+}
+
+// A PED file does not tell which allele is the reference; as plink2 does, it is taken to
+// be the more frequent one, the first seen on a tie.
+void genotype_reader::markMajorAsReference() {
+	for (int s = 0 ; s < sites->size() ; s ++) {
+		int balance = 0;
+		for (int i = 0 ; i < (int)ind_id.size() ; i ++) if (!missing[i][s]) balance += hap0[i][s] + hap1[i][s] - 1;
+		sites->getByIndex(s)->ref_a1 = balance > 0;
+	}
 }

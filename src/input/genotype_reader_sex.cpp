@@ -19,6 +19,8 @@ void genotype_reader::readSex(std::string file) {
 			n_unspecified ++;
 			continue;
 		}
+		// The ploidy of a VCF's genotypes already told the sex of its males.
+		if (!ind_haploid.empty() && ind_haploid[ind] && tokens[1] != "1") LOG.error("Sample " + tokens[0] + " has haploid genotypes, as a male on chromosome X, but sex [" + tokens[1] + "] in [" + file + "] line " + sutils::int2str(n_line + 1) + ": correct one of the two files");
 		ind_male[ind] = (tokens[1] == "1");
 		n_specified ++;
 	}

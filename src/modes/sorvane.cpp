@@ -39,6 +39,7 @@ void sorvane::declare_options() {
 		("include-grp", bpo::value< std::string >(), "List of populations to include in input files. Works only on the reference panel of haplotypes.")
 		("input-from", bpo::value< double >()->default_value(0), "First physical position to consider in input files.")
 		("input-to", bpo::value< double >()->default_value(1e9), "Last physical position to consider in input file.")
+		("region", bpo::value< std::string >(), "Chromosome, or stretch of it, to read: CHR or CHR:FROM-TO (1-based, inclusive), through the index of a VCF/BCF file that has one.")
 		("output-from", bpo::value< double >()->default_value(0), "First physical position to output.")
 		("output-to", bpo::value< double >()->default_value(1e9), "Last physical position to output.");
 
@@ -110,6 +111,10 @@ void sorvane::check_options() {
 	float oto = options["output-to"].as < double > ();
 	if (ofrom < 0 || oto <= 0 || oto <= ofrom)
 		LOG.error("The output window coordinates are incorrect (must have --output-from >= 0 & --output-to > 0 & --output-from < output-to");
+	std::string chr;
+	int from, to;
+	if (options.count("region") && !filter_reader::parseRegion(options["region"].as < std::string > (), chr, from, to))
+		LOG.error("The region [" + options["region"].as < std::string > () + "] is not of the form CHR, CHR:FROM-TO or FROM-TO with FROM <= TO");
 	if (options.count("aligned")) flippable = 0;
 }
 
@@ -135,6 +140,7 @@ void sorvane::verbose_options() {
 		LOG.println("  * Input  window: [" + sutils::int2str((int)options["input-from"].as < double > ()) + " -> " + sutils::int2str((int)options["input-to"].as < double > ()) + "]");
 	if (!options["output-from"].defaulted() || !options["output-to"].defaulted())
 		LOG.println("  * Output window: [" + sutils::int2str((int)options["output-from"].as < double > ()) + " -> " + sutils::int2str((int)options["output-to"].as < double > ()) + "]");
+	if (options.count("region")) LOG.println("  * Region: " + options["region"].as < std::string > ());
 	LOG.println("  * Parallelisation: " + sutils::int2str(options["thread"].as < int > ()) + " threads");
 	if (flippable) LOG.println("  * Ref allele is NOT aligned on the reference genome");
 	else LOG.println("  * Ref allele is aligned on the reference genome");
@@ -142,6 +148,7 @@ void sorvane::verbose_options() {
 
 void sorvane::read_files_and_initialise() {
 	filter_in.initialise((int)options["input-from"].as < double > (), (int)options["input-to"].as < double > ());
+	if (options.count("region")) filter_in.setRegion(options["region"].as < std::string > ());
 	if (options.count("exclude-snp")) filter_in.readSnpExcludeList(options["exclude-snp"].as < std::string > ());
 	if (options.count("include-snp")) filter_in.readSnpIncludeList(options["include-snp"].as < std::string > ());
 	if (options.count("exclude-ind")) filter_in.readIndExcludeList(options["exclude-ind"].as < std::string > ());
@@ -222,7 +229,10 @@ void sorvane::readGenotypes(genotype_reader & readerG) {
 // interpolation elsewhere.
 void sorvane::readGeneticMap(std::string file, snp_set * sites) {
 	gmap_reader readerGM;
-	readerGM.readGeneticMapFile(file);
+	readerGM.readGeneticMapFile(file, sites->size() ? sites->getByIndex(0)->chr : "");
+	int n_covered = 0;
+	for (int l = 0 ; l < sites->size() ; l ++) n_covered += sites->getByIndex(l)->bp >= readerGM.pos.front() && sites->getByIndex(l)->bp <= readerGM.pos.back();
+	if (n_covered == 0 && sites->size()) LOG.error("Genetic map [" + file + "] covers positions " + sutils::int2str(readerGM.pos.front()) + " to " + sutils::int2str(readerGM.pos.back()) + ", and none of the sites: is it the map of this chromosome and assembly?");
 	int n_set = sites->setCentiMorgan(readerGM.pos, readerGM.cm);
 	int n_interpolated = sites->interpolateCentiMorgan(readerGM.pos, readerGM.cm);
 	LOG.println("  * #set=" + sutils::int2str(n_set) + " / #interpolated=" + sutils::int2str(n_interpolated));

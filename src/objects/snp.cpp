@@ -1,11 +1,11 @@
 #include "objects/snp.h"
 #include "utils/globals.h"
 
-snp::snp() : cm(-1.0), bp(0), idx(-1), source(0) {
+snp::snp() : cm(-1.0), bp(0), idx(-1), source(0), ref_a1(false) {
 }
 
 snp::snp(std::string _chr, int _bp, std::string _a0, std::string _a1, char _source) :
-	chr(_chr), a0(_a0), a1(_a1), cm(-1.0), bp(_bp), idx(-1), source(_source) {
+	chr(_chr), a0(_a0), a1(_a1), cm(-1.0), bp(_bp), idx(-1), source(_source), ref_a1(false) {
 }
 
 snp::snp(snp * other) : snp(*other) {

@@ -18,6 +18,9 @@ public:
 	int bp;
 	int idx;
 	char source;
+	// The reference allele is a1, although a0 comes first: plink files list the reference
+	// allele second. VCF output writes a1 as REF.
+	bool ref_a1;
 
 	snp();
 	snp(std::string chr, int bp, std::string a0, std::string a1, char source);

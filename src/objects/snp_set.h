@@ -14,6 +14,9 @@ class snp_set {
 public:
 	std::vector < snp * > vecS;
 	std::multimap < int, snp * > mapS;
+	// The lines of a VCF input's header that describe its sites (##contig, ##INFO, ##FILTER,
+	// ##FORMAT), as they were, for the VCF output to declare the same.
+	std::vector < std::string > vcf_header;
 
 	snp_set();
 	~snp_set();

@@ -34,6 +34,29 @@ std::vector < std::string > split(const std::string & text, char separator) {
 	return items;
 }
 
+// The ID of a header line "##KIND=<ID=x,...>".
+std::string declaredId(const std::string & line) {
+	size_t at = line.find("<ID=");
+	if (at == std::string::npos) return "";
+	at += 4;
+	return line.substr(at, line.find_first_of(",>", at) - at);
+}
+
+// A site's INFO with its AC and AN, where it has them, counted again on the written
+// genotypes; the other fields as they were.
+std::string recount(const std::string & info, int ac, int an) {
+	if (info.find("AC=") == std::string::npos && info.find("AN=") == std::string::npos) return info;
+	std::string out;
+	for (const std::string & item : split(info, ';')) {
+		const std::string key = item.substr(0, item.find('='));
+		if (!out.empty()) out += ";";
+		if (key == "AC") out += "AC=" + std::to_string(ac);
+		else if (key == "AN") out += "AN=" + std::to_string(an);
+		else out += item;
+	}
+	return out;
+}
+
 }
 
 bool compare_haplotype_index(const haplotype_index & a, const haplotype_index & b) {
@@ -159,60 +182,74 @@ void haplotype_writer::writeHaplotypeRef(std::string haplotypes, std::string leg
 }
 
 // The header: the format, the date, the program and its version, the log file, the
-// command line, one contig line per chromosome in order of first site, the filters and
-// INFO keys that sites of a VCF input carry (as strings, or flags without a value), and
-// the GT field.
+// command line, the contigs, filters, INFO and FORMAT fields that a VCF input declared, as
+// they were, then the declarations that the sites need and the input lacked. A site read
+// from plink files is written with its reference allele as REF, and a haploid sample (a
+// male on chromosome X) with one allele.
 void haplotype_writer::writeHaplotypeVcf(std::string vcf) {
 	LOG.println("\nWriting haplotypes in [" + vcf + "] in VCF format");
 	vcf_output fv;
 	if (!fv.open(vcf)) LOG.error("Impossible to create file [" + vcf + "]");
 	std::ostringstream head;
-	head << "##fileformat=VCFv4.1\n";
-	head << "##fileDate=" << sutils::date2str(&START_DATE, "%d%m%Y_%Hh%Mm%Ss") << "\n";
+	head << "##fileformat=VCFv4.2\n";
+	head << "##fileDate=" << sutils::date2str(&START_DATE, "%Y%m%d") << "\n";
 	head << "##source=SORVANE2.v" << SORVANE_REVISION << "\n";
 	head << "##log_file=" << LOG.name() << "\n";
 	if (!COMMAND_LINE.empty()) head << "##sorvaneCommand=" << COMMAND_LINE << "\n";
-	std::set < std::string > contigs;
-	for (int l = 0 ; l < set.sites->size() ; l ++) {
-		const std::string & chr = set.sites->getByIndex(l)->chr;
-		if (contigs.insert(chr).second) head << "##contig=<ID=" << chr << ">\n";
+	// Declarations by kind and ID, as "INFO:AC".
+	std::set < std::string > declared;
+	for (const std::string & l : set.sites->vcf_header) {
+		head << l << "\n";
+		declared.insert(l.substr(2, l.find('=') - 2) + ":" + declaredId(l));
 	}
-	std::set < std::string > filters, keys;
 	for (int l = 0 ; l < set.sites->size() ; l ++) {
-		const std::vector < std::string > & p = set.sites->getByIndex(l)->properties;
-		if (p.size() != 3) continue;
-		if (p[1] != "." && p[1] != "PASS") for (std::string & f : split(p[1], ';')) if (filters.insert(f).second)
+		snp * s = set.sites->getByIndex(l);
+		if (declared.insert("contig:" + s->chr).second) head << "##contig=<ID=" << s->chr << ">\n";
+		if (s->properties.size() != 3) continue;
+		const std::vector < std::string > & p = s->properties;
+		if (p[1] != "." && p[1] != "PASS") for (std::string & f : split(p[1], ';')) if (declared.insert("FILTER:" + f).second)
 			head << "##FILTER=<ID=" << f << ",Description=\"As in the input\">\n";
 		if (p[2] != ".") for (std::string & item : split(p[2], ';')) {
 			const size_t eq = item.find('=');
 			const std::string key = item.substr(0, eq);
-			if (!keys.insert(key).second) continue;
-			if (eq == std::string::npos) head << "##INFO=<ID=" << key << ",Number=0,Type=Flag,Description=\"As in the input\">\n";
+			if (!declared.insert("INFO:" + key).second) continue;
+			if (key == "AC") head << "##INFO=<ID=AC,Number=A,Type=Integer,Description=\"Allele count in genotypes\">\n";
+			else if (key == "AN") head << "##INFO=<ID=AN,Number=1,Type=Integer,Description=\"Total number of alleles in called genotypes\">\n";
+			else if (eq == std::string::npos) head << "##INFO=<ID=" << key << ",Number=0,Type=Flag,Description=\"As in the input\">\n";
 			else head << "##INFO=<ID=" << key << ",Number=.,Type=String,Description=\"As in the input\">\n";
 		}
 	}
-	head << "##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased Genotype\">\n";
+	if (declared.insert("FORMAT:GT").second) head << "##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased Genotype\">\n";
 	head << "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT";
 	for (const haplotype_index & h : order) head << "\t" << identifier(h);
 	head << "\n";
 	fv.header(head.str());
 
 	std::vector < const chaplotype * > c0 = columns(0), c1 = columns(1);
-	std::string line;
+	std::string line, calls;
 	for (int l = 0 ; l < set.sites->size() ; l ++) {
 		snp * s = set.sites->getByIndex(l);
 		if (!filter.checkSnp(s->bp)) continue;
-		line = s->chr + "\t" + std::to_string(s->bp) + "\t" + s->id + "\t" + s->a0 + "\t" + s->a1;
-		// QUAL, FILTER and INFO of a VCF input come back; any other site gets fixed columns.
-		if (s->properties.size() == 3) line += "\t" + s->properties[0] + "\t" + s->properties[1] + "\t" + s->properties[2];
-		else line += "\t.\tPASS\t.";
-		line += "\tGT";
+		const bool swap = s->ref_a1 && s->a0 != s->a1;
+		int ac = 0, an = 0;
+		calls.clear();
 		for (unsigned int k = 0 ; k < order.size() ; k ++) {
-			line += '\t';
-			line += (char)('0' + c0[k]->get(l));
-			line += '|';
-			line += (char)('0' + c1[k]->get(l));
+			const int b0 = c0[k]->get(l) ^ swap, b1 = c1[k]->get(l) ^ swap;
+			calls += '\t';
+			calls += (char)('0' + b0);
+			ac += b0;
+			an ++;
+			if (order[k].kind == 0) continue;
+			calls += '|';
+			calls += (char)('0' + b1);
+			ac += b1;
+			an ++;
 		}
+		line = s->chr + "\t" + std::to_string(s->bp) + "\t" + s->id + "\t" + (swap ? s->a1 + "\t" + s->a0 : s->a0 + "\t" + s->a1);
+		// QUAL, FILTER and INFO of a VCF input come back; any other site gets fixed columns.
+		if (s->properties.size() == 3) line += "\t" + s->properties[0] + "\t" + s->properties[1] + "\t" + recount(s->properties[2], ac, an);
+		else line += "\t.\tPASS\t.";
+		line += "\tGT" + calls;
 		fv.line(line);
 	}
 	fv.close();

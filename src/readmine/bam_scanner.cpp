@@ -7,7 +7,7 @@ bam_scanner::bam_scanner(het_sites & _H, int _min_baseq, std::string _reference)
 }
 
 // Opens a file with its header and index, ending the run naming the file when it cannot be
-// read, is not sorted by coordinate, has no index or lacks the chromosome. Returns the
+// read, has no index (or is not sorted by coordinate) or lacks the chromosome. Returns the
 // chromosome's number in the header.
 int bam_scanner::open(const std::string & file, htsFile * & fp, sam_hdr_t * & header, hts_idx_t * & index) {
 	fp = sam_open(file.c_str(), "r");
@@ -15,15 +15,24 @@ int bam_scanner::open(const std::string & file, htsFile * & fp, sam_hdr_t * & he
 	if (!reference.empty() && hts_set_fai_filename(fp, reference.c_str()) != 0) LOG.error("Impossible to use the reference [" + reference + "] for [" + file + "]");
 	header = sam_hdr_read(fp);
 	if (!header) LOG.error("Impossible to read the header of [" + file + "]: not a BAM, CRAM or SAM file");
-	kstring_t order = KS_INITIALIZE;
-	bool sorted = sam_hdr_find_tag_hd(header, "SO", &order) == 0 && strcmp(order.s, "coordinate") == 0;
-	ks_free(&order);
-	if (!sorted) LOG.error("File [" + file + "] is not sorted by coordinate: sort it with samtools sort");
+	// An index is only made of a file sorted by coordinate: it tells the order even when the
+	// header does not say it.
 	index = sam_index_load(fp, file.c_str());
-	if (!index) LOG.error("No index found for [" + file + "]: make one with samtools index " + file);
+	if (!index) {
+		kstring_t order = KS_INITIALIZE;
+		bool sorted = sam_hdr_find_tag_hd(header, "SO", &order) == 0 && strcmp(order.s, "coordinate") == 0;
+		ks_free(&order);
+		if (!sorted) LOG.error("File [" + file + "] is not sorted by coordinate: sort it with samtools sort");
+		LOG.error("No index found for [" + file + "]: make one with samtools index " + file);
+	}
 	int tid = sam_hdr_name2tid(header, H.chr.c_str());
 	if (tid < 0) LOG.error("Chromosome [" + H.chr + "] of the VCF is not in the header of [" + file + "]");
 	return tid;
+}
+
+void bam_scanner::unreadable(htsFile * fp, const std::string & file) {
+	if (fp->format.format == cram) LOG.error("Reading [" + file + "] failed: a CRAM file is decoded with the FASTA file of the reference it was made with (--reference), and this one is missing or is not that reference");
+	LOG.error("Truncated or corrupt file [" + file + "]");
 }
 
 static void closeFile(htsFile * fp, sam_hdr_t * header, hts_idx_t * index) {
@@ -32,11 +41,19 @@ static void closeFile(htsFile * fp, sam_hdr_t * header, hts_idx_t * index) {
 	sam_close(fp);
 }
 
+// Reading the first read over the sites finds most faults (a CRAM file without its
+// reference above all) before any output is begun.
 void bam_scanner::check(std::string file) {
 	htsFile * fp;
 	sam_hdr_t * header;
 	hts_idx_t * index;
-	open(file, fp, header, index);
+	int tid = open(file, fp, header, index);
+	hts_itr_t * itr = sam_itr_queryi(index, tid, H.position.front() - 1, H.position.back());
+	if (!itr) LOG.error("Impossible to iterate over [" + file + "]");
+	bam1_t * b = bam_init1();
+	if (sam_itr_next(fp, itr, b) < -1) unreadable(fp, file);
+	bam_destroy1(b);
+	hts_itr_destroy(itr);
 	closeFile(fp, header, index);
 }
 
@@ -72,7 +89,7 @@ void bam_scanner::scan(std::string file, int sample, int min_mapq, std::vector <
 			else finish(read, pirs);
 		}
 	}
-	if (status < -1) LOG.error("Truncated or corrupt file [" + file + "]");
+	if (status < -1) unreadable(fp, file);
 	// Mates that never came: filtered out, or beyond the last site.
 	for (std::map < std::string, pir_read >::iterator it = pending.begin() ; it != pending.end() ; ++ it) finish(it->second, pirs);
 	pending.clear();

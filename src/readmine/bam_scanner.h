@@ -35,6 +35,7 @@ private:
 	std::map < std::string, pir_read > pending;
 
 	int open(const std::string & file, htsFile * & fp, sam_hdr_t * & header, hts_idx_t * & index);
+	[[noreturn]] void unreadable(htsFile * fp, const std::string & file);
 	void observe(bam1_t * b, int sample, pir_read & read);
 	void finish(pir_read & read, std::vector < pir_read > & pirs);
 };

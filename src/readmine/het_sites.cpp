@@ -7,12 +7,12 @@
 het_sites::het_sites() {
 }
 
-void het_sites::readVcf(std::string vcf, int pos_from, int pos_to, const std::vector < std::string > & names) {
+void het_sites::readVcf(std::string vcf, std::string region, const std::vector < std::string > & names) {
 	filter_reader filter;
-	// The filter's end is exclusive.
-	filter.initialise(pos_from, pos_to + 1);
+	if (!region.empty()) filter.setRegion(region);
 	for (const std::string & name : names) filter.ind_include[name] = true;
-	genotype_reader G(filter, false);
+	// Haploid genotypes (of males on chromosome X) are read, and are never heterozygous.
+	genotype_reader G(filter, true);
 	G.readGenotypeVcf(vcf);
 	sites = std::move(G.sites);
 	chr = sites->getByIndex(0)->chr;

@@ -20,9 +20,9 @@ public:
 
 	het_sites();
 
-	// Reads the sites from pos_from to pos_to, both included, and the genotypes of the named
+	// Reads the sites of a region (all of them when empty) and the genotypes of the named
 	// samples only; the reader ends the run when no site is left.
-	void readVcf(std::string vcf, int pos_from, int pos_to, const std::vector < std::string > & names);
+	void readVcf(std::string vcf, std::string region, const std::vector < std::string > & names);
 	// Index of a sample, -1 when the VCF does not have it.
 	int getSample(const std::string & name);
 	// Index of the first site at or after bp (the number of sites when there is none).

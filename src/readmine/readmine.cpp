@@ -1,5 +1,6 @@
 #include "readmine/readmine.h"
 #include "input/bamlist_reader.h"
+#include "input/filter_reader.h"
 #include "readmine/bam_scanner.h"
 #include "readmine/het_sites.h"
 #include "readmine/pir_writer.h"
@@ -23,7 +24,7 @@ void readmine::declareOptions() {
 		("output", bpo::value < std::string > (), "PIR file to write (.gz or .bz2 to compress).")
 		("min-mapq", bpo::value < int > ()->default_value(20), "Minimum mapping quality of a read.")
 		("min-baseq", bpo::value < int > ()->default_value(13), "Minimum base quality of a base at a site.")
-		("region", bpo::value < std::string > (), "Sites to consider, [CHR:]FROM-TO (default: all of the VCF).")
+		("region", bpo::value < std::string > (), "Sites to consider: CHR, CHR:FROM-TO or FROM-TO, 1-based and inclusive (default: all of the VCF, which must then hold one chromosome).")
 		("reference", bpo::value < std::string > (), "FASTA file of the reference, for CRAM files.");
 }
 
@@ -53,29 +54,10 @@ void readmine::checkOptions() {
 	if (!options.count("output")) LOG.error("You must specify an output PIR file with option --output");
 	if (options["min-mapq"].as < int > () < 0) LOG.error("The minimum mapping quality must be 0 or more");
 	if (options["min-baseq"].as < int > () < 0) LOG.error("The minimum base quality must be 0 or more");
-}
-
-void readmine::readRegion(std::string & chr, int & from, int & to) {
-	from = 0;
-	to = 1000000000;
-	chr = "";
-	if (!options.count("region")) return;
-	std::string region = options["region"].as < std::string > ();
-	std::string span = region;
-	size_t colon = region.rfind(':');
-	if (colon != std::string::npos) {
-		chr = region.substr(0, colon);
-		span = region.substr(colon + 1);
-	}
-	const char * text = span.c_str();
-	char * end1 = NULL, * end2 = NULL;
-	from = strtol(text, &end1, 10);
-	bool parsed = end1 != text && *end1 == '-';
-	if (parsed) {
-		to = strtol(end1 + 1, &end2, 10);
-		parsed = end2 != end1 + 1 && *end2 == 0;
-	}
-	if (!parsed || from < 0 || to < from) LOG.error("The region [" + region + "] is not of the form [CHR:]FROM-TO with FROM <= TO");
+	std::string chr;
+	int from, to;
+	if (options.count("region") && !filter_reader::parseRegion(options["region"].as < std::string > (), chr, from, to))
+		LOG.error("The region [" + options["region"].as < std::string > () + "] is not of the form CHR, CHR:FROM-TO or FROM-TO with FROM <= TO");
 }
 
 // A relative file name of the list is taken from the list's folder.
@@ -102,15 +84,11 @@ void readmine::run(std::vector < std::string > & args) {
 	std::string vcf = options["vcf"].as < std::string > ();
 	std::string output = options["output"].as < std::string > ();
 	int min_mapq = options["min-mapq"].as < int > ();
-	std::string chr;
-	int from, to;
-	readRegion(chr, from, to);
 
 	bamlist_reader list;
 	list.readBamList(list_file);
 	het_sites H;
-	H.readVcf(vcf, from, to, list.col0);
-	if (!chr.empty() && chr != H.chr) LOG.error("The region is on chromosome [" + chr + "] and the VCF [" + vcf + "] on [" + H.chr + "]");
+	H.readVcf(vcf, options.count("region") ? options["region"].as < std::string > () : "", list.col0);
 
 	// The files of each sample, samples in their order of first appearance.
 	std::vector < std::string > samples;
@@ -118,6 +96,9 @@ void readmine::run(std::vector < std::string > & args) {
 	for (int l = 0 ; l < (int)list.col0.size() ; l ++) {
 		if (H.getSample(list.col0[l]) < 0) LOG.error("Sample [" + list.col0[l] + "] of the BAM list [" + list_file + "] is not in the VCF [" + vcf + "]");
 		if (!files.count(list.col0[l])) samples.push_back(list.col0[l]);
+		// Its reads would count twice.
+		for (int k : files[list.col0[l]]) if (beside(list_file, list.col1[k]) == beside(list_file, list.col1[l]))
+			LOG.error("File [" + beside(list_file, list.col1[l]) + "] is listed twice for sample [" + list.col0[l] + "] in [" + list_file + "], lines " + sutils::int2str(k + 1) + " and " + sutils::int2str(l + 1));
 		files[list.col0[l]].push_back(l);
 	}
 	LOG.println("  * " + sutils::int2str(list.col0.size()) + " files of " + sutils::int2str(samples.size()) + " samples");

@@ -22,8 +22,6 @@ private:
 	void declareOptions();
 	void parseCommandLine(std::vector < std::string > & args);
 	void checkOptions();
-	// The positions of --region, [CHR:]FROM-TO; the whole VCF without it.
-	void readRegion(std::string & chr, int & from, int & to);
 };
 
 #endif

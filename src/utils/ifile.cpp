@@ -4,6 +4,7 @@
 #include <boost/iostreams/filter/bzip2.hpp>
 #include <boost/iostreams/filter/gzip.hpp>
 #include <boost/iostreams/operations.hpp>
+#include <algorithm>
 #include <cstdint>
 
 namespace bio = boost::iostreams;
@@ -30,6 +31,32 @@ public:
 	}
 };
 
+// The file stream, with the bytes already taken from its start to learn its compression
+// put back in front: a pipe cannot be rewound.
+class prefixed_input {
+public:
+	typedef char char_type;
+	typedef bio::source_tag category;
+
+	prefixed_input(const std::string & _head, std::istream * _in) : head(_head), at(0), in(_in) {}
+
+	std::streamsize read(char * s, std::streamsize n) {
+		std::streamsize k = std::min < std::streamsize > (n, head.size() - at);
+		std::copy(head.data() + at, head.data() + at + k, s);
+		at += k;
+		if (k < n) {
+			in->read(s + k, n - k);
+			k += in->gcount();
+		}
+		return k ? k : -1;
+	}
+
+private:
+	std::string head;
+	size_t at;
+	std::istream * in;
+};
+
 ifile::ifile() {
 }
 
@@ -41,26 +68,37 @@ ifile::~ifile() {
 	close();
 }
 
+ifile::compression ifile::compressionOf(const std::string & head) {
+	if (head.size() >= 2 && (unsigned char)head[0] == 0x1f && (unsigned char)head[1] == 0x8b) return GZIP;
+	if (head.size() >= 3 && head.compare(0, 3, "BZh") == 0) return BZIP2;
+	return PLAIN;
+}
+
+// The compression is told by the first bytes, whatever the name says: gzip (bgzip's
+// BGZF too) and bzip2 have their own magic numbers.
 bool ifile::open(std::string name, bool binary) {
 	file = name;
 	// A directory opens but fails at the first read, with a message that names no file.
 	if (futils::isDirectory(name)) return false;
-	std::string ext = futils::extensionFile(name);
-	if (ext == "gz") {
-		fd.open(file.c_str(), std::ios::in | std::ios::binary);
+	fd.open(file.c_str(), binary ? std::ios::in | std::ios::binary : std::ios::in);
+	if (fd.fail()) return false;
+	char magic[3];
+	fd.read(magic, 3);
+	std::string head(magic, fd.gcount());
+	fd.clear();
+	switch (compressionOf(head)) {
+	case GZIP:
 		push(checked_input(file));
 		push(bio::gzip_decompressor(15, 4096));
-	} else if (ext == "bz2") {
-		fd.open(file.c_str(), std::ios::in | std::ios::binary);
+		break;
+	case BZIP2:
 		push(checked_input(file));
 		push(bio::bzip2_decompressor(false, 4096));
-	} else if (binary) {
-		fd.open(file.c_str(), std::ios::in | std::ios::binary);
-	} else {
-		fd.open(file.c_str());
+		break;
+	case PLAIN:
+		break;
 	}
-	if (fd.fail()) return false;
-	push(fd);
+	push(prefixed_input(head, &fd));
 	// A stream opened again after reading to its end starts with clean flags.
 	clear();
 	exceptions(std::ios::badbit);
