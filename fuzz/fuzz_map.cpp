@@ -8,7 +8,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t * data, size_t size) {
 	runGenotypeReader([&] (genotype_reader & G) {
 		G.readGenotypeVcf(f[0]);
 		gmap_reader M;
-		M.readGeneticMapFile(f[1]);
+		M.readGeneticMapFile(f[1], G.sites->size() ? G.sites->getByIndex(0)->chr : "");
 		G.sites->setCentiMorgan(M.pos, M.cm);
 		G.sites->interpolateCentiMorgan(M.pos, M.cm);
 		pair_reader P;

@@ -21,10 +21,13 @@ bool vcf_lines::open(const std::string & _name) {
 	if (futils::isDirectory(name)) return false;
 	std::ifstream probe(name.c_str(), std::ios::binary);
 	if (!probe) return false;
-	char magic[3];
-	probe.read(magic, 3);
-	// htslib reads gzip but not bzip2.
-	if (ifile::compressionOf(std::string(magic, probe.gcount())) == ifile::BZIP2) {
+	char magic[14];
+	probe.read(magic, 14);
+	std::string head(magic, probe.gcount());
+	// BGZF is gzip with the extra field "BC" in each block header.
+	bool blocked = head.size() == 14 && (head[3] & 4) && head[12] == 'B' && head[13] == 'C';
+	// htslib reads no bzip2, and takes a plain gzip file cut short of its trailer for whole.
+	if (ifile::compressionOf(head) != ifile::PLAIN && !blocked) {
 		if (!text.open(name)) return false;
 	} else {
 		hts = hts_open(name.c_str(), "r");

@@ -9,8 +9,8 @@
 #include <vector>
 
 // The lines of a VCF, header first, one at a time. The compression is told by the content:
-// a text VCF, plain, gzip or BGZF, is read line by line through htslib (bzip2 through
-// ifile); a BCF file through htslib too, which formats each record as the VCF line it
+// a text VCF, plain or BGZF, is read line by line through htslib (plain gzip and bzip2
+// through ifile); a BCF file through htslib too, which formats each record as the VCF line it
 // stands for, so that one parser serves both. An indexed file can be read over a region
 // only.
 class vcf_lines {

@@ -38,14 +38,18 @@ const std::string vcf =
 	"##INFO=<ID=DP,Number=1,Type=Integer,Description=\"Depth\">\n"
 	"#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tA\tB\tC\tD\n"
 	"1\t100\trs1\tA\tG\t50\tPASS\tDP=10\tGT\t0/0\t1|0\tjunk\t1/1\n"
-	"1\t150\trs2\tA\tG,T\t.\t.\t.\tDP\t1\t1\t1\t1\n"
+	"1\t150\trs2\tA\tG\t.\t.\t.\tDP\t1\t1\t1\t1\n"
 	"##a comment after the header\n"
 	"1\t200\trs3\tC\tT\t.\tq10\t.\tDP:GT:GQ\t3:./.:5\t4:0/.:5\tjunk\t1:./1:3\n"
-	"1\t300\t.\tG\tA\t.\t.\t.\tGT:DP\t1|1\t0/2\tjunk\t2/2\n"
+	"1\t250\t.\tA\tC,G\t.\t.\t.\tGT\t0/1\t1/2\tjunk\t0/0\n"
+	"1\t260\t.\tA\t*\t.\t.\t.\tGT\t0/1\t0/1\tjunk\t0/0\n"
+	"1\t270\t.\tA\t<DEL>\t.\t.\t.\tGT\t0/1\t0/1\tjunk\t0/0\n"
+	"1\t300\t.\tG\tA\t.\t.\t.\tGT:DP\t1|1\t1/1\tjunk\t1/1\n"
 	"1\t400\trs5\tT\tC\t.\t.\t.\tGT\t1\t0\tjunk\t.\n"
-	"1\t500\trs6\tA\tC\t.\t.\t.\tDP:GT\t7\t7:0/\tjunk\t7:0|1\n"
+	"1\t500\trs6\tA\tC\t.\t.\t.\tDP:GT\t7\t7:.\tjunk\t7:0|1\n"
 	"1\t600\trs7\tA\tT\t.\t.\t.\tGT:DP:GT\t0/0:3:1/1\t0/0:3:1/1\tjunk\t0|0:1:1|1\r\n";
 
+// Chromosome X: the haploid calls at 400 make A and B males.
 void readVcf(Store & S, const std::string & file) {
 	S.F.ind_exclude["C"] = false;
 	S.F.snp_exclude[150] = true;
@@ -56,6 +60,7 @@ void expectVcfStore(Store & S) {
 	EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "A", "B", "D" }));
 	EXPECT_EQ(siteList(S.G), "100:A/G 200:C/T 300:G/A 400:T/C 500:A/C 600:A/T");
 	EXPECT_EQ(allGenotypes(S.G), "00 .. 11 11 .. 11 | 01 .. 11 00 .. 11 | 11 .. 11 .. 01 11");
+	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, true, false }));
 }
 
 }
@@ -80,6 +85,9 @@ TEST(bed_reader, BothOrdersFiltersAndMessages) {
 		EXPECT_EQ(allGenotypes(S.G), "00 11 00 | 01 .. 00 | .. 01 .. | 11 00 00");
 		EXPECT_EQ(S.G.sites->getByIndex(1)->id, "rs3");
 		EXPECT_EQ(S.G.sites->getByIndex(1)->source, 2);
+		// The BIM file lists the reference allele second; plink's missing phenotype -9 is NA.
+		EXPECT_TRUE(S.G.sites->getByIndex(0)->ref_a1);
+		EXPECT_EQ(S.G.ind_fields[0], std::vector < std::string > ({ "F", "0", "0", "0", "1", "NA" }));
 		EXPECT_TRUE(contains(log,
 			"\nReading site list in [" + d.file("p.bim") + "]\n  * 3 sites included\n  * 1 sites excluded\n"
 			"\nReading sample list in [" + d.file("p.fam") + "]\n  * 4 samples included\n  * 1 samples excluded\n"
@@ -110,7 +118,7 @@ TEST(bed_reader, FatalMessages) {
 TEST(vcf_reader, GenotypeFieldsFormatAndMessages) {
 	TempDir d;
 	d.write("v.vcf", vcf);
-	Store S;
+	Store S(true);
 	std::string log = logOf(d, [&] { readVcf(S, d.file("v.vcf")); });
 	expectVcfStore(S);
 	EXPECT_EQ(S.G.ind_fields[1], std::vector < std::string > ({ "B", "0" }));
@@ -120,69 +128,96 @@ TEST(vcf_reader, GenotypeFieldsFormatAndMessages) {
 	EXPECT_EQ(s->properties, std::vector < std::string > ({ "50", "PASS", "DP=10" }));
 	EXPECT_EQ(S.G.sites->getByIndex(1)->properties, std::vector < std::string > ({ ".", "q10", "." }));
 	EXPECT_EQ(S.G.sites->getByIndex(2)->id, ".");
+	EXPECT_EQ(S.G.sites->vcf_header, std::vector < std::string > ({ "##INFO=<ID=DP,Number=1,Type=Integer,Description=\"Depth\">" }));
 	EXPECT_TRUE(contains(log, "\nReading unphased data in [" + d.file("v.vcf") + "]\n  * 3 samples included\n  * 1 samples excluded\n"
-		"  * 3 unrelateds / 0 duos / 0 trios in 3 different families\n  * 6 SNPs included\n  * 1 SNPs excluded\n")) << log;
+		"  * 3 unrelateds / 0 duos / 0 trios in 3 different families\n  * 2 samples with haploid genotypes, taken as males\n"
+		"  * 3 multiallelic or symbolic records skipped; split them with bcftools norm -m- to phase them\n  * 6 SNPs included\n  * 1 SNPs excluded\n")) << log;
 }
 
-TEST(vcf_reader, CompressedMultiMemberAndTruncatedFiles) {
+// Compression is told by the content, not the name; a truncated file is never taken for a
+// complete one; a region is read through the index when there is one, else by filtering.
+TEST(vcf_reader, CompressionTruncationAndRegions) {
 	TempDir d;
 	testutils::silenceLog();
 	testutils::writeCompressed(d.file("v.vcf.gz"), vcf);
 	testutils::writeCompressed(d.file("v.vcf.bz2"), vcf);
+	testutils::writeCompressed(d.file("gz.gz"), vcf);
+	d.write("gzip.vcf", d.read("gz.gz"));
+	d.write("plain.vcf.gz", vcf);
 	// bgzip writes a series of gzip members; cut the file inside a data line.
 	size_t cut = vcf.find("1\t300");
 	testutils::writeCompressed(d.file("part1.gz"), vcf.substr(0, cut + 4));
 	testutils::writeCompressed(d.file("part2.gz"), vcf.substr(cut + 4));
 	d.write("bgzip.vcf.gz", d.read("part1.gz") + d.read("part2.gz"));
-	for (std::string name : { "v.vcf.gz", "v.vcf.bz2", "bgzip.vcf.gz" }) {
+	for (std::string name : { "v.vcf.gz", "v.vcf.bz2", "bgzip.vcf.gz", "gzip.vcf", "plain.vcf.gz" }) {
 		SCOPED_TRACE(name);
-		Store S;
+		Store S(true);
 		readVcf(S, d.file(name));
 		expectVcfStore(S);
 	}
 
-	// A truncated compressed file is not taken for a complete one.
-	std::string big = vcf.substr(0, vcf.find("1\t100"));
+	std::string big = "##fileformat=VCFv4.2\n##contig=<ID=1>\n##contig=<ID=2>\n##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Genotype\">\n" + vcf.substr(vcf.find("#CHROM"), vcf.find("1\t100") - vcf.find("#CHROM"));
 	putils::initRandom(11);
 	for (int l = 0 ; l < 2000 ; l ++) {
-		big += "1\t" + std::to_string(1000 + l) + "\t.\tA\tC\t.\t.\t.\tGT";
+		big += (l < 1500 ? "1\t" : "2\t") + std::to_string(1000 + l) + "\t.\tA\tC\t.\t.\t.\tGT";
 		for (int i = 0 ; i < 4 ; i ++) big += putils::getRandom() < 0.5 ? "\t0/1" : "\t1/1";
 		big += "\n";
 	}
 	testutils::writeCompressed(d.file("big.vcf.gz"), big);
-	std::string whole = d.read("big.vcf.gz");
+	d.write("big.vcf", big);
+	ASSERT_EQ(testutils::runCommand("bgzip -c big.vcf > idx.vcf.gz && tabix idx.vcf.gz && bcftools view -Ob -o idx.bcf idx.vcf.gz && bcftools index idx.bcf", d.path).status, 0);
+	const std::string whole = d.read("big.vcf.gz"), bgzf = d.read("idx.vcf.gz");
 	d.write("half.vcf.gz", whole.substr(0, whole.size() / 2));
 	d.write("notrailer.vcf.gz", whole.substr(0, whole.size() - 4));
+	// Without its last, empty block, a BGZF file ends at a block boundary.
+	d.write("noeof.vcf.gz", bgzf.substr(0, bgzf.size() - 28));
+	// Plain gzip is read through the streams, which throw; BGZF is told by its last block.
 	for (std::string name : { "half.vcf.gz", "notrailer.vcf.gz" }) {
 		Store S;
+		S.F.setRegion("1");
 		EXPECT_THROW(S.G.readGenotypeVcf(d.file(name)), std::ios_base::failure) << name;
 	}
-	Store S;
-	S.G.readGenotypeVcf(d.file("big.vcf.gz"));
-	EXPECT_EQ(S.G.sites->size(), 2000);
+	EXPECT_LOG_ERROR({ Store S; S.G.readGenotypeVcf(d.file("noeof.vcf.gz")); }, "File \\[.*/noeof.vcf.gz\\] is corrupted or truncated");
+	EXPECT_LOG_ERROR({ Store S; S.G.readGenotypeVcf(d.file("big.vcf.gz")); }, "holds sites of more than one chromosome \\(1, then 2 at position 2500\\): phase one chromosome at a time, choosing it with --region");
+	for (std::string name : { "big.vcf.gz", "idx.vcf.gz", "idx.bcf" }) {
+		SCOPED_TRACE(name);
+		Store S;
+		S.F.setRegion("2:2600-2700");
+		S.G.readGenotypeVcf(d.file(name));
+		ASSERT_EQ(S.G.sites->size(), 101);
+		EXPECT_EQ(S.G.sites->getByIndex(0)->bp, 2600);
+		Store W;
+		W.F.setRegion("1");
+		W.G.readGenotypeVcf(d.file(name));
+		EXPECT_EQ(W.G.sites->size(), 1500);
+	}
 }
 
 TEST(vcf_reader, FatalMessagesAndEmptyFiles) {
 	TempDir d;
 	testutils::silenceLog();
-	const std::string head = "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tA\tB\n";
+	const std::string head = "##fileformat=VCFv4.2\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tA\tB\n";
 	const std::string line200 = "1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n";
 	expectFaults(d, {}, {
-		// Site 100 is excluded: neither its alleles nor its FORMAT are looked at, but it
-		// counts in the data line index.
-		{ "v.vcf", head + "1\t100\t.\tA\tG,T\t.\t.\t.\tDP\t1\t1\n1\t200\t.\tA\tG,T\t.\t.\t.\tGT\t0/0\t0/1\n", "Site pos=200 alt=G,T is not bi-allelic!" },
+		// Site 100 is excluded: its FORMAT is not looked at, but it counts in the data line index.
 		{ "v.vcf", head + "1\t100\t.\tA\tG\t.\t.\t.\tDP\t1\t1\n1\t200\t.\tA\tG\t.\t.\t.\tDP:GQ\t1:1\t1:1\n", "No GT found at site idx=1 pos=200" },
-		{ "v.vcf", "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\n1\t200\t.\tA\tG\t.\t.\t.\n", "No GT found at site idx=0 pos=200" },
-		{ "v.vcf", head + "1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\n", "Line=2 found=10 fields, expected=11" },
-		{ "v.vcf", head + "1\t200\t.\tA\n", "Line=2 found=4 fields, expected=11" },
-		{ "v.vcf", head + line200 + head, "Line=3 sample header found after the first data line" },
+		{ "v.vcf", "##fileformat=VCFv4.2\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\n1\t200\t.\tA\tG\t.\t.\t.\n", "File \\[.*/v\\.vcf\\] has no samples, so no genotypes to phase" },
+		{ "v.vcf", "##fileformat=VCFv4.2\n1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\n", "has no samples" },
+		{ "v.vcf", head + "1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\n", "Line=3 found=10 fields, expected=11" },
+		{ "v.vcf", head + "1\t200\t.\tA\n", "Line=3 found=4 fields, expected=11" },
+		{ "v.vcf", head + line200 + head, "Line=5 sample header found after the first data line" },
+		{ "v.vcf", head + "1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/2\n", "Genotype \\[0/2\\] of sample B at site pos=200 of \\[.*/v\\.vcf\\] has an allele index above 1" },
+		{ "v.vcf", head + "1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/1/1\t0/1\n", "Genotype \\[0/1/1\\] of sample A at site pos=200 .* has more than two alleles" },
+		{ "v.vcf", head + "1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/\t0/1\n", "Genotype \\[0/\\] of sample A at site pos=200 .* is not a genotype" },
+		{ "v.vcf", head + "1\t200\t.\tA\tG\t.\t.\t.\tGT\t1\t0/1\n", "Genotype \\[1\\] of sample A at site pos=200 .* is haploid: haploid genotypes are read on chromosome X only, with --chrX" },
 		// Wrapped to 32 bits, this position would read as 1044369.
-		{ "v.vcf", "##x\n" + head + "1\t4296011665\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n", "Position 4296011665 at line 3 of \\[.*/v\\.vcf\\] is out of range: positions go up to 2147483647" },
+		{ "v.vcf", head + "1\t4296011665\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n", "Position 4296011665 at line 3 of \\[.*/v\\.vcf\\] is out of range: positions go up to 2147483647" },
 		// Read as far as it parses, this one would be 4.
-		{ "v.vcf", head + "1\t4.29601e+09\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n", "Position 4.29601e\\+09 at line 2 of \\[.*/v\\.vcf\\] is not a whole number" },
-		// No data line, no line at all, and only excluded sites.
+		{ "v.vcf", head + "1\t4.29601e+09\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n", "Position 4.29601e\\+09 at line 3 of \\[.*/v\\.vcf\\] is not a whole number" },
+		// No data line, no line at all, no format line, and only excluded sites.
 		{ "v.vcf", head, "No site read from \\[.*/v\\.vcf\\]\n" },
-		{ "v.vcf", "", "No site read from \\[.*/v\\.vcf\\]\n" },
+		{ "v.vcf", "", ".*/v\\.vcf is not a VCF file \\(no ##fileformat header\\)" },
+		{ "v.vcf", head.substr(head.find('#', 1)), "is not a VCF file" },
 		{ "v.vcf", head + "1\t100\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n", "No site read from \\[.*/v\\.vcf\\]: all 1 were excluded" },
 	}, [&] { Store S; S.F.snp_exclude[100] = true; S.G.readGenotypeVcf(d.file("v.vcf")); });
 }

@@ -40,6 +40,7 @@ static void truncateFile(const std::string & from, const std::string & to, size_
 	out.write(data.data(), std::min(keep, data.size()));
 }
 
+// The compression of an input is told by its first bytes, whatever its name.
 TEST(streams, RoundTripsPlainGzipBzip2) {
 	TempDir d;
 	std::string text = makeText(20000);
@@ -47,6 +48,13 @@ TEST(streams, RoundTripsPlainGzipBzip2) {
 		testutils::writeCompressed(d.file(name), text);
 		EXPECT_EQ(readAll(d.file(name)), text) << name;
 	}
+	d.write("plain.gz", text);
+	d.write("gzip.txt", d.read("a.gz"));
+	d.write("bzip2.gz", d.read("a.bz2"));
+	for (std::string name : { "plain.gz", "gzip.txt", "bzip2.gz" }) EXPECT_EQ(readAll(d.file(name)), text) << name;
+	// A pipe cannot be rewound after its first bytes are read.
+	ASSERT_EQ(system(("cd " + d.path + " && mkfifo pipe && (cat a.gz > pipe &)").c_str()), 0);
+	EXPECT_EQ(readAll(d.file("pipe")), text);
 	// Compressed files really are compressed.
 	std::ifstream gz(d.file("a.gz").c_str(), std::ios::binary);
 	EXPECT_EQ(gz.get(), 0x1f);
@@ -93,8 +101,7 @@ TEST(streams, BrokenCompressedFilesFail) {
 	truncateFile(d.file("full.gz"), d.file("half.gz"), gz_size / 2);
 	truncateFile(d.file("full.gz"), d.file("notrailer.gz"), gz_size - 4);
 	truncateFile(d.file("full.bz2"), d.file("half.bz2"), bz_size / 2);
-	d.write("plain.gz", text);
-	for (std::string name : { "half.gz", "notrailer.gz", "half.bz2", "plain.gz" }) {
+	for (std::string name : { "half.gz", "notrailer.gz", "half.bz2" }) {
 		ifile f;
 		ASSERT_TRUE(f.open(d.file(name))) << name;
 		std::string line;
