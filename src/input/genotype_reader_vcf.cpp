@@ -186,11 +186,9 @@ void genotype_reader::readGenotypeVcf(std::string vcf) {
 	if (!has_samples) LOG.error("File [" + vcf + "] has no samples, so no genotypes to phase");
 	sites->indexing();
 	indexingPedigrees(fathers, mothers);
-	if (chrX) {
-		int n_males = 0;
-		for (bool h : ind_haploid) n_males += h;
-		LOG.println("  * " + sutils::int2str(n_males) + " samples with haploid genotypes, taken as males");
-	}
+	int n_haploid = 0;
+	for (bool h : ind_haploid) n_haploid += h;
+	if (n_haploid) LOG.println("  * " + sutils::int2str(n_haploid) + " samples with haploid genotypes, taken as males");
 	if (n_skipped) LOG.println("  * " + sutils::int2str(n_skipped) + " multiallelic or symbolic records skipped; split them with bcftools norm -m- to phase them");
 	printSiteCounts(vcf, n_excluded, "SNPs");
 }

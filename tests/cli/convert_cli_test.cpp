@@ -214,7 +214,7 @@ TEST(cli_convert, HaplotypeFiles) {
 	EXPECT_EQ(d.read("r.legend"), "id position a0 a1\nrs1 100 A G\nrs2 200 C T\nrs3 300 G A\nrs4 400 T C\n");
 	EXPECT_EQ(d.read("r.haplotypes"), "0 1 1 1 0 0\n1 0 0 1 1 1\n0 0 1 0 0 1\n1 1 0 0 1 0\n");
 	std::string vcf = d.read("o.vcf");
-	EXPECT_TRUE(has(vcf, "##fileformat=VCFv4.1\n##fileDate=")) << vcf;
+	EXPECT_TRUE(has(vcf, "##fileformat=VCFv4.2\n##fileDate=20")) << vcf;
 	EXPECT_TRUE(has(vcf, "\n##source=SORVANE2.v904\n##log_file=c.log\n##sorvaneCommand=" + std::string(SORVANE_BIN) + " -convert --input-haps in --output-haps o --output-ref r --output-vcf o.vcf -L c\n##contig=<ID=1>\n##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased Genotype\">\n"
 		"#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tS1\tS2\tS3\n"
 		"1\t100\trs1\tA\tG\t.\tPASS\t.\tGT\t0|1\t1|1\t0|0\n1\t200\trs2\tC\tT\t.\tPASS\t.\tGT\t1|0\t0|1\t1|1\n")) << vcf;

@@ -97,6 +97,7 @@ void makeHandData(const TempDir & d) {
 	run(d, "mkdir bams");
 	d.write("bams/s.sam", handSam());
 	d.write("sites.vcf", VCF);
+	d.write("two.vcf", VCF + "21\t100\t.\tA\tG\t.\tPASS\t.\tGT\t0/1\t0/1\n");
 	run(d, "samtools sort --no-PG -o bams/s.bam bams/s.sam && samtools index bams/s.bam");
 }
 
@@ -117,28 +118,42 @@ TEST(cli_readmine, HandMadeReads) {
 		EXPECT_EQ(readCompressed(d.file(out)), MAP + EXPECTED_S1 + EXPECTED_S2) << out;
 		EXPECT_TRUE(has(r.err, "readmine: [bams/s.bam] of S1: 9 reads used, 5 phase informative")) << r.err;
 	}
-	// The same reads as CRAM, decoded with the reference given.
+	// The same reads as CRAM, decoded with the reference given, and as a BAM whose header does
+	// not tell its order, which its index does.
 	d.write("ref.fa", ">20\n" + std::string(1000, 'A') + "\n");
 	run(d, "samtools view --no-PG -C -T ref.fa -o bams/s.cram bams/s.bam && samtools index bams/s.cram");
+	run(d, "samtools view --no-PG -h bams/s.bam | grep -v '^@HD' | samtools view --no-PG -b -o bams/noso.bam && samtools index bams/noso.bam");
 	d.write("bams/cram.txt", "S1 s.cram -1\n");
-	RunResult c = runReadmine("--bam-list bams/cram.txt --vcf sites.vcf --reference ref.fa --output cram.pir", d.path);
-	ASSERT_EQ(c.status, 0) << c.out;
-	EXPECT_EQ(d.read("cram.pir"), MAP + EXPECTED_S1);
-	// A region keeps the sites inside it only, their indexes counted from it.
-	RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf --output region.pir --region 20:150-170", d.path);
+	d.write("bams/noso.txt", "S1 noso.bam -1\n");
+	for (std::string list : { "cram", "noso" }) {
+		RunResult c = runReadmine("--bam-list bams/" + list + ".txt --vcf sites.vcf --reference ref.fa --output " + list + ".pir", d.path);
+		ASSERT_EQ(c.status, 0) << c.out;
+		EXPECT_EQ(d.read(list + ".pir"), MAP + EXPECTED_S1) << list;
+	}
+	// A region keeps the sites inside it only, their indexes counted from it, and the
+	// chromosome it names only.
+	RunResult r = runReadmine("--bam-list bams/list.txt --vcf two.vcf --output region.pir --region 20:150-170", d.path);
 	ASSERT_EQ(r.status, 0) << r.out;
 	EXPECT_EQ(d.read("region.pir"), "MAP 3\n150 C T\n160 A AT\n170 G C\nS1 3\n0 C 30 2 C 30\n0 T 30 2 C 30\n0 T 35 2 G 30\n"
 		"S2 3\n0 C 30 2 C 30\n0 T 30 2 C 30\n0 T 35 2 G 30\n");
 }
 
-// Each fault ends the run with status 1 and a message that names the file, before any
-// output is written.
+// Each fault ends the run with status 1 and a message that names the file, and leaves no
+// output: a truncated BAM file is found only once the output is begun.
 TEST(cli_readmine, Errors) {
 	TempDir d;
 	makeHandData(d);
 	run(d, "samtools view --no-PG -b -o bams/unsorted.bam bams/s.sam");
 	run(d, "samtools sort --no-PG -o bams/noindex.bam bams/s.sam");
 	d.write("bams/garbage.bam", "not a read file\n");
+	std::string many = handSam();
+	for (int i = 0 ; i < 3000 ; i ++) many += record("f" + std::to_string(i), 0, 100 + i % 300, 60, "50M", 50, {});
+	d.write("bams/many.sam", many);
+	run(d, "samtools sort --no-PG -o bams/cut.bam bams/many.sam && samtools index bams/cut.bam");
+	d.write("bams/cut.bam", d.read("bams/cut.bam").substr(0, d.read("bams/cut.bam").size() / 2));
+	d.write("gone.fa", ">20\n" + std::string(1000, 'A') + "\n");
+	d.write("ref.fa", ">20\n" + std::string(1000, 'C') + "\n");
+	run(d, "samtools view --no-PG -C -T gone.fa -o bams/s.cram bams/s.bam && samtools index bams/s.cram && rm gone.fa*");
 	const std::vector < std::pair < std::string, std::string > > cases = {
 		{ "S1 missing.bam -1", "Impossible to open file [bams/missing.bam]" },
 		{ "S1 garbage.bam -1", "[bams/garbage.bam]" },
@@ -146,24 +161,31 @@ TEST(cli_readmine, Errors) {
 		{ "S1 noindex.bam -1", "No index found for [bams/noindex.bam]: make one with samtools index bams/noindex.bam" },
 		{ "S9 s.bam -1", "Sample [S9] of the BAM list [bams/list.txt] is not in the VCF [sites.vcf]" },
 		{ "S1 s.bam", "Parsing line 0 : incorrect number of columns, observed: 2 expected: 3" },
+		{ "S1 s.bam abc", "Minimum mapping quality [abc] at line 1 of [bams/list.txt] is not a whole number from -1 to 255" },
+		{ "S1 s.bam -1\nS2 s.bam 5\nS1 s.bam 5", "File [bams/s.bam] is listed twice for sample [S1] in [bams/list.txt], lines 1 and 3" },
+		{ "S1 cut.bam -1", "Truncated or corrupt file [bams/cut.bam]" },
+		// Without the reference it was made with (moved away, or another one given).
+		{ "S1 s.cram -1", "Reading [bams/s.cram] failed: a CRAM file is decoded with the FASTA file of the reference it was made with (--reference)" },
+		{ "S1 s.cram -1 --reference ref.fa", "Reading [bams/s.cram] failed" },
 	};
 	for (const auto & c : cases) {
-		d.write("bams/list.txt", c.first + "\n");
-		RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf --output out.pir", d.path);
+		const size_t option = c.first.find(" --");
+		d.write("bams/list.txt", c.first.substr(0, option) + "\n");
+		RunResult r = runCommand("REF_PATH=/nowhere/%s " + std::string(READMINE_BIN) + " --bam-list bams/list.txt --vcf sites.vcf --output out.pir" + (option == std::string::npos ? "" : c.first.substr(option)), d.path);
 		EXPECT_EQ(r.status, 1) << c.first;
 		EXPECT_TRUE(has(r.out, c.second)) << c.first << "\n" << r.out;
-		// Files are checked before the output is begun: nothing of it is left.
 		EXPECT_FALSE(has(runCommand("ls", d.path).out, "out.pir")) << c.first;
 	}
 	d.write("bams/list.txt", "S1 s.bam -1\n");
 	const std::vector < std::pair < std::string, std::string > > options = {
 		{ "", "You must specify an output PIR file with option --output" },
-		{ "--output out.pir --region 20:170-150", "The region [20:170-150] is not of the form [CHR:]FROM-TO with FROM <= TO" },
-		{ "--output out.pir --region 20:150", "The region [20:150] is not of the form" },
-		{ "--output out.pir --region 7:150-170", "The region is on chromosome [7] and the VCF [sites.vcf] on [20]" },
+		{ "--output out.pir --region 20:170-150", "The region [20:170-150] is not of the form CHR, CHR:FROM-TO or FROM-TO with FROM <= TO" },
+		{ "--output out.pir --region 20:1x", "The region [20:1x] is not of the form" },
+		{ "--output out.pir --region 7:150-170", "No site read from [sites.vcf] in --region, on chromosome [7]" },
+		{ "--vcf two.vcf --output out.pir", "[two.vcf] holds sites of more than one chromosome (20, then 21 at position 100): phase one chromosome at a time, choosing it with --region" },
 	};
 	for (const auto & o : options) {
-		RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf " + o.first, d.path);
+		RunResult r = runReadmine("--bam-list bams/list.txt " + std::string(has(o.first, "--vcf") ? "" : "--vcf sites.vcf ") + o.first, d.path);
 		EXPECT_EQ(r.status, 1) << o.first;
 		EXPECT_TRUE(has(r.out, o.second)) << o.first << "\n" << r.out;
 	}

@@ -136,7 +136,7 @@ TEST(ped_reader, AllelesMissingCodeAndPedigree) {
 		std::string log = logOf(d, [&] { S.G.readGenotypePed(d.file(ped), d.file(map), "0"); });
 
 		EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "dad", "mum", "kid" }));
-		EXPECT_EQ(S.G.ind_fields[2], std::vector < std::string > ({ "F1", "0", "dad", "mum", "1", "-9" }));
+		EXPECT_EQ(S.G.ind_fields[2], std::vector < std::string > ({ "F1", "0", "dad", "mum", "1", "NA" }));
 		EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true }));
 		EXPECT_EQ(S.G.ind_father, std::vector < int > ({ -1, -1, 0 }));
 		EXPECT_EQ(S.G.ind_mother, std::vector < int > ({ -1, -1, 1 }));

@@ -104,7 +104,7 @@ TEST(haplotype_reader, EmptySamplesAndFatalMessages) {
 	}, [&] { readHaps(F, d); });
 	EXPECT_LOG_ERROR(haplotype_reader(F).readHaplotypeImpute(d.file("h.haps"), d.file("none.sample")), "Impossible to open file \\[.*none.sample\\]");
 	EXPECT_LOG_ERROR(haplotype_reader(F).readHaplotypeImpute(d.file("none.haps"), d.file("h.sample")), "Impossible to open file \\[.*none.haps\\]");
-	d.write("bad.haps.gz", "this is not gzip data\n");
+	d.write("bad.haps.gz", "\x1f\x8b this is no gzip data\n");
 	haplotype_reader B(F);
 	EXPECT_THROW(B.readHaplotypeImpute(d.file("bad.haps.gz"), d.file("h.sample")), std::ios_base::failure);
 }

@@ -18,8 +18,9 @@ typedef std::vector < std::string > fields;
 // A trio whose child stands before his parents in input order, a duo whose father is not
 // in the main panel, a haploid individual placed before an unrelated one in vecG but after
 // it in input order, and an unrelated individual excluded by the output filter. Six sites:
-// plain, six-column GEN, VCF with three properties, two properties, one excluded by
-// position and one outside the output window.
+// plain, six-column GEN, VCF with three properties (and header lines), from plink files
+// (reference allele second) with two properties, one excluded by position and one outside
+// the output window.
 struct Cohort {
 	snp_set sites;
 	genhap_set set;
@@ -28,13 +29,15 @@ struct Cohort {
 	Cohort() {
 		const fields ids = { "rs1", "rs2", "rs3", "rs4", "rs5", "rs6" }, a0 = { "A", "G", "A", "C", "A", "G" }, a1 = { "C", "T", "G", "T", "T", "C" };
 		const int source[6] = { 3, 4, 5, 3, 3, 3 }, bp[6] = { 100, 200, 300, 400, 500, 900 };
-		const std::vector < fields > properties = { {}, { "x2" }, { "50", "q10", "AC=3" }, { "a", "b" }, {}, {} };
+		const std::vector < fields > properties = { {}, { "x2" }, { "50", "q10", "AC=3;DP=4;AN=9;F" }, { "a", "b" }, {}, {} };
 		for (int l = 0 ; l < 6 ; l ++) {
 			snp * s = new snp("1", bp[l], a0[l], a1[l], source[l]);
 			s->id = ids[l];
 			s->properties = properties[l];
+			s->ref_a1 = l == 3;
 			sites.put(s);
 		}
+		sites.vcf_header = { "##contig=<ID=1,length=1000,assembly=b38>", "##INFO=<ID=AC,Number=A,Type=Integer,Description=\"Count\">" };
 		std::vector < genotype_graph * > graphs;
 		auto graph = [&](int type, std::string name, int index, fields p) {
 			genotype_graph * g = new genotype_graph(type, graphs.size());
@@ -68,9 +71,11 @@ const std::string header1 = "ID_1 ID_2 missing father mother sex", header2 = "0 
 const std::string samples = "fam1 c1 0 f1 m1 1\nfam1 f1 0 0 0 1\nfam1 m1 0 0 0 2\nfam2 m2 0 0 0 2\nfam2 c2 0 f2 m2 2\nfam3 u2 0 0 0 1\nfam4 h1 0\n";
 const fields digits = { "1 1 1 0 1 0 0 1 0 1 0 1 0 0", "0 1 0 1 1 0 1 0 1 1 0 0 1 1", "0 0 0 0 0 1 1 1 1 1 0 0 0 0", "1 0 1 0 0 0 0 0 0 0 1 0 1 1" };
 
-std::string bars(const std::string & d) {
+// The VCF genotypes of a line of digits, inverted for a site whose REF is its second
+// allele; the last sample is haploid.
+std::string bars(const std::string & d, bool swap = false) {
 	std::string s;
-	for (unsigned int k = 0 ; k < d.size() ; k += 4) s += "\t" + d.substr(k, 1) + "|" + d.substr(k + 2, 1);
+	for (unsigned int k = 0 ; k < d.size() ; k += 4) s += "\t" + std::string(1, d[k] ^ swap) + (k + 4 < d.size() ? "|" + std::string(1, d[k + 2] ^ swap) : "");
 	return s;
 }
 
@@ -91,10 +96,14 @@ TEST(haplotype_writer, FormatsWithFilters) {
 	EXPECT_EQ(d.read("o.samples"), header1 + "\n" + samples);
 	EXPECT_EQ(d.read("o.legend"), "id position a0 a1\nrs1 100 A C\nrs2 200 G T\nrs3 300 A G\nrs4 400 C T\n");
 	EXPECT_EQ(d.read("o.hap"), digits[0] + "\n" + digits[1] + "\n" + digits[2] + "\n" + digits[3] + "\n");
-	EXPECT_EQ(d.read("o.vcf"), "##fileformat=VCFv4.1\n##fileDate=" + sutils::date2str(&START_DATE, "%d%m%Y_%Hh%Mm%Ss") + "\n##source=SORVANE2.v904\n##log_file=" + LOG.name() + "\n"
-		"##contig=<ID=1>\n##FILTER=<ID=q10,Description=\"As in the input\">\n##INFO=<ID=AC,Number=.,Type=String,Description=\"As in the input\">\n##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased Genotype\">\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tc1\tf1\tm1\tm2\tc2\tu2\th1\n"
+	// The input's header lines as they were, then what they left out; AC and AN counted on
+	// the written genotypes.
+	EXPECT_EQ(d.read("o.vcf"), "##fileformat=VCFv4.2\n##fileDate=" + sutils::date2str(&START_DATE, "%Y%m%d") + "\n##source=SORVANE2.v904\n##log_file=" + LOG.name() + "\n"
+		"##contig=<ID=1,length=1000,assembly=b38>\n##INFO=<ID=AC,Number=A,Type=Integer,Description=\"Count\">\n##FILTER=<ID=q10,Description=\"As in the input\">\n"
+		"##INFO=<ID=DP,Number=.,Type=String,Description=\"As in the input\">\n##INFO=<ID=AN,Number=1,Type=Integer,Description=\"Total number of alleles in called genotypes\">\n"
+		"##INFO=<ID=F,Number=0,Type=Flag,Description=\"As in the input\">\n##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased Genotype\">\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tc1\tf1\tm1\tm2\tc2\tu2\th1\n"
 		"1\t100\trs1\tA\tC\t.\tPASS\t.\tGT" + bars(digits[0]) + "\n1\t200\trs2\tG\tT\t.\tPASS\t.\tGT" + bars(digits[1]) + "\n"
-		"1\t300\trs3\tA\tG\t50\tq10\tAC=3\tGT" + bars(digits[2]) + "\n1\t400\trs4\tC\tT\t.\tPASS\t.\tGT" + bars(digits[3]) + "\n");
+		"1\t300\trs3\tA\tG\t50\tq10\tAC=5;DP=4;AN=13;F\tGT" + bars(digits[2]) + "\n1\t400\trs4\tT\tC\t.\tPASS\t.\tGT" + bars(digits[3], true) + "\n");
 
 	// BGZF and BCF, each with its index, read back to the same lines (the BCF header gains
 	// the PASS filter and drops nothing).
