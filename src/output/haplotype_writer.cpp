@@ -245,7 +245,8 @@ void haplotype_writer::writeHaplotypeVcf(std::string vcf) {
 			ac += b1;
 			an ++;
 		}
-		line = s->chr + "\t" + std::to_string(s->bp) + "\t" + s->id + "\t" + (swap ? s->a1 + "\t" + s->a0 : s->a0 + "\t" + s->a1);
+		// A site seen with one allele only (in plink files) has no ALT allele.
+		line = s->chr + "\t" + std::to_string(s->bp) + "\t" + s->id + "\t" + (swap ? s->a1 + "\t" + s->a0 : s->a0 + "\t" + (s->a0 == s->a1 ? "." : s->a1));
 		// QUAL, FILTER and INFO of a VCF input come back; any other site gets fixed columns.
 		if (s->properties.size() == 3) line += "\t" + s->properties[0] + "\t" + s->properties[1] + "\t" + recount(s->properties[2], ac, an);
 		else line += "\t.\tPASS\t.";

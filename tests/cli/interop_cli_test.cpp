@@ -2,6 +2,7 @@
 #include "test_utils.h"
 
 #include <map>
+#include <regex>
 #include <set>
 
 using testutils::RunResult;
@@ -17,14 +18,38 @@ const std::string E = SORVANE_EXAMPLE_DATA;
 
 // Runs a shell command in the folder; its standard output is returned, its status kept.
 std::string shell(const TempDir & d, const std::string & command, int & status) {
-	status = system(("cd '" + d.path + "' && " + command + " > .shell.out 2> .shell.err").c_str());
+	status = system(("cd '" + d.path + "' && ( " + command + " ) > .shell.out 2> .shell.err").c_str());
 	return d.read(".shell.out");
 }
 
-void run(const TempDir & d, const std::string & command) {
+std::string run(const TempDir & d, const std::string & command) {
 	int status;
-	shell(d, command, status);
-	ASSERT_EQ(status, 0) << command << "\n" << d.read(".shell.err");
+	std::string out = shell(d, command, status);
+	EXPECT_EQ(status, 0) << command << "\n" << d.read(".shell.err");
+	return out;
+}
+
+// Phases the example subset, as VCF and HAPS/SAMPLE with the stem given.
+void phase(const TempDir & d, const std::string & input, const std::string & stem, const std::string & more = "", int threads = 1) {
+	RunResult r = runSorvane(input + exsubset::subsetArgs() + "--thread " + std::to_string(threads) + " --seed 3 --output-max " + stem + " --output-vcf " + stem + ".vcf.gz -L " + stem + " " + more, d.path);
+	ASSERT_EQ(r.status, 0) << input << " " << more << "\n" << r.out;
+}
+
+// The example subset as bgzip-compressed, indexed VCF x.vcf.gz, with its chromosome renamed.
+void subsetVcf(const TempDir & d, const std::string & chr = "20") {
+	exsubset::writeSubset(d);
+	run(d, "bcftools view -I -S subset -t 20:1-" + std::to_string(exsubset::LAST_BP) + " " + E + "/cohort.vcf.gz | sed 's/^20\\t/" + chr + "\\t/; s/<ID=20>/<ID=" + chr + ">/' | bgzip > x.vcf.gz && tabix -f x.vcf.gz");
+}
+
+// Per site: position, then per sample its genotype as unordered allele letters ("AG"), or
+// "." when missing.
+std::vector < std::vector < std::string > > genotypes(const TempDir & d, const std::string & vcf) {
+	std::vector < std::vector < std::string > > rows;
+	for (const std::string & l : lines(run(d, "bcftools query -f '%POS[ %TGT]\\n' " + vcf))) {
+		rows.push_back(words(l));
+		for (std::string & g : rows.back()) if (g.size() == 3) g = g.find('.') != std::string::npos ? "." : std::string(1, std::min(g[0], g[2])) + std::max(g[0], g[2]);
+	}
+	return rows;
 }
 
 // A site report of -check with the alleles in a fixed order: a tool that writes the
@@ -56,13 +81,17 @@ TEST(cli_interop, ExportsReadAlike) {
 	run(d, plink + "--export oxford");
 	run(d, plink + "--make-bed");
 	run(d, "bcftools view -Ob -o x.bcf " + E + "/cohort.vcf.gz");
-	const std::vector < std::pair < std::string, std::string > > inputs = {
+	std::vector < std::pair < std::string, std::string > > inputs = {
 		{ "vcf", "--input-vcf x.vcf" }, { "ped", "--input-ped x" }, { "gen", "--input-gen x.gen x.sample" }, { "bed", "--input-bed x" },
 		{ "bcf", "--input-vcf x.bcf" },
 	};
 	ASSERT_EQ(runSorvane("-check --input-vcf " + E + "/cohort.vcf.gz -L own", d.path).status, 0);
 	const std::set < std::string > own = siteRows(d.read("own.snp.mm"));
 	ASSERT_GT(own.size(), 1000u);
+	// Compression is told by the content: gzip named .vcf, plain text named .vcf.gz.
+	run(d, "gzip -c x.vcf > gz.vcf && cp x.vcf text.vcf.gz");
+	inputs.push_back({ "gz", "--input-vcf gz.vcf" });
+	inputs.push_back({ "text", "--input-vcf text.vcf.gz" });
 	for (const auto & input : inputs) {
 		RunResult r = runSorvane("-check " + input.second + " -L " + input.first, d.path);
 		ASSERT_EQ(r.status, 0) << input.second << "\n" << r.out;
@@ -114,4 +143,166 @@ TEST(cli_interop, OutputsLoadInBcftoolsAndPlink2) {
 		got += "\n";
 	}
 	EXPECT_EQ(got, expected);
+}
+
+// A chromosome 20 as pipelines write it: contig length and assembly, AC, AN and DP in INFO,
+// missing genotypes, two multiallelic records, a spanning deletion and an indel. The
+// phased VCF keeps the header's declarations, counts AC and AN again, leaves out the three
+// records it cannot phase and passes bcftools stats, sample subsets and filters on AC.
+TEST(cli_interop, PipelineVcf) {
+	TempDir d;
+	subsetVcf(d);
+	std::string vcf;
+	int n = 0;
+	for (const std::string & l : lines(run(d, "bcftools view x.vcf.gz"))) {
+		if (l.compare(0, 9, "##contig=") == 0) {
+			vcf += "##contig=<ID=20,length=64444167,assembly=GRCh38>\n##INFO=<ID=AC,Number=A,Type=Integer,Description=\"Allele count\">\n"
+				"##INFO=<ID=AN,Number=1,Type=Integer,Description=\"Allele number\">\n##INFO=<ID=DP,Number=1,Type=Integer,Description=\"Depth\">\n";
+			continue;
+		}
+		std::vector < std::string > t = words(l);
+		if (l[0] == '#' || ++ n % 50 == 0) {
+			vcf += l + "\n";
+			continue;
+		}
+		t[7] = "AC=1;AN=46;DP=" + std::to_string(n);
+		if (n % 7 == 0 && !has(l, "./.")) t[9 + n % 23] = "./.";
+		for (const std::string & f : t) vcf += f + (&f == &t.back() ? "\n" : "\t");
+		const std::map < int, std::string > extra = { { 10, "C,G" }, { 20, "C,T" }, { 30, "*" }, { 40, "AT" } };
+		if (!extra.count(n)) continue;
+		vcf += "20\t" + std::to_string(std::stoi(t[1]) + 1) + "\t.\tA\t" + extra.at(n) + "\t.\tPASS\tAC=1;AN=46;DP=1\tGT\t0/1";
+		for (int i = 1 ; i < 23 ; i ++) vcf += "\t0/0";
+		vcf += "\n";
+	}
+	d.write("chr20.vcf", vcf);
+	run(d, "bgzip chr20.vcf && tabix chr20.vcf.gz && head -3 subset > three");
+	phase(d, "--input-vcf chr20.vcf.gz", "p", "", 2);
+	EXPECT_TRUE(has(d.read("p.log"), "  * 3 multiallelic or symbolic records skipped; split them with bcftools norm -m- to phase them\n"));
+	const std::string header = run(d, "bcftools view -h p.vcf.gz");
+	EXPECT_TRUE(has(header, "##fileformat=VCFv4.2\n") && std::regex_search(header, std::regex("\n##fileDate=20[0-9]{6}\n"))) << header;
+	const std::string info = run(d, "zgrep -e '^##INFO' -e '^##contig' chr20.vcf.gz");
+	EXPECT_EQ(run(d, "bcftools view -h p.vcf.gz | grep -e '^##INFO' -e '^##contig'"), info);
+	EXPECT_TRUE(has(run(d, "bcftools stats p.vcf.gz"), "number of samples:\t23\n"));
+	const int n_records = std::stoi(run(d, "bcftools view -H p.vcf.gz | wc -l"));
+	EXPECT_EQ(n_records, std::stoi(run(d, "bcftools view -H chr20.vcf.gz | wc -l")) - 3);
+	EXPECT_EQ(run(d, "bcftools view -H -v indels p.vcf.gz | cut -f 5"), "AT\n");
+	EXPECT_EQ(run(d, "bcftools view -S three p.vcf.gz | bcftools query -l"), d.read("three"));
+	const int common = std::stoi(run(d, "bcftools view -H -i 'AC>1' p.vcf.gz | wc -l"));
+	EXPECT_GT(common, 0);
+	EXPECT_LT(common, n_records);
+	const std::string counted = "bcftools view -i 'AN>0' p.vcf.gz | ";
+	EXPECT_EQ(run(d, counted + "bcftools +fill-tags -- -t AC,AN | bcftools query -f '%POS %AC %AN %DP\\n'"), run(d, counted + "bcftools query -f '%POS %AC %AN %DP\\n'"));
+	EXPECT_EQ(std::stoi(run(d, counted + "grep -vc '^#'")), n_records - n / 50);
+}
+
+// The same cohort from a VCF, from the BED and the PED files plink2 makes of it: REF and ALT
+// where plink2 puts them when it exports the same files as VCF, the same genotypes as the
+// input where it has them; the SAMPLE files load in plink2.
+TEST(cli_interop, PlinkAlleleOrderAndSampleFiles) {
+	TempDir d;
+	subsetVcf(d);
+	run(d, "plink2 --vcf x.vcf.gz --make-bed --out b && plink2 --vcf x.vcf.gz --export ped --out p && plink2 --bfile b --export vcf --out bx && plink2 --pedmap p --export vcf --out px");
+	phase(d, "--input-vcf x.vcf.gz", "v");
+	phase(d, "--input-bed b", "b");
+	phase(d, "--input-ped p", "pp");
+	const std::string sites = "bcftools query -f '%CHROM %POS %REF %ALT\\n' ";
+	EXPECT_EQ(run(d, sites + "b.vcf.gz"), run(d, sites + "v.vcf.gz"));
+	EXPECT_EQ(run(d, sites + "b.vcf.gz"), run(d, sites + "bx.vcf"));
+	EXPECT_EQ(run(d, sites + "pp.vcf.gz"), run(d, sites + "px.vcf"));
+	const std::vector < std::vector < std::string > > input = genotypes(d, "x.vcf.gz");
+	for (std::string stem : { "v", "b", "pp" }) {
+		std::vector < std::vector < std::string > > out = genotypes(d, stem + ".vcf.gz");
+		ASSERT_EQ(out.size(), input.size()) << stem;
+		int compared = 0;
+		for (size_t l = 0 ; l < input.size() ; l ++) for (size_t k = 0 ; k < input[l].size() ; k ++) if (input[l][k] != ".") {
+			EXPECT_EQ(out[l][k], input[l][k]) << stem << " " << input[l][0];
+			compared ++;
+		}
+		EXPECT_GT(compared, 5000) << stem;
+		run(d, "plink2 --haps " + stem + ".haps ref-first --sample " + stem + ".sample --export vcf --out back_" + stem);
+	}
+	EXPECT_TRUE(has(d.read("b.sample"), "ID_1 ID_2 missing father mother sex plink_pheno\n0 0 0 D D D B\n0 IND0001 0 0 0 0 NA\n")) << d.read("b.sample");
+}
+
+// The genetic map in the layouts people download, headerless 3 columns included, gives the
+// same haplotypes; the map of another chromosome or assembly is refused.
+TEST(cli_interop, GeneticMapLayouts) {
+	TempDir d;
+	subsetVcf(d, "chr20");
+	std::string wide = "Chromosome Position(bp) Rate(cM/Mb) Map(cM)\nchr19 1 1 1\n", bare, plink = "19 x 1 1\n";
+	for (const std::vector < std::string > & r : exsubset::table(E + "/genetic_map.txt")) {
+		if (r[0] == "position") continue;
+		wide += "20 " + r[0] + " " + r[1] + " " + r[2] + "\n";
+		bare += r[0] + " " + r[1] + " " + r[2] + "\n";
+		plink += "chr20 . " + r[2] + " " + r[0] + "\n";
+	}
+	d.write("wide.txt", wide + "chr21 1 1 1\n");
+	d.write("bare.txt", bare);
+	d.write("plink.map", plink);
+	phase(d, "--input-vcf x.vcf.gz", "three", "--input-map " + E + "/genetic_map.txt");
+	for (std::string map : { "wide.txt", "bare.txt", "plink.map" }) {
+		phase(d, "--input-vcf x.vcf.gz", map, "--input-map " + map);
+		EXPECT_EQ(d.read(map + ".haps"), d.read("three.haps")) << map;
+	}
+	d.write("other.txt", "1 1 0\n2 1 0.5\n");
+	RunResult r = runSorvane("--input-vcf x.vcf.gz --input-map other.txt --output-max o -L o", d.path);
+	EXPECT_EQ(r.status, 1);
+	EXPECT_TRUE(has(r.out, "Genetic map [other.txt] covers positions 1 to 2, and none of the sites")) << r.out;
+}
+
+// Chromosome X with males written haploid: their sex comes from their ploidy, and they come
+// back haploid, as bcftools +check-ploidy expects; without --chrX, or with a sex file that
+// disagrees, the run stops.
+TEST(cli_interop, HaploidMalesOnChromosomeX) {
+	TempDir d;
+	subsetVcf(d, "X");
+	std::string vcf;
+	for (const std::string & l : lines(run(d, "bcftools view x.vcf.gz"))) {
+		std::vector < std::string > t = words(l);
+		if (l[0] == '#') vcf += l + "\n";
+		else for (size_t k = 0 ; k < t.size() ; k ++) vcf += (k >= 9 && k < 17 ? t[k].substr(0, 1) : t[k]) + (k + 1 < t.size() ? "\t" : "\n");
+	}
+	d.write("chrX.vcf", vcf);
+	d.write("sex", "IND0001 2\n");
+	phase(d, "--input-vcf chrX.vcf", "x", "--chrX");
+	EXPECT_TRUE(has(d.read("x.log"), "  * 8 samples with haploid genotypes, taken as males\n"));
+	std::string ploidy;
+	for (const std::string & l : lines(run(d, "bcftools +check-ploidy x.vcf.gz"))) if (l[0] != '#') ploidy += words(l)[4];
+	EXPECT_EQ(ploidy, "11111111222222222222222");
+	const std::vector < std::pair < std::string, std::string > > refusals = {
+		{ "", "Genotype [0] of sample IND0001 at site pos=1000474 of [chrX.vcf] is haploid: haploid genotypes are read on chromosome X only, with --chrX" },
+		{ "--chrX --input-sex sex", "Sample IND0001 has haploid genotypes, as a male on chromosome X, but sex [2] in [sex] line 1" },
+	};
+	for (const auto & c : refusals) {
+		RunResult r = runSorvane("--input-vcf chrX.vcf --output-max o -L o " + c.first, d.path);
+		EXPECT_EQ(r.status, 1) << c.first;
+		EXPECT_TRUE(has(r.out, c.second)) << r.out;
+	}
+}
+
+// A file of two chromosomes is refused by every reader, naming --region; with it, each
+// chromosome, or a stretch of one, phases as its own file does.
+TEST(cli_interop, OneChromosomeAtATime) {
+	TempDir d;
+	subsetVcf(d);
+	run(d, "mv x.vcf.gz x20.vcf.gz && mv x.vcf.gz.tbi x20.vcf.gz.tbi");
+	subsetVcf(d, "21");
+	run(d, "mv x.vcf.gz x21.vcf.gz && bcftools concat -Oz -o two.vcf.gz x20.vcf.gz x21.vcf.gz && tabix two.vcf.gz && bcftools view -Ob -o two.bcf two.vcf.gz && bcftools index two.bcf");
+	run(d, "plink2 --vcf two.vcf.gz --make-bed --out two && plink2 --vcf two.vcf.gz --export ped --out two && plink2 --vcf two.vcf.gz --export oxford --out two");
+	for (std::string input : { "--input-vcf two.vcf.gz", "--input-vcf two.bcf", "--input-bed two", "--input-ped two", "--input-gen two.gen two.sample" }) {
+		RunResult r = runSorvane(input + " --output-max o -L o", d.path);
+		EXPECT_EQ(r.status, 1) << input;
+		EXPECT_TRUE(has(r.out, "] holds sites of more than one chromosome (20, then 21 at position 1000474): phase one chromosome at a time, choosing it with --region (for instance --region 20)")) << r.out;
+	}
+	run(d, "bcftools view -Oz -o cut21.vcf.gz -t 21:1030000-1080000 x21.vcf.gz");
+	phase(d, "--input-vcf x20.vcf.gz", "alone20");
+	phase(d, "--input-vcf cut21.vcf.gz", "alone21");
+	for (std::string two : { "two.vcf.gz", "two.bcf", "two" }) {
+		const std::string input = two == "two" ? "--input-bed two" : "--input-vcf " + two;
+		phase(d, input, "r20", "--region 20");
+		phase(d, input, "r21", "--region 21:1030000-1080000");
+		if (two == "two") continue;
+		EXPECT_EQ(d.read("r20.haps"), d.read("alone20.haps")) << two;
+		EXPECT_EQ(d.read("r21.haps"), d.read("alone21.haps")) << two;
+	}
 }
