@@ -77,17 +77,6 @@ TEST(streams, RoundTripsPlainGzipBzip2) {
 	}
 }
 
-TEST(streams, MultiMemberGzipReadsWhole) {
-	TempDir d;
-	std::string part1 = makeText(3000), part2 = makeText(5000);
-	testutils::writeCompressed(d.file("p1.gz"), part1);
-	testutils::writeCompressed(d.file("p2.gz"), part2);
-	// bgzip writes a file as a series of gzip members; concatenating two members is the same shape.
-	std::string cmd = "cat " + d.file("p1.gz") + " " + d.file("p2.gz") + " > " + d.file("both.gz");
-	ASSERT_EQ(system(cmd.c_str()), 0);
-	EXPECT_EQ(readAll(d.file("both.gz")), part1 + part2);
-}
-
 TEST(streams, BrokenCompressedFilesFail) {
 	TempDir d;
 	std::string text = makeText(50000);
