@@ -9,36 +9,6 @@ using testutils::has;
 
 static const std::string E = SORVANE_EXAMPLE_DATA;
 
-// The example cohort checks clean in every input format, with the panel and the map.
-TEST(cli_check, ExampleDataInEveryFormat) {
-	TempDir d;
-	const std::string ref = " --input-ref " + E + "/reference.haplotypes " + E + "/reference.legend " + E + "/reference.samples --input-map " + E + "/genetic_map.txt";
-	const std::string inputs[] = { "--input-vcf " + E + "/cohort.vcf.gz", "--input-vcf " + E + "/cohort.vcf", "--input-gen " + E + "/cohort",
-		"--input-ped " + E + "/cohort", "--input-bed " + E + "/cohort.bed " + E + "/cohort.bim " + E + "/cohort.fam" };
-	std::vector < std::string > snp_mm;
-	for (const std::string & in : inputs) {
-		RunResult r = runSorvane("-check " + in + ref + " -L run1", d.path);
-		EXPECT_EQ(r.status, 0) << in << "\n" << r.out;
-		EXPECT_TRUE(has(r.out, "MODE \033[33m-summarise\033[0m : GENERATING SUMMARY STATISTICS OF THE INPUT DATA")) << r.out;
-		std::string log = d.read("run1.log");
-		EXPECT_TRUE(has(log, "\nMODE -summarise : GENERATING SUMMARY STATISTICS OF THE INPUT DATA\n  * Autosome (chr1 ... chr22)\n  * Reference panel of haplotypes used\n")) << log;
-		EXPECT_TRUE(has(log, "  * #set=0 / #interpolated=1081\n  * Physical map [1.00 Mb -> 1.32 Mb] / Genetic map [0.00 cM -> 0.33 cM]\n")) << log;
-		EXPECT_TRUE(has(log, "\nRunning time: ")) << log;
-		EXPECT_FALSE(has(log, "WARNING")) << log;
-		snp_mm.push_back(d.read("run1.snp.mm"));
-		EXPECT_GT(snp_mm.back().size(), 1000u);
-	}
-	// Every format carries the same genotypes; VCF has no pedigree, so its founder counts
-	// differ from those of the formats that carry families.
-	EXPECT_TRUE(snp_mm[0] == snp_mm[1]);
-	EXPECT_TRUE(snp_mm[2] == snp_mm[3]);
-	EXPECT_TRUE(snp_mm[2] == snp_mm[4]);
-	// Nothing but the log and the check reports is written.
-	std::string cmd = "ls " + d.path + " > " + d.file("listing");
-	ASSERT_EQ(system(cmd.c_str()), 0);
-	EXPECT_EQ(d.read("listing"), "listing\nrun1.ind.me\nrun1.ind.mm\nrun1.log\nrun1.snp.me\nrun1.snp.mm\n");
-}
-
 static std::string smallVcf(int n_samples) {
 	std::string v = "##fileformat=VCFv4.2\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT";
 	for (int i = 0 ; i < n_samples ; i ++) v += "\tS" + std::to_string(i);

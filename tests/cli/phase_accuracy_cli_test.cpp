@@ -18,8 +18,9 @@ namespace {
 
 const std::string E = SORVANE_EXAMPLE_DATA;
 
-// Pedigree and genotypes of the example PED files (same content as the VCF): per sample
-// its father, mother and, per site, the alternative allele count or -1 when missing.
+// Pedigree (of the FAM file) and genotypes (of the VCF, which holds those of the PED file)
+// of the example: per sample its father, mother and, per site, the alternative allele count
+// or -1 when missing.
 struct Pedigree {
 	std::vector < std::string > ids;
 	std::map < std::string, std::pair < std::string, std::string > > parents;
@@ -27,20 +28,13 @@ struct Pedigree {
 	std::vector < int > positions;
 
 	Pedigree() {
-		for (const std::vector < std::string > & r : table(E + "/cohort.map")) positions.push_back(std::stoi(r[3]));
-		std::vector < std::vector < std::string > > P = table(E + "/cohort.ped");
-		std::vector < std::string > first(positions.size());
-		for (const std::vector < std::string > & r : P) for (unsigned int l = 0 ; l < positions.size() ; l ++)
-			if (first[l].empty() && r[6 + 2 * l] != "0") first[l] = r[6 + 2 * l];
-		for (const std::vector < std::string > & r : P) {
+		const std::map < std::string, std::map < int, int > > G = exsubset::vcfGenotypes();
+		for (const std::vector < std::string > & r : table(E + "/cohort.fam")) {
 			ids.push_back(r[1]);
 			parents[r[1]] = { r[2], r[3] };
-			std::vector < int > & g = genotypes[r[1]];
-			for (unsigned int l = 0 ; l < positions.size() ; l ++) {
-				const std::string & a = r[6 + 2 * l], & b = r[7 + 2 * l];
-				g.push_back(a == "0" ? -1 : (a != first[l]) + (b != first[l]));
-			}
+			for (const auto & g : G.at(r[1])) genotypes[r[1]].push_back(g.second);
 		}
+		for (const auto & g : G.begin()->second) positions.push_back(g.first);
 	}
 	bool isParent(const std::string & id) const {
 		for (const auto & p : parents) if (p.second.first == id || p.second.second == id) return true;

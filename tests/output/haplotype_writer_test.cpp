@@ -1,4 +1,3 @@
-#include "input/haplotype_reader.h"
 #include "modes/sorvane.h"
 #include "input/vcf_lines.h"
 #include "output/haplotype_writer.h"
@@ -129,30 +128,6 @@ TEST(haplotype_writer, FormatsWithFilters) {
 	EXPECT_EQ(d.read("p.haps"), "");
 	const std::string vcf = d.read("p.vcf");
 	EXPECT_EQ(vcf.substr(vcf.find("#CHROM")), "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tf1\tm1\tm2\tu2\th1\n");
-}
-
-// Compressed HAPS/SAMPLE output read back gives each sample's fields and two columns,
-// and the six-column site.
-TEST(haplotype_writer, HapsReadBack) {
-	testutils::silenceLog();
-	Cohort c;
-	TempDir d;
-	haplotype_writer(c.filter, c.set, header1, header2, false).writeHaplotypeHap(d.file("o.haps.gz"), d.file("o.sample.gz"));
-	filter_reader F;
-	F.initialise(0, 1000000000);
-	haplotype_reader H(F);
-	H.readHaplotypeImpute(d.file("o.haps.gz"), d.file("o.sample.gz"));
-	std::string lines, bits;
-	for (unsigned int k = 0 ; k < H.ind_id.size() ; k ++) {
-		lines += H.ind_fields[k][0] + " " + H.ind_id[k];
-		for (unsigned int f = 1 ; f < H.ind_fields[k].size() ; f ++) lines += " " + H.ind_fields[k][f];
-		lines += "\n";
-	}
-	for (int l = 0 ; l < 4 ; l ++) for (unsigned int k = 0 ; k < H.ind_id.size() ; k ++) bits += std::string(k ? " " : "") + (H.hap0[k][l] ? "1 " : "0 ") + (H.hap1[k][l] ? "1" : "0") + (k + 1 < H.ind_id.size() ? "" : "/");
-	EXPECT_EQ(H.sample_header1 + "\n" + H.sample_header2 + "\n" + lines, header1 + "\n" + header2 + "\n" + samples);
-	EXPECT_EQ(bits, digits[0] + "/" + digits[1] + "/" + digits[2] + "/" + digits[3] + "/");
-	ASSERT_EQ(H.sites->size(), 4);
-	EXPECT_EQ(H.sites->getByIndex(1)->id + " " + H.sites->getByIndex(1)->properties[0] + " " + std::to_string(H.sites->getByIndex(1)->bp), "rs2 x2 200");
 }
 
 // One column per graph whose own sample passes, in vecG order; parents have none.
