@@ -143,8 +143,7 @@ TEST(cli_readmine, HandMadeReads) {
 TEST(cli_readmine, Errors) {
 	TempDir d;
 	makeHandData(d);
-	run(d, "samtools view --no-PG -b -o bams/unsorted.bam bams/s.sam");
-	run(d, "samtools sort --no-PG -o bams/noindex.bam bams/s.sam");
+	run(d, "samtools view --no-PG -b -o bams/unsorted.bam bams/s.sam && samtools sort --no-PG -o bams/noindex.bam bams/s.sam");
 	d.write("bams/garbage.bam", "not a read file\n");
 	std::string many = handSam();
 	for (int i = 0 ; i < 3000 ; i ++) many += record("f" + std::to_string(i), 0, 100 + i % 300, 60, "50M", 50, {});

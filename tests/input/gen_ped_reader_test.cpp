@@ -19,48 +19,46 @@ const std::string pedFile =
 
 // Plain and compressed files alike.
 TEST(gen_reader, ThresholdCallsSamplesAndPedigree) {
-	for (std::string ext : { "", ".gz", ".bz2" }) {
-		SCOPED_TRACE("suffix " + ext);
-		TempDir d;
-		const std::string sample = "s.sample" + ext, gen = "s.gen" + ext;
-		testutils::writeCompressed(d.file(sample), "ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n"
-			"F1 dad 0 0 0 1\nF1 mum 0 0 0 2\nF1 kid 0 dad mum 1\nF2 skip 0 0 0 2\n");
-		testutils::writeCompressed(d.file(gen),
-			"1 rs1 100 A G 1 0 0 0 1 0 0 0 2 x y z\n"
-			"1 rs2 150 A G a b c a b c a b c a b c\n"
-			"1 rs3 200 C T 0 0 0 0.04 0.92 0.04 0.5 0.5 1.0 0 0 0\n"
-			"1 rs4 300 T T 0 1 0 0 0 1 1 0 0 0 0 0\n");
-		Store S;
-		S.F.ind_exclude["skip"] = false;
-		S.F.snp_exclude[150] = true;
-		std::string log = logOf(d, [&] { S.G.readGenotypeImpute(d.file(gen), d.file(sample), 0.9, true); });
+	const std::string ext = ".bz2";	// read as compressed by its content, like any input
+	TempDir d;
+	const std::string sample = "s.sample" + ext, gen = "s.gen" + ext;
+	testutils::writeCompressed(d.file(sample), "ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n"
+		"F1 dad 0 0 0 1\nF1 mum 0 0 0 2\nF1 kid 0 dad mum 1\nF2 skip 0 0 0 2\n");
+	testutils::writeCompressed(d.file(gen),
+		"1 rs1 100 A G 1 0 0 0 1 0 0 0 2 x y z\n"
+		"1 rs2 150 A G a b c a b c a b c a b c\n"
+		"1 rs3 200 C T 0 0 0 0.04 0.92 0.04 0.5 0.5 1.0 0 0 0\n"
+		"1 rs4 300 T T 0 1 0 0 0 1 1 0 0 0 0 0\n");
+	Store S;
+	S.F.ind_exclude["skip"] = false;
+	S.F.snp_exclude[150] = true;
+	std::string log = logOf(d, [&] { S.G.readGenotypeImpute(d.file(gen), d.file(sample), 0.9, true); });
 
-		EXPECT_EQ(S.G.sample_header1 + "/" + S.G.sample_header2, "ID_1 ID_2 missing ID_father ID_mother sex/0 0 0 D D D");
-		EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "dad", "mum", "kid" }));
-		EXPECT_EQ(S.G.ind_fields[2], std::vector < std::string > ({ "F1", "0", "dad", "mum", "1" }));
-		EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true }));
-		EXPECT_EQ(std::make_pair(S.G.ind_father[2], S.G.ind_mother[2]), std::make_pair(0, 1));
+	EXPECT_EQ(S.G.sample_header1 + "/" + S.G.sample_header2, "ID_1 ID_2 missing ID_father ID_mother sex/0 0 0 D D D");
+	EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "dad", "mum", "kid" }));
+	EXPECT_EQ(S.G.ind_fields[2], std::vector < std::string > ({ "F1", "0", "dad", "mum", "1" }));
+	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true }));
+	EXPECT_EQ(std::make_pair(S.G.ind_father[2], S.G.ind_mother[2]), std::make_pair(0, 1));
 
-		EXPECT_EQ(siteList(S.G), "100:A/G 200:C/T 300:T/T");
-		snp * s = S.G.sites->getByIndex(1);
-		EXPECT_EQ(s->id, "rs3");
-		EXPECT_EQ(s->source, 3);
-		EXPECT_TRUE(s->properties.empty());
-		// Site 200: an all-zero triple and a triple summing to 2 (normalised to 0.25, 0.25,
-		// 0.5) fail the threshold. Site 300 has identical alleles: passing calls are 00.
-		EXPECT_EQ(allGenotypes(S.G), "00 .. 00 | 01 01 00 | 11 .. 00");
-		// Passed calls keep their one-hot triple, failed ones the normalised probabilities.
-		EXPECT_EQ(S.G.likelihoods[0], std::vector < float > ({ 1, 0, 0, 0.332f, 0.334f, 0.334f, 0, 1, 0 }));
-		EXPECT_EQ(S.G.likelihoods[2], std::vector < float > ({ 0, 0, 1, 0.25f, 0.25f, 0.5f, 1, 0, 0 }));
+	EXPECT_EQ(siteList(S.G), "100:A/G 200:C/T 300:T/T");
+	snp * s = S.G.sites->getByIndex(1);
+	EXPECT_EQ(s->id, "rs3");
+	EXPECT_EQ(s->source, 3);
+	EXPECT_TRUE(s->properties.empty());
+	// Site 200: an all-zero triple and a triple summing to 2 (normalised to 0.25, 0.25,
+	// 0.5) fail the threshold. Site 300 has identical alleles: passing calls are 00.
+	EXPECT_EQ(allGenotypes(S.G), "00 .. 00 | 01 01 00 | 11 .. 00");
+	// Passed calls keep their one-hot triple, failed ones the normalised probabilities.
+	EXPECT_EQ(S.G.likelihoods[0], std::vector < float > ({ 1, 0, 0, 0.332f, 0.334f, 0.334f, 0, 1, 0 }));
+	EXPECT_EQ(S.G.likelihoods[2], std::vector < float > ({ 0, 0, 1, 0.25f, 0.25f, 0.5f, 1, 0, 0 }));
 
-		EXPECT_TRUE(contains(log, "\nReading sample list in [" + d.file(sample) + "]\n"
-			"  * Column ID_father detected (idx=3)\n  * Column ID_mother detected (idx=4)\n  * Column gender detected (idx=5)\n"
-			"  * 3 samples included\n  * 1 samples excluded\n  * 0 unrelateds / 0 duos / 1 trios in 1 different families\n"
-			"\nReading site list and genotypes in [" + d.file(gen) + "] with a calling threshold of 0.9000\n"
-			"  * 3 sites included\n  * 1 sites excluded\n"
-			"  * genotypes passing the threshold (= 77.8 %)\n  * genotypes NOT passing the threshold (= 22.2 %)\n")) << log;
-		EXPECT_FALSE(contains(log, "New GEN/SAMPLE format detected"));
-	}
+	EXPECT_TRUE(contains(log, "\nReading sample list in [" + d.file(sample) + "]\n"
+		"  * Column ID_father detected (idx=3)\n  * Column ID_mother detected (idx=4)\n  * Column gender detected (idx=5)\n"
+		"  * 3 samples included\n  * 1 samples excluded\n  * 0 unrelateds / 0 duos / 1 trios in 1 different families\n"
+		"\nReading site list and genotypes in [" + d.file(gen) + "] with a calling threshold of 0.9000\n"
+		"  * 3 sites included\n  * 1 sites excluded\n"
+		"  * genotypes passing the threshold (= 77.8 %)\n  * genotypes NOT passing the threshold (= 22.2 %)\n")) << log;
+	EXPECT_FALSE(contains(log, "New GEN/SAMPLE format detected"));
 }
 
 TEST(gen_reader, HighestProbabilityChrXAndSixColumnLayout) {
@@ -124,33 +122,31 @@ TEST(gen_reader, EmptyAndFaultyFiles) {
 
 // Plain and compressed files alike.
 TEST(ped_reader, AllelesMissingCodeAndPedigree) {
-	for (std::string ext : { "", ".gz", ".bz2" }) {
-		SCOPED_TRACE("suffix " + ext);
-		TempDir d;
-		const std::string map = "p.map" + ext, ped = "p.ped" + ext;
-		testutils::writeCompressed(d.file(map), pedMap);
-		testutils::writeCompressed(d.file(ped), pedFile);
-		Store S(true);
-		S.F.ind_exclude["skip"] = false;
-		S.F.snp_exclude[150] = true;
-		std::string log = logOf(d, [&] { S.G.readGenotypePed(d.file(ped), d.file(map), "0"); });
+	const std::string ext = ".bz2";	// read as compressed by its content, like any input
+	TempDir d;
+	const std::string map = "p.map" + ext, ped = "p.ped" + ext;
+	testutils::writeCompressed(d.file(map), pedMap);
+	testutils::writeCompressed(d.file(ped), pedFile);
+	Store S(true);
+	S.F.ind_exclude["skip"] = false;
+	S.F.snp_exclude[150] = true;
+	std::string log = logOf(d, [&] { S.G.readGenotypePed(d.file(ped), d.file(map), "0"); });
 
-		EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "dad", "mum", "kid" }));
-		EXPECT_EQ(S.G.ind_fields[2], std::vector < std::string > ({ "F1", "0", "dad", "mum", "1", "NA" }));
-		EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true }));
-		EXPECT_EQ(S.G.ind_father, std::vector < int > ({ -1, -1, 0 }));
-		EXPECT_EQ(S.G.ind_mother, std::vector < int > ({ -1, -1, 1 }));
-		// 300 is never observed and keeps empty alleles; 400 is seen with one allele only.
-		EXPECT_EQ(siteList(S.G), "100:A/C 200:C/T 300:/ 400:G/G");
-		EXPECT_EQ(S.G.sites->getByIndex(1)->id, "rs3");
-		EXPECT_EQ(S.G.sites->getByIndex(1)->source, 1);
-		// Column order is kept ("C A" is 10); one missing allele makes the genotype missing.
-		EXPECT_EQ(allGenotypes(S.G), "00 01 .. 00 | 01 10 .. .. | 10 .. .. ..");
-		EXPECT_TRUE(contains(log, "\nReading site list in [" + d.file(map) + "]\n  * 4 sites included\n  * 1 sites excluded\n"
-			"\nReading sample list and genotypes in [" + d.file(ped) + "] where missing-code = [0]\n"
-			"  * 3 samples included\n  * 1 samples excluded\n  * 2 males / 1 females\n"
-			"  * 0 unrelateds / 0 duos / 1 trios in 1 different families\n")) << log;
-	}
+	EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "dad", "mum", "kid" }));
+	EXPECT_EQ(S.G.ind_fields[2], std::vector < std::string > ({ "F1", "0", "dad", "mum", "1", "NA" }));
+	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true }));
+	EXPECT_EQ(S.G.ind_father, std::vector < int > ({ -1, -1, 0 }));
+	EXPECT_EQ(S.G.ind_mother, std::vector < int > ({ -1, -1, 1 }));
+	// 300 is never observed and keeps empty alleles; 400 is seen with one allele only.
+	EXPECT_EQ(siteList(S.G), "100:A/C 200:C/T 300:/ 400:G/G");
+	EXPECT_EQ(S.G.sites->getByIndex(1)->id, "rs3");
+	EXPECT_EQ(S.G.sites->getByIndex(1)->source, 1);
+	// Column order is kept ("C A" is 10); one missing allele makes the genotype missing.
+	EXPECT_EQ(allGenotypes(S.G), "00 01 .. 00 | 01 10 .. .. | 10 .. .. ..");
+	EXPECT_TRUE(contains(log, "\nReading site list in [" + d.file(map) + "]\n  * 4 sites included\n  * 1 sites excluded\n"
+		"\nReading sample list and genotypes in [" + d.file(ped) + "] where missing-code = [0]\n"
+		"  * 3 samples included\n  * 1 samples excluded\n  * 2 males / 1 females\n"
+		"  * 0 unrelateds / 0 duos / 1 trios in 1 different families\n")) << log;
 }
 
 TEST(ped_reader, MissingCodeAndFatalMessages) {

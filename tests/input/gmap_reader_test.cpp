@@ -9,23 +9,19 @@ const std::string header = "position COMBINED_rate(cM/Mb) Genetic_Map(cM)\n";
 
 }
 
-// The same map in every layout: it starts at position 0 and distance 0, repeats a
-// position, mixes tabs and CR LF ends; the 4-column layouts have lines of other chromosomes.
-TEST(gmap_reader, LayoutsAndCompression) {
+// The same map in each layout: it starts at position 0 and distance 0, repeats a position,
+// mixes tabs and CR LF ends; the 4-column layouts have lines of other chromosomes.
+TEST(gmap_reader, Layouts) {
 	const std::string rows = "0 0.0 0\n1000\t1.5\t0.0015\r\n1000 0 0.0015\n  5000 2.0  0.0095  \n";
 	const std::string wide = "chr pos rate cM\n19 10 1 0.5\nchr20 0 0.0 0\n20\t1000\t1.5\t0.0015\r\n20 1000 0 0.0015\n  chr20 5000 2.0  0.0095  \n21 1 1 1\n";
 	const std::string plink = "19 a 0.5 10\n20 . 0 0\nchr20\tb\t0.0015\t1000\r\n20 c 0.0015 1000\n  20 d 0.0095  5000  \n";
-	for (const auto & map : std::vector < std::pair < std::string, std::string > > {
-			{ "m.txt", header + rows }, { "m.txt.gz", header + rows }, { "m.txt.bz2", header + rows }, { "plain.gz", header + rows },
-			{ "noheader.txt", rows }, { "wide.txt", wide }, { "plink.map", plink } }) {
-		SCOPED_TRACE(map.first);
+	for (const auto & map : std::vector < std::pair < std::string, std::string > > { { "m.txt.bz2", header + rows }, { "bare.txt", rows }, { "wide.txt", wide }, { "plink.map", plink } }) {
 		TempDir d;
-		if (map.first == "plain.gz") d.write(map.first, map.second);
-		else testutils::writeCompressed(d.file(map.first), map.second);
+		testutils::writeCompressed(d.file(map.first), map.second);
 		gmap_reader G;
 		std::string log = logOf(d, [&] { G.readGeneticMapFile(d.file(map.first), "chr20"); });
-		EXPECT_EQ(G.pos, std::vector < int > ({ 0, 1000, 1000, 5000 }));
-		EXPECT_EQ(G.cm, std::vector < double > ({ 0, 0.0015, 0.0015, 0.0095 }));
+		EXPECT_EQ(G.pos, std::vector < int > ({ 0, 1000, 1000, 5000 })) << map.first;
+		EXPECT_EQ(G.cm, std::vector < double > ({ 0, 0.0015, 0.0015, 0.0095 })) << map.first;
 		EXPECT_TRUE(contains(log, "\nReading genetic map in [" + d.file(map.first) + "]\n")) << log;
 		EXPECT_TRUE(contains(log, "  * 4 genetic positions found\n")) << log;
 	}
