@@ -16,7 +16,7 @@
 # Seeds: SEEDS (default "1"): each seed is a new simulation and a new run of both programs.
 # Threads: THREADS (default 2). Further sorvane options: ARGS. Data: BENCH_DIR (default
 # /tmp/sorvane_peers), reused while the parameters are unchanged. PEERS=0 runs sorvane
-# only; INSTALL_BEAGLE=1 installs Debian's beagle first (as root).
+# only; RUN=0 only simulates; INSTALL_BEAGLE=1 installs Debian's beagle first (as root).
 #
 # Usage: bash bench/peers.sh [sorvane-binary]     (default: build/sorvane)
 # The table (also BENCH_DIR/peers.txt): cohort, seed, sites, then wall seconds, peak MB
@@ -119,6 +119,7 @@ for cohort in $COHORTS; do
         fi
         sites=$(zcat "$dir/cohort.vcf.gz" | grep -vc '^#')
         echo "== $cohort seed $seed: $n individuals, $sites sites"
+        [ "${RUN:-1}" = 1 ] || continue
 
         panel=()
         [ "$ref" -gt 0 ] && panel=(--input-ref "$dir/reference.haplotypes" "$dir/reference.legend" "$dir/reference.samples")
@@ -148,7 +149,7 @@ for cohort in $COHORTS; do
         printf "$fmt" "$cohort" "$seed" "$sites" "$sw" "$smb" "$sse" "$bw" "$bmb" "$bse" "$ratio" | tee -a "$results"
     done
     # Mean and spread over the seeds of this cohort, for every numeric column.
-    if [ "$(wc -w <<< "$SEEDS")" -gt 1 ]; then
+    if [ "${RUN:-1}" = 1 ] && [ "$(wc -w <<< "$SEEDS")" -gt 1 ]; then
         awk -v c="$cohort" -v fmt="$fmt" '$1 == c && $2 ~ /^[0-9]+$/ {
             n++; for (k = 3; k <= NF; k++) if ($k ~ /^[0-9.]+$/) { s[k] += $k; if (!(k in lo) || $k < lo[k]) lo[k] = $k; if (!(k in hi) || $k > hi[k]) hi[k] = $k } }
             END { split("", m); split("", d)
