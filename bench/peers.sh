@@ -8,7 +8,7 @@
 #   c1000common   1,000 individuals, 2 Mb, sites with minor allele frequency >= 1 %
 #   c1000all      1,000 individuals, 2 Mb, all sites, growing population
 #   c1000mac2     the same simulation, sites with minor allele count >= 2
-#   c5000array    5,000 individuals, 0.5 Mb, about one site per 900 bp (array density)
+#   c5000array    5,000 individuals, 0.5 Mb, about one site per 600 bp (array density)
 #   c100panel     100 individuals and a reference panel of 500, 2 Mb, frequency >= 0.5 %
 #   c150common    150 individuals, 2 Mb, frequency >= 1 %
 #   c100all       100 individuals, 2 Mb, all sites
@@ -51,7 +51,7 @@ cohort_spec() {
         c1000common) echo "1000 0 2000000 maf:0.01 0" ;;
         c1000all) echo "1000 0 2000000 all 1" ;;
         c1000mac2) echo "1000 0 2000000 mac:2 1" ;;
-        c5000array) echo "5000 0 500000 array:900 0" ;;
+        c5000array) echo "5000 0 500000 array:600 0" ;;
         c100panel) echo "100 500 2000000 maf:0.005 0" ;;
         c150common) echo "150 0 2000000 maf:0.01 0" ;;
         c100all) echo "100 0 2000000 all 0" ;;
