@@ -16,17 +16,11 @@ namespace {
 
 const std::string E = SORVANE_EXAMPLE_DATA;
 
-// Runs a shell command in the folder; its standard output is returned, its status kept.
-std::string shell(const TempDir & d, const std::string & command, int & status) {
-	status = system(("cd '" + d.path + "' && ( " + command + " ) > .shell.out 2> .shell.err").c_str());
-	return d.read(".shell.out");
-}
-
+// Runs a shell command in the folder, which must succeed, and returns its standard output.
 std::string run(const TempDir & d, const std::string & command) {
-	int status;
-	std::string out = shell(d, command, status);
+	int status = system(("cd '" + d.path + "' && ( " + command + " ) > .shell.out 2> .shell.err").c_str());
 	EXPECT_EQ(status, 0) << command << "\n" << d.read(".shell.err");
-	return out;
+	return d.read(".shell.out");
 }
 
 // Phases the example subset, as VCF and HAPS/SAMPLE with the stem given.
@@ -125,8 +119,7 @@ TEST(cli_interop, PipelineVcf) {
 	EXPECT_TRUE(has(d.read("p.log"), "  * 3 multiallelic or symbolic records skipped; split them with bcftools norm -m- to phase them\n"));
 	const std::string header = run(d, "bcftools view -h p.vcf.gz");
 	EXPECT_TRUE(has(header, "##fileformat=VCFv4.2\n") && std::regex_search(header, std::regex("\n##fileDate=20[0-9]{6}\n"))) << header;
-	const std::string info = run(d, "zgrep -e '^##INFO' -e '^##contig' chr20.vcf.gz");
-	EXPECT_EQ(run(d, "bcftools view -h p.vcf.gz | grep -e '^##INFO' -e '^##contig'"), info);
+	EXPECT_EQ(run(d, "bcftools view -h p.vcf.gz | grep -e '^##INFO' -e '^##contig'"), run(d, "zgrep -e '^##INFO' -e '^##contig' chr20.vcf.gz"));
 	const int n_records = std::stoi(run(d, "bcftools view -H p.vcf.gz | wc -l"));
 	ASSERT_EQ(runSorvane("-convert --input-haps p --output-vcf p.bcf -L c", d.path).status, 0);
 	for (std::string file : { "p.vcf.gz", "p.bcf" }) {
@@ -139,8 +132,7 @@ TEST(cli_interop, PipelineVcf) {
 	EXPECT_EQ(run(d, "bcftools view -H -v indels p.vcf.gz | cut -f 5"), "AT\n");
 	EXPECT_EQ(run(d, "bcftools view -S three p.vcf.gz | bcftools query -l"), d.read("three"));
 	const int common = std::stoi(run(d, "bcftools view -H -i 'AC>1' p.vcf.gz | wc -l"));
-	EXPECT_GT(common, 0);
-	EXPECT_LT(common, n_records);
+	EXPECT_TRUE(common > 0 && common < n_records) << common;
 	const std::string counted = "bcftools view -i 'AN>0' p.vcf.gz | ";
 	EXPECT_EQ(run(d, counted + "bcftools +fill-tags -- -t AC,AN | bcftools query -f '%POS %AC %AN %DP\\n'"), run(d, counted + "bcftools query -f '%POS %AC %AN %DP\\n'"));
 	EXPECT_EQ(std::stoi(run(d, counted + "grep -vc '^#'")), n_records - n / 50);
@@ -164,12 +156,8 @@ TEST(cli_interop, PlinkAlleleOrderAndSampleFiles) {
 	for (std::string stem : { "v", "b", "pp" }) {
 		std::vector < std::vector < std::string > > out = genotypes(d, stem + ".vcf.gz");
 		ASSERT_EQ(out.size(), input.size()) << stem;
-		int compared = 0;
-		for (size_t l = 0 ; l < input.size() ; l ++) for (size_t k = 0 ; k < input[l].size() ; k ++) if (input[l][k] != ".") {
-			EXPECT_EQ(out[l][k], input[l][k]) << stem << " " << input[l][0];
-			compared ++;
-		}
-		EXPECT_GT(compared, 5000) << stem;
+		for (size_t l = 0 ; l < input.size() ; l ++) for (size_t k = 0 ; k < input[l].size() ; k ++) if (input[l][k] == ".") out[l][k] = ".";
+		EXPECT_EQ(out, input) << stem;
 		run(d, "plink2 --haps " + stem + ".haps ref-first --sample " + stem + ".sample --export vcf --out back_" + stem);
 	}
 	EXPECT_EQ(run(d, "bcftools query -f '[%GT ]\\n' back_v.vcf"), run(d, "bcftools query -f '[%GT ]\\n' v.vcf.gz"));
