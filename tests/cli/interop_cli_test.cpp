@@ -68,7 +68,7 @@ std::set < std::string > siteRows(const std::string & report) {
 // PED/MAP, BED/BIM/FAM and Oxford GEN/SAMPLE, and by bcftools as BCF, and compressed as its
 // name does not say, checks clean with the panel and the map and reads to the same genotypes
 // as the example's own VCF: the same missingness per sample and the same allele counts per
-// site in the reports of -check, which are all it writes. A truncated BCF file stops the run.
+// site in the reports of -check, which are all it writes.
 TEST(cli_interop, ExportsReadAlike) {
 	TempDir d;
 	run(d, "for f in 'export vcf' 'export ped' 'export oxford' make-bed ; do plink2 --vcf " + E + "/cohort.vcf.gz --out x --$f ; done");
@@ -91,11 +91,6 @@ TEST(cli_interop, ExportsReadAlike) {
 		EXPECT_EQ(d.read(input.first + ".ind.mm"), d.read("own.ind.mm")) << input.first;
 		EXPECT_EQ(siteRows(d.read(input.first + ".snp.mm")), own) << input.first;
 	}
-	const std::string bcf = d.read("x.bcf");
-	d.write("cut.bcf", bcf.substr(0, bcf.size() / 2));
-	RunResult r = runSorvane("-check --input-vcf cut.bcf -L cut", d.path);
-	EXPECT_EQ(r.status, 1);
-	EXPECT_TRUE(has(r.out, "ERROR:\033[0m File [cut.bcf] is corrupted or truncated")) << r.out;
 }
 
 // A chromosome 20 as pipelines write it: contig length and assembly, AC, AN and DP in INFO,
@@ -108,17 +103,15 @@ TEST(cli_interop, PipelineVcf) {
 	subsetVcf(d);
 	d.write("head", "##contig=<ID=20,length=64444167,assembly=GRCh38>\n##INFO=<ID=AC,Number=A,Type=Integer,Description=\"Allele count\">\n"
 		"##INFO=<ID=AN,Number=1,Type=Integer,Description=\"Allele number\">\n##INFO=<ID=DP,Number=1,Type=Integer,Description=\"Depth\">\n");
-	// Every 50th record as it was; one missing genotype in every 7th; after the 10th, 20th,
-	// 30th and 40th, a record of ALT C,G, C,T, * and AT.
+	// Every 50th record as it was (without AC and AN); one missing genotype in every 7th;
+	// after the 10th, 20th, 30th and 40th, a record of ALT C,G, C,T, * and AT.
 	run(d, "bcftools view -h x.vcf.gz | grep -v '^##contig' | sed '/^#CHROM/e cat head' > chr20.vcf && bcftools view -H x.vcf.gz | awk -v OFS='\\t' '"
 		"{ n ++ ; if (n % 50) { $8 = \"AC=1;AN=46;DP=\" n ; if (n % 7 == 0 && !/\\.\\/\\./) $(10 + n % 23) = \"./.\" } print ;"
 		" if (n % 10 == 0 && n <= 40) { $2 ++ ; $4 = \"A\" ; $5 = substr(\"C,G C,T *   AT\", 4 * n / 10 - 3, 3) ; sub(/ +/, \"\", $5) ; print } }' >> chr20.vcf");
-	const int n = std::stoi(run(d, "bcftools view -H x.vcf.gz | wc -l"));
 	run(d, "bgzip chr20.vcf && tabix chr20.vcf.gz && head -3 subset > three");
 	phase(d, "--input-vcf chr20.vcf.gz", "p", "", 2);
 	EXPECT_TRUE(has(d.read("p.log"), "  * 3 multiallelic or symbolic records skipped; split them with bcftools norm -m- to phase them\n"));
-	const std::string header = run(d, "bcftools view -h p.vcf.gz");
-	EXPECT_TRUE(has(header, "##fileformat=VCFv4.2\n") && std::regex_search(header, std::regex("\n##fileDate=20[0-9]{6}\n"))) << header;
+	EXPECT_TRUE(std::regex_search(run(d, "bcftools view -h p.vcf.gz"), std::regex("^##fileformat=VCFv4.2\n[\\s\\S]*\n##fileDate=20[0-9]{6}\n")));
 	EXPECT_EQ(run(d, "bcftools view -h p.vcf.gz | grep -e '^##INFO' -e '^##contig'"), run(d, "zgrep -e '^##INFO' -e '^##contig' chr20.vcf.gz"));
 	const int n_records = std::stoi(run(d, "bcftools view -H p.vcf.gz | wc -l"));
 	ASSERT_EQ(runSorvane("-convert --input-haps p --output-vcf p.bcf -L c", d.path).status, 0);
@@ -135,7 +128,7 @@ TEST(cli_interop, PipelineVcf) {
 	EXPECT_TRUE(common > 0 && common < n_records) << common;
 	const std::string counted = "bcftools view -i 'AN>0' p.vcf.gz | ";
 	EXPECT_EQ(run(d, counted + "bcftools +fill-tags -- -t AC,AN | bcftools query -f '%POS %AC %AN %DP\\n'"), run(d, counted + "bcftools query -f '%POS %AC %AN %DP\\n'"));
-	EXPECT_EQ(std::stoi(run(d, counted + "grep -vc '^#'")), n_records - n / 50);
+	EXPECT_EQ(std::stoi(run(d, counted + "grep -vc '^#'")), n_records - (n_records - 1) / 50);
 }
 
 // The same cohort from a VCF, from the BED and the PED files plink2 makes of it: REF and ALT
@@ -145,9 +138,7 @@ TEST(cli_interop, PlinkAlleleOrderAndSampleFiles) {
 	TempDir d;
 	subsetVcf(d);
 	run(d, "plink2 --vcf x.vcf.gz --make-bed --out b && plink2 --vcf x.vcf.gz --export ped --out p && plink2 --bfile b --export vcf --out bx && plink2 --pedmap p --export vcf --out px");
-	phase(d, "--input-vcf x.vcf.gz", "v");
-	phase(d, "--input-bed b", "b");
-	phase(d, "--input-ped p", "pp");
+	for (const auto & p : std::map < std::string, std::string > { { "v", "--input-vcf x.vcf.gz" }, { "b", "--input-bed b" }, { "pp", "--input-ped p" } }) phase(d, p.second, p.first);
 	const std::string sites = "bcftools query -f '%CHROM %POS %REF %ALT\\n' ";
 	EXPECT_EQ(run(d, sites + "b.vcf.gz"), run(d, sites + "v.vcf.gz"));
 	EXPECT_EQ(run(d, sites + "b.vcf.gz"), run(d, sites + "bx.vcf"));
@@ -165,7 +156,7 @@ TEST(cli_interop, PlinkAlleleOrderAndSampleFiles) {
 }
 
 // The genetic map in the layouts people download, headerless 3 columns included, gives the
-// same haplotypes; the map of another chromosome or assembly is refused.
+// same haplotypes.
 TEST(cli_interop, GeneticMapLayouts) {
 	TempDir d;
 	subsetVcf(d, "chr20");
@@ -177,10 +168,6 @@ TEST(cli_interop, GeneticMapLayouts) {
 		phase(d, "--input-vcf x.vcf.gz", layout, "--input-map " + layout);
 		EXPECT_EQ(d.read(layout + ".haps"), d.read("three.haps")) << layout;
 	}
-	d.write("other.txt", "1 1 0\n2 1 0.5\n");
-	RunResult r = runSorvane("--input-vcf x.vcf.gz --input-map other.txt --output-max o -L o", d.path);
-	EXPECT_EQ(r.status, 1);
-	EXPECT_TRUE(has(r.out, "Genetic map [other.txt] covers positions 1 to 2, and none of the sites")) << r.out;
 }
 
 // Chromosome X with males written haploid: their sex comes from their ploidy, and they come
@@ -205,7 +192,8 @@ TEST(cli_interop, HaploidMalesOnChromosomeX) {
 }
 
 // A file of two chromosomes is refused by every reader, naming --region; with it, each
-// chromosome, or a stretch of one, phases as its own file does.
+// chromosome, or a stretch of one, phases as its own file does. A map of none of the sites
+// (of another chromosome or assembly) is refused.
 TEST(cli_interop, OneChromosomeAtATime) {
 	TempDir d;
 	subsetVcf(d);
@@ -213,10 +201,16 @@ TEST(cli_interop, OneChromosomeAtATime) {
 	subsetVcf(d, "21");
 	run(d, "mv x.vcf.gz x21.vcf.gz && bcftools concat -Oz -o two.vcf.gz x20.vcf.gz x21.vcf.gz && tabix two.vcf.gz && bcftools view -Ob -o two.bcf two.vcf.gz && bcftools index two.bcf");
 	run(d, "plink2 --vcf two.vcf.gz --make-bed --out two && plink2 --vcf two.vcf.gz --export ped --out two && plink2 --vcf two.vcf.gz --export oxford --out two");
-	for (std::string input : { "--input-vcf two.vcf.gz", "--input-vcf two.bcf", "--input-bed two", "--input-ped two", "--input-gen two.gen two.sample" }) {
-		RunResult r = runSorvane(input + " --output-max o -L o", d.path);
-		EXPECT_EQ(r.status, 1) << input;
-		EXPECT_TRUE(has(r.out, "] holds sites of more than one chromosome (20, then 21 at position 1000474): phase one chromosome at a time, choosing it with --region (for instance --region 20)")) << r.out;
+	// With them, a truncated BCF file and a map of none of the sites.
+	d.write("cut.bcf", d.read("two.bcf").substr(0, d.read("two.bcf").size() / 2));
+	d.write("other.txt", "1 1 0\n2 1 0.5\n");
+	const std::string two = "] holds sites of more than one chromosome (20, then 21 at position 1000474): phase one chromosome at a time, choosing it with --region (for instance --region 20)";
+	for (const auto & c : std::vector < std::pair < std::string, std::string > > { { "--input-vcf two.vcf.gz", two }, { "--input-vcf two.bcf", two }, { "--input-bed two", two },
+			{ "--input-ped two", two }, { "--input-gen two.gen two.sample", two }, { "--input-vcf cut.bcf", "ERROR:\033[0m File [cut.bcf] is corrupted or truncated" },
+			{ "--input-vcf x20.vcf.gz --input-map other.txt", "Genetic map [other.txt] covers positions 1 to 2, and none of the sites" } }) {
+		RunResult r = runSorvane(c.first + " --output-max o -L o", d.path);
+		EXPECT_EQ(r.status, 1) << c.first;
+		EXPECT_TRUE(has(r.out, c.second)) << r.out;
 	}
 	run(d, "bcftools view -Oz -o cut21.vcf.gz -t 21:1030000-1080000 x21.vcf.gz");
 	phase(d, "--input-vcf x20.vcf.gz", "alone20");

@@ -121,12 +121,11 @@ TEST(cli_readmine, HandMadeReads) {
 	d.write("ref.fa", ">20\n" + std::string(1000, 'A') + "\n");
 	run(d, "samtools view --no-PG -C -T ref.fa -o bams/s.cram bams/s.bam && samtools index bams/s.cram");
 	run(d, "samtools view --no-PG -h bams/s.bam | grep -v '^@HD' | samtools view --no-PG -b -o bams/noso.bam && samtools index bams/noso.bam");
-	d.write("bams/cram.txt", "S1 s.cram -1\n");
-	d.write("bams/noso.txt", "S1 noso.bam -1\n");
-	for (std::string list : { "cram", "noso" }) {
-		RunResult c = runReadmine("--bam-list bams/" + list + ".txt --vcf sites.vcf --reference ref.fa --output " + list + ".pir", d.path);
+	for (std::string bam : { "s.cram", "noso.bam" }) {
+		d.write("bams/one.txt", "S1 " + bam + " -1\n");
+		RunResult c = runReadmine("--bam-list bams/one.txt --vcf sites.vcf --reference ref.fa --output one.pir", d.path);
 		ASSERT_EQ(c.status, 0) << c.out;
-		EXPECT_EQ(d.read(list + ".pir"), MAP + EXPECTED_S1) << list;
+		EXPECT_EQ(d.read("one.pir"), MAP + EXPECTED_S1) << bam;
 	}
 	// A region keeps the sites inside it only, their indexes counted from it, and the
 	// chromosome it names only.

@@ -19,9 +19,8 @@ const std::string pedFile =
 
 // Plain and compressed files alike.
 TEST(gen_reader, ThresholdCallsSamplesAndPedigree) {
-	const std::string ext = ".bz2";	// read as compressed by its content, like any input
 	TempDir d;
-	const std::string sample = "s.sample" + ext, gen = "s.gen" + ext;
+	const std::string sample = "s.sample.bz2", gen = "s.gen.bz2";
 	testutils::writeCompressed(d.file(sample), "ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n"
 		"F1 dad 0 0 0 1\nF1 mum 0 0 0 2\nF1 kid 0 dad mum 1\nF2 skip 0 0 0 2\n");
 	testutils::writeCompressed(d.file(gen),
@@ -122,9 +121,8 @@ TEST(gen_reader, EmptyAndFaultyFiles) {
 
 // Plain and compressed files alike.
 TEST(ped_reader, AllelesMissingCodeAndPedigree) {
-	const std::string ext = ".bz2";	// read as compressed by its content, like any input
 	TempDir d;
-	const std::string map = "p.map" + ext, ped = "p.ped" + ext;
+	const std::string map = "p.map.bz2", ped = "p.ped.bz2";
 	testutils::writeCompressed(d.file(map), pedMap);
 	testutils::writeCompressed(d.file(ped), pedFile);
 	Store S(true);

@@ -47,15 +47,12 @@ TEST(genotype_reader, PutIndAndPutSnpRefusals) {
 	EXPECT_EQ(S.G.putSnp("1", 50, "A", "C", 5), nullptr);	// lower but excluded: not compared
 	EXPECT_EQ(S.G.putSnp("1", -1, "A", "C", 5), nullptr);	// negative: silently excluded
 	EXPECT_EQ(S.G.putSnp("1", 2000, "A", "C", 5), nullptr);	// outside the window
-	S.F.chromosome = "1";
-	EXPECT_EQ(S.G.putSnp("2", 150, "A", "C", 5), nullptr);	// another chromosome than that of --region
 	EXPECT_NE(S.G.putSnp("1", 100, "A", "G", 5), nullptr);	// same position, other alleles
 	EXPECT_NE(S.G.putSnp("1", 100, "C", "A", 5), nullptr);	// same alleles swapped
 	EXPECT_NE(S.G.putSnp("1", 110, "A", "C,G", 2), nullptr);
 	EXPECT_EQ(siteList(S.G), "100:A/C 100:A/G 100:C/A 110:A/C,G");
 	EXPECT_LOG_ERROR(S.G.putSnp("1", 100, "A", "C", 5), "Wrong ordering in physical positions curr_pos=100 prev_pos=110");
 	EXPECT_LOG_ERROR(S.G.putSnp("1", 110, "A", "C,G", 2), "Duplicate site pos=110 ref=A alt=C,G");
-	S.F.chromosome.clear();
 	EXPECT_LOG_ERROR(S.G.putSnp("2", 130, "A", "C", 5), "more than one chromosome \\(1, then 2 at position 130\\)");
 }
 

@@ -25,16 +25,15 @@ TEST(haplotype_reader, LayoutsAndFilters) {
 		"1 rs400 400 C T 1 0 0 0 0 1\n"
 		"1 rs400 400 C T 0 1 0 0 1 1\n"
 		"1 rs2000 x2000 2000 A C 1 1 1 1 1 1\n";
-	const std::string ext = ".bz2";	// read as compressed by its content, like any input
 	TempDir d;
-	testutils::writeCompressed(d.file("h.sample" + ext), sample);
-	testutils::writeCompressed(d.file("h.haps" + ext), haps);
+	testutils::writeCompressed(d.file("h.sample.bz2"), sample);
+	testutils::writeCompressed(d.file("h.haps.bz2"), haps);
 	filter_reader F;
 	F.initialise(0, 1000);
 	F.snp_exclude[300] = true;
 	F.ind_exclude["s2"] = false;
 	haplotype_reader H(F);
-	std::string log = logOf(d, [&] { H.readHaplotypeImpute(d.file("h.haps" + ext), d.file("h.sample" + ext)); });
+	std::string log = logOf(d, [&] { H.readHaplotypeImpute(d.file("h.haps.bz2"), d.file("h.sample.bz2")); });
 
 	EXPECT_EQ(H.sample_header1 + "\n" + H.sample_header2 + "\n", header);
 	EXPECT_EQ(H.ind_id, std::vector < std::string > ({ "s1", "s3" }));
@@ -52,8 +51,8 @@ TEST(haplotype_reader, LayoutsAndFilters) {
 	EXPECT_EQ(H.hap1, std::vector < std::vector < bool > > ({ { 1, 1, 0, 1 }, { 0, 0, 1, 1 } }));
 
 	// The format line follows the last line of the file, an excluded one here.
-	EXPECT_EQ(log, "\nReading sample list in [" + d.file("h.sample" + ext) + "]\n  * 2 individuals included\n  * 1 individuals excluded\n"
-		"\nReading site list and haplotypes in [" + d.file("h.haps" + ext) + "]\n"
+	EXPECT_EQ(log, "\nReading sample list in [" + d.file("h.sample.bz2") + "]\n  * 2 individuals included\n  * 1 individuals excluded\n"
+		"\nReading site list and haplotypes in [" + d.file("h.haps.bz2") + "]\n"
 		"  * New HAP/SAMPLE format detected\n  * 4 sites included\n  * 2 sites excluded\n");
 }
 

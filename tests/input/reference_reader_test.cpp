@@ -41,17 +41,16 @@ TEST(reference_reader, AlignedPanelAtStudyResolution) {
 	std::unique_ptr < snp_set > S = studySites({ { 100, "A", "C" }, { 200, "G", "T" }, { 300, "A", "G" }, { 400, "C", "T" } });
 	const std::string legend = "id position a0 a1\nr100 100 A C\nr150 150 C G\nr200 200 T G\nr300 300 A G\nr300b 300 A T\nr400 400 C T extra cols\n";
 	const std::string haps = "0 1 1 1 1 0\nnot split\n0 1 1 0 0 0\n1 0 0 0 1 ?\nbad\n";
-	const std::string ext = ".bz2";	// read as compressed by its content, like any input
 	TempDir d;
-	testutils::writeCompressed(d.file("p.samples" + ext), samples3);
-	testutils::writeCompressed(d.file("p.legend" + ext), legend);
-	testutils::writeCompressed(d.file("p.hap" + ext), haps);
+	testutils::writeCompressed(d.file("p.samples.bz2"), samples3);
+	testutils::writeCompressed(d.file("p.legend.bz2"), legend);
+	testutils::writeCompressed(d.file("p.hap.bz2"), haps);
 	filter_reader F;
 	F.initialise(0, 250);
 	F.grp_exclude["AFR"] = false;
 
 	reference_reader R(F, S.get());
-	std::string log = logOf(d, [&] { R.readReferenceImpute(d.file("p.hap" + ext), d.file("p.legend" + ext), d.file("p.samples" + ext)); });
+	std::string log = logOf(d, [&] { R.readReferenceImpute(d.file("p.hap.bz2"), d.file("p.legend.bz2"), d.file("p.samples.bz2")); });
 
 	EXPECT_EQ(R.ind_id, std::vector < std::string > ({ "s1", "s3" }));
 	EXPECT_EQ(R.ind_male, std::vector < bool > ({ true, false }));
@@ -64,10 +63,10 @@ TEST(reference_reader, AlignedPanelAtStudyResolution) {
 	EXPECT_EQ(R.hap0, std::vector < std::vector < bool > > ({ { 0, 1, 1, 0 }, { 1, 1, 1, 0 } }));
 	EXPECT_EQ(R.hap1, std::vector < std::vector < bool > > ({ { 1, 0, 0, 0 }, { 0, 1, 0, 0 } }));
 
-	EXPECT_EQ(log, "\nReading sample list [" + d.file("p.samples" + ext) + "]\n  * Column gender detected (idx=3)\n"
+	EXPECT_EQ(log, "\nReading sample list [" + d.file("p.samples.bz2") + "]\n  * Column gender detected (idx=3)\n"
 		"  * 4 reference haplotypes included\n  * 2 reference haplotypes excluded\n  * 1 males / 1 females\n"
-		"\nReading SNPs in [" + d.file("p.legend" + ext) + "]\n  * 4 reference panel sites included\n  * 2 reference panel sites excluded\n"
-		"\nReading reference haplotypes in [" + d.file("p.hap" + ext) + "]\n");
+		"\nReading SNPs in [" + d.file("p.legend.bz2") + "]\n  * 4 reference panel sites included\n  * 2 reference panel sites excluded\n"
+		"\nReading reference haplotypes in [" + d.file("p.hap.bz2") + "]\n");
 }
 
 // Missing, duplicated and misaligned sites: report rows, the exclude list and the stop,

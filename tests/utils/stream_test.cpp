@@ -48,10 +48,10 @@ TEST(streams, RoundTripsPlainGzipBzip2) {
 		testutils::writeCompressed(d.file(name), text);
 		EXPECT_EQ(readAll(d.file(name)), text) << name;
 	}
-	d.write("plain.gz", text);
-	d.write("gzip.txt", d.read("a.gz"));
-	d.write("bzip2.gz", d.read("a.bz2"));
-	for (std::string name : { "plain.gz", "gzip.txt", "bzip2.gz" }) EXPECT_EQ(readAll(d.file(name)), text) << name;
+	for (const auto & m : std::vector < std::pair < std::string, std::string > > { { "plain.gz", text }, { "gzip.txt", d.read("a.gz") }, { "bzip2.gz", d.read("a.bz2") } }) {
+		d.write(m.first, m.second);
+		EXPECT_EQ(readAll(d.file(m.first)), text) << m.first;
+	}
 	// A pipe cannot be rewound after its first bytes are read.
 	ASSERT_EQ(system(("cd " + d.path + " && mkfifo pipe && (cat a.gz > pipe &)").c_str()), 0);
 	EXPECT_EQ(readAll(d.file("pipe")), text);
