@@ -3,13 +3,12 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-// Splits a line on runs of blanks and tabs as sutils::tokenize does, dropping a carriage
-// return that ends it, but only records where each field starts and ends: a data line
-// holds one field per sample, which is not worth a string of its own.
+// Splits a line on runs of blanks and tabs as sutils::tokenize does, but only records
+// where each field starts and ends: a data line holds one field per sample, which is not
+// worth a string of its own.
 static int splitFields(const std::string & line, std::vector < int > & bounds) {
 	bounds.clear();
 	int n = line.size();
-	if (n > 0 && line[n - 1] == '\r') n --;
 	for (int i = 0 ; ; ) {
 		while (i < n && (line[i] == ' ' || line[i] == '\t')) i ++;
 		if (i == n) break;

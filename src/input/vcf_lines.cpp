@@ -92,7 +92,14 @@ bool vcf_lines::next(std::string & line) {
 	return !exhausted && readLine(line);
 }
 
+// A line without the carriage return of a file written with CR LF ends.
 bool vcf_lines::readLine(std::string & line) {
+	if (!readRaw(line)) return false;
+	if (!line.empty() && line.back() == '\r') line.pop_back();
+	return true;
+}
+
+bool vcf_lines::readRaw(std::string & line) {
 	if (!hts) return static_cast < bool > (getline(text, line));
 	int status;
 	if (header) {

@@ -46,6 +46,7 @@ private:
 	size_t header_next;
 
 	bool readLine(std::string & line);
+	bool readRaw(std::string & line);
 	[[noreturn]] void broken();
 };
 
