@@ -121,9 +121,16 @@ bool filter_reader::parseRegion(const std::string & region, std::string & chr, i
 	return from <= to;
 }
 
+void filter_reader::checkRegion(const std::string & region) {
+	std::string chr;
+	int from, to;
+	if (!parseRegion(region, chr, from, to)) LOG.error("The region [" + region + "] is not of the form CHR, CHR:FROM-TO or FROM-TO with FROM <= TO");
+}
+
 void filter_reader::setRegion(const std::string & region) {
 	int from, to;
-	if (!parseRegion(region, chromosome, from, to)) LOG.error("The region [" + region + "] is not of the form CHR, CHR:FROM-TO or FROM-TO with FROM <= TO");
+	checkRegion(region);
+	parseRegion(region, chromosome, from, to);
 	pos_from = std::max(pos_from, from);
 	// The window's end is exclusive.
 	if (to < pos_to) pos_to = to + 1;

@@ -34,6 +34,8 @@ public:
 	void setRegion(const std::string & region);
 	// False when the text is no such region.
 	static bool parseRegion(const std::string & region, std::string & chr, int & from, int & to);
+	// Ends the run when the text is no such region.
+	static void checkRegion(const std::string & region);
 
 	bool checkSnp(int pos);
 	bool checkChromosome(const std::string & chr);

@@ -111,10 +111,7 @@ void sorvane::check_options() {
 	float oto = options["output-to"].as < double > ();
 	if (ofrom < 0 || oto <= 0 || oto <= ofrom)
 		LOG.error("The output window coordinates are incorrect (must have --output-from >= 0 & --output-to > 0 & --output-from < output-to");
-	std::string chr;
-	int from, to;
-	if (options.count("region") && !filter_reader::parseRegion(options["region"].as < std::string > (), chr, from, to))
-		LOG.error("The region [" + options["region"].as < std::string > () + "] is not of the form CHR, CHR:FROM-TO or FROM-TO with FROM <= TO");
+	if (options.count("region")) filter_reader::checkRegion(options["region"].as < std::string > ());
 	if (options.count("aligned")) flippable = 0;
 }
 

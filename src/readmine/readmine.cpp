@@ -54,10 +54,7 @@ void readmine::checkOptions() {
 	if (!options.count("output")) LOG.error("You must specify an output PIR file with option --output");
 	if (options["min-mapq"].as < int > () < 0) LOG.error("The minimum mapping quality must be 0 or more");
 	if (options["min-baseq"].as < int > () < 0) LOG.error("The minimum base quality must be 0 or more");
-	std::string chr;
-	int from, to;
-	if (options.count("region") && !filter_reader::parseRegion(options["region"].as < std::string > (), chr, from, to))
-		LOG.error("The region [" + options["region"].as < std::string > () + "] is not of the form CHR, CHR:FROM-TO or FROM-TO with FROM <= TO");
+	if (options.count("region")) filter_reader::checkRegion(options["region"].as < std::string > ());
 }
 
 // A relative file name of the list is taken from the list's folder.

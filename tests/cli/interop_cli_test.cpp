@@ -2,7 +2,6 @@
 #include "test_utils.h"
 
 #include <map>
-#include <regex>
 #include <set>
 
 using testutils::RunResult;
@@ -111,7 +110,7 @@ TEST(cli_interop, PipelineVcf) {
 	run(d, "bgzip chr20.vcf && tabix chr20.vcf.gz && head -3 subset > three");
 	phase(d, "--input-vcf chr20.vcf.gz", "p", "", 2);
 	EXPECT_TRUE(has(d.read("p.log"), "  * 3 multiallelic or symbolic records skipped; split them with bcftools norm -m- to phase them\n"));
-	EXPECT_TRUE(std::regex_search(run(d, "bcftools view -h p.vcf.gz"), std::regex("^##fileformat=VCFv4.2\n[\\s\\S]*\n##fileDate=20[0-9]{6}\n")));
+	EXPECT_EQ(run(d, "bcftools view -h p.vcf.gz | grep -e '^##fileformat' -e '^##fileDate' | sed 's/=20[0-9]\\{6\\}$/=YYYYMMDD/'"), "##fileformat=VCFv4.2\n##fileDate=YYYYMMDD\n");
 	EXPECT_EQ(run(d, "bcftools view -h p.vcf.gz | grep -e '^##INFO' -e '^##contig'"), run(d, "zgrep -e '^##INFO' -e '^##contig' chr20.vcf.gz"));
 	const int n_records = std::stoi(run(d, "bcftools view -H p.vcf.gz | wc -l"));
 	ASSERT_EQ(runSorvane("-convert --input-haps p --output-vcf p.bcf -L c", d.path).status, 0);
