@@ -53,7 +53,7 @@ install: build
 
 uninstall:
 	@test -f $(BUILD)/install_manifest.txt || { echo "Nothing installed from $(BUILD)"; exit 1; }
-	xargs rm -fv < $(BUILD)/install_manifest.txt
+	sed 's|^|$(DESTDIR)|' $(BUILD)/install_manifest.txt | xargs rm -fv
 	rm -f $(BUILD)/install_manifest.txt
 
 test: build

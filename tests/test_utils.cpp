@@ -59,6 +59,11 @@ RunResult runSorvane(const std::string & args, const std::string & dir) {
 	return runCommand(std::string(SORVANE_BIN) + " " + args, dir);
 }
 
+::testing::AssertionResult refused(const RunResult & r, const std::string & message) {
+	if (r.status == 1 && has(r.err, "ERROR: " + message)) return ::testing::AssertionSuccess();
+	return ::testing::AssertionFailure() << "status " << r.status << ", standard error:\n" << r.err;
+}
+
 void writeCompressed(const std::string & name, const std::string & content) {
 	ofile f(name);
 	f << content;

@@ -8,10 +8,9 @@
 #include <unistd.h>
 #include <vector>
 
-// LOG.error writes to standard output and exits 1; death tests read standard error, so
-// the child sends its standard output there before running the statement.
+// LOG.error writes to standard error, which death tests read, and exits 1.
 #define EXPECT_LOG_ERROR(statement, regex) \
-	EXPECT_EXIT({ LOG.muteL(); dup2(2, 1); statement; }, ::testing::ExitedWithCode(1), regex)
+	EXPECT_EXIT({ LOG.muteL(); statement; }, ::testing::ExitedWithCode(1), regex)
 
 namespace testutils {
 
@@ -38,6 +37,9 @@ RunResult runCommand(const std::string & command, const std::string & dir);
 
 // Runs the built binary with the given argument string inside `dir`.
 RunResult runSorvane(const std::string & args, const std::string & dir);
+
+// Exit status 1 with "ERROR: " and the message on standard error; the failure shows both.
+::testing::AssertionResult refused(const RunResult & r, const std::string & message);
 
 // The whole content of a file, bytes as they are.
 std::string readFile(const std::string & name);

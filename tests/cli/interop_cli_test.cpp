@@ -73,18 +73,25 @@ TEST(cli_interop, ExportsReadAlike) {
 	d.write("cut.bcf", bcf.substr(0, bcf.size() / 2));
 	RunResult r = runSorvane("-check --input-vcf cut.bcf -L cut", d.path);
 	EXPECT_EQ(r.status, 1);
-	EXPECT_TRUE(has(r.out, "ERROR:\033[0m File [cut.bcf] is corrupted or truncated")) << r.out;
+	EXPECT_TRUE(has(r.err, "ERROR: File [cut.bcf] is corrupted or truncated")) << r.err;
 }
 
 // Phased output as VCF, BGZF with its index and BCF: bcftools reads, re-indexes and counts
 // the same sites and samples; the HAPS/SAMPLE output loads in plink2, whose VCF export
-// gives back the phased genotypes.
+// gives back the phased genotypes. Streamed to standard output, as text or BCF, the same
+// records go to bcftools, and the screen to standard error.
 TEST(cli_interop, OutputsLoadInBcftoolsAndPlink2) {
 	TempDir d;
 	exsubset::writeSubset(d);
-	RunResult r = runSorvane("--input-vcf " + E + "/cohort.vcf.gz" + exsubset::subsetArgs() + "--thread 2 --seed 1 --output-max p --output-vcf p.vcf.gz -L p", d.path);
+	const std::string phase = "--input-vcf " + E + "/cohort.vcf.gz" + exsubset::subsetArgs() + "--thread 1 --seed 1 ";
+	RunResult r = runSorvane(phase + "--output-max p --output-vcf p.vcf.gz -L p", d.path);
 	ASSERT_EQ(r.status, 0) << r.out;
 	ASSERT_EQ(runSorvane("-convert --input-haps p --output-vcf p.bcf -L c", d.path).status, 0);
+	for (std::string stream : { phase + "--output-vcf - -L s", std::string("-convert --input-haps p --output-vcf -.bcf -L s") }) {
+		r = testutils::runCommand("(" SORVANE_BIN " " + stream + " | bcftools view -H)", d.path);
+		EXPECT_EQ(r.out, testutils::runCommand("bcftools view -H p." + std::string(has(stream, "bcf") ? "bcf" : "vcf.gz"), d.path).out) << stream;
+		EXPECT_TRUE(has(r.err, "  * LOGfile : [s.log]\n")) << r.err;
+	}
 	const std::vector < std::string > haps = lines(d.read("p.haps"));
 	const std::string sites = std::to_string(haps.size());
 	int status;

@@ -5,6 +5,7 @@
 #include <map>
 
 using testutils::RunResult;
+using testutils::has;
 using testutils::TempDir;
 using testutils::lines;
 using testutils::readCompressed;
@@ -64,23 +65,26 @@ double switchError(const Phased & out, const Phased & truth) {
 
 }
 
-// The workflow on the example cohort cut into two overlapping chunks: the ligated, indexed
-// result keeps every genotype, and its switch error stays within half a point of the
-// unchunked run with the same options.
+// The workflow on the example cohort cut into two overlapping chunks, the binary given on
+// the command line only: the ligated, indexed result keeps every genotype, and its switch
+// error stays within half a point of the unchunked run with the same options. Alone, with
+// the example's configuration, a failing chunk shows its error in Snakemake's report.
 TEST(cli_workflow, ChunkedExampleLigates) {
 	TempDir d;
 	const std::string options = "--burn 3 --prune 4 --main 8";
-	d.write("config.yaml",
-		"sorvane: " + std::string(SORVANE_BIN) + "\noutput: results\n"
-		"chromosomes:\n  \"20\":\n    vcf: " + E + "/cohort.vcf.gz\n    map: " + E + "/genetic_map.txt\n"
+	d.write("config.yaml", "output: results\nchromosomes:\n  \"20\":\n    vcf: " + E + "/cohort.vcf.gz\n    map: " + E + "/genetic_map.txt\n"
 		"chunk_size: 170000\noverlap: 40000\nthreads: 2\nseed: 1\nextra: \"" + options + "\"\n");
-	const std::string snakemake = "snakemake -s " + E + "/../workflow/Snakefile --directory " + d.path + " --configfile " + d.file("config.yaml") + " --cores 2";
-	ASSERT_EQ(system((snakemake + " > " + d.file("snakemake.out") + " 2>&1").c_str()), 0) << d.read("snakemake.out");
+	const std::string snakemake = "ln -s " + E + " example && snakemake -s " + E + "/../workflow/Snakefile --cores 2 --config sorvane=" + SORVANE_BIN;
+	RunResult r = testutils::runCommand(snakemake + " 'extra=--states 3'", d.path);
+	EXPECT_NE(r.status, 0);
+	EXPECT_TRUE(has(r.err, "ERROR: You must use at least 5 conditioning haplotypes for phasing")) << r.err;
+	r = testutils::runCommand("rm example && " + snakemake + " --configfile config.yaml", d.path);
+	ASSERT_EQ(r.status, 0) << r.out << r.err;
 	EXPECT_EQ(lines(d.read("results/20/chunk1.log")).empty(), false);
 	EXPECT_FALSE(std::ifstream(d.file("results/20/chunk2.vcf.gz")).good());
 	EXPECT_TRUE(std::ifstream(d.file("results/20.vcf.gz.tbi")).good());
 
-	RunResult r = runSorvane("--input-vcf " + E + "/cohort.vcf.gz --input-map " + E + "/genetic_map.txt --thread 2 --seed 1 " + options + " --output-vcf whole.vcf.gz -L whole", d.path);
+	r = runSorvane("--input-vcf " + E + "/cohort.vcf.gz --input-map " + E + "/genetic_map.txt --thread 2 --seed 1 " + options + " --output-vcf whole.vcf.gz -L whole", d.path);
 	ASSERT_EQ(r.status, 0) << r.out;
 	const Phased chunked = readVcf(d.file("results/20.vcf.gz")), whole = readVcf(d.file("whole.vcf.gz")), truth = readHaps(E + "/truth");
 	const std::map < std::string, std::map < int, int > > G = exsubset::vcfGenotypes();

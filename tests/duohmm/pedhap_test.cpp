@@ -127,9 +127,13 @@ TEST(pedhap, CorrectsFamilies) {
 	testing::internal::GetCapturedStdout();
 	testing::internal::GetCapturedStderr();
 	for (unsigned int i = 0 ; i < F.ids.size() ; i ++) EXPECT_GE(switches(F, *P.haps, i), 2) << F.ids[i];
+	LOG.unmuteC();
+	LOG.terminal = true;
 	testing::internal::CaptureStdout();
 	P.correct();
 	std::string out = testing::internal::GetCapturedStdout();
+	testutils::silenceLog();
+	LOG.terminal = false;
 	EXPECT_NE(out.find("\nCorrecting haplotypes based on pedigree structure [0/7]\r"), std::string::npos);
 	EXPECT_NE(out.find("Correcting haplotypes based on pedigree structure [7/7]\r\n"), std::string::npos);
 	for (unsigned int i = 0 ; i < F.ids.size() ; i ++) {
