@@ -77,7 +77,6 @@ TEST(cli_check, SmallCohortWarningAndChecks) {
 	std::string gz((std::istreambuf_iterator < char > (in)), std::istreambuf_iterator < char > ());
 	d.write("cut.vcf.gz", gz.substr(0, gz.size() - 12));
 	r = runSorvane("-check --input-vcf cut.vcf.gz -L a", d.path);
-	EXPECT_EQ(r.status, 1) << r.out;
 	EXPECT_TRUE(refused(r, "File [cut.vcf.gz] is corrupted or truncated"));
 }
 
@@ -115,7 +114,6 @@ TEST(cli_check, PedigreeChecks) {
 
 	// Parents with two children sit in two trios: reported and refused, unless pedigrees are ignored.
 	r = runSorvane("-check --input-ped sibs -L sibs", d.path);
-	EXPECT_EQ(r.status, 1) << r.out;
 	EXPECT_TRUE(refused(r, "  * 2 samples are included in several duos/trios, check list in sibs.inc.me"));
 	EXPECT_EQ(d.read("sibs.inc.me"), "id\nP1\nP2\n");
 	r = runSorvane("-check --input-ped sibs -L noped --noped", d.path);

@@ -163,8 +163,7 @@ TEST(cli_readmine, Errors) {
 		{ "--output out.pir --region 7:150-170", "The region is on chromosome [7] and the VCF [sites.vcf] on [20]" },
 	};
 	for (const auto & o : options) {
-		RunResult r = runReadmine("--bam-list bams/list.txt --vcf sites.vcf " + o.first, d.path);
-		EXPECT_TRUE(testutils::refused(r, o.second)) << o.first;
+		EXPECT_TRUE(testutils::refused(runReadmine("--bam-list bams/list.txt --vcf sites.vcf " + o.first, d.path), o.second)) << o.first;
 	}
 	RunResult r;
 	r = runReadmine("--help", d.path);
