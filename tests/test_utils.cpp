@@ -44,7 +44,7 @@ std::string readFile(const std::string & name) {
 
 RunResult runCommand(const std::string & command, const std::string & dir) {
 	std::string out = dir + "/.stdout", err = dir + "/.stderr";
-	std::string cmd = "cd '" + dir + "' && " + command + " > .stdout 2> .stderr < /dev/null";
+	std::string cmd = "cd '" + dir + "' && (" + command + ") > .stdout 2> .stderr < /dev/null";
 	int raw = system(cmd.c_str());
 	RunResult r;
 	r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
@@ -53,6 +53,12 @@ RunResult runCommand(const std::string & command, const std::string & dir) {
 	remove(out.c_str());
 	remove(err.c_str());
 	return r;
+}
+
+std::string runOk(const std::string & command, const std::string & dir) {
+	RunResult r = runCommand(command, dir);
+	EXPECT_EQ(r.status, 0) << command << "\n" << r.err;
+	return r.out;
 }
 
 RunResult runSorvane(const std::string & args, const std::string & dir) {

@@ -32,8 +32,11 @@ struct RunResult {
 	std::string err;
 };
 
-// Runs a shell command inside `dir`, with no standard input.
+// Runs a shell command (a pipeline too) inside `dir`, with no standard input.
 RunResult runCommand(const std::string & command, const std::string & dir);
+
+// Runs a shell command inside `dir` that must succeed; its standard output.
+std::string runOk(const std::string & command, const std::string & dir);
 
 // Runs the built binary with the given argument string inside `dir`.
 RunResult runSorvane(const std::string & args, const std::string & dir);

@@ -1,3 +1,4 @@
+#include "cli/example_subset.h"
 #include "test_utils.h"
 
 #include <algorithm>
@@ -15,16 +16,6 @@ namespace {
 
 const std::string E = SORVANE_EXAMPLE_DATA;
 const int LAST_BP = 1100000;
-
-// Per position, the alleles of a HAPS file, two a sample in the file's sample order.
-std::map < int, std::vector < int > > readHaps(const std::string & file) {
-	std::map < int, std::vector < int > > H;
-	for (const std::string & l : lines(testutils::readCompressed(file))) {
-		std::vector < std::string > t = words(l);
-		for (unsigned int k = 5 ; k < t.size() ; k ++) H[std::stoi(t[2])].push_back(t[k] == "1");
-	}
-	return H;
-}
 
 // Identifiers in the style of the example: IND0001, IND0002 ...
 std::string sampleName(int number) {
@@ -133,7 +124,7 @@ TEST(cli_call, LikelihoodChecks) {
 // likelihoods were planted, against the truth, the call follows them.
 TEST(cli_call, BetterThanPerSiteCallsAtLowDepth) {
 	TempDir d;
-	const std::map < int, std::vector < int > > truth = readHaps(E + "/truth.haps");
+	const std::map < int, std::vector < int > > truth = exsubset::Haplotypes(E + "/truth").alleles;
 	std::vector < int > positions;
 	for (const auto & s : truth) if (s.first <= LAST_BP) positions.push_back(s.first);
 	std::map < std::pair < int, int >, int > planted;
@@ -151,7 +142,7 @@ TEST(cli_call, BetterThanPerSiteCallsAtLowDepth) {
 		if (plan.empty()) EXPECT_TRUE(has(log, "\nMODE -call : GENOTYPE CALLING\n  * Autosome (chr1 ... chr22)\n  * Window-based model (SORVANE v2)\n  * No reference panel used\n  * Gibbs sampling\n  * No scaffold of haplotypes used\n")) << log;
 		else EXPECT_TRUE(has(log, "  * No Gibbs sampling\n")) << log;
 		EXPECT_FALSE(has(log, "Parameters :"));
-		const std::map < int, std::vector < int > > out = readHaps(d.file("out.haps"));
+		const std::map < int, std::vector < int > > out = exsubset::Haplotypes(d.file("out")).alleles;
 		ASSERT_EQ(out.size(), positions.size());
 
 		long n = 0, wrong_ml = 0, wrong_call = 0;
@@ -220,8 +211,8 @@ TEST(cli_call, ScaffoldAndRepeatability) {
 	EXPECT_TRUE(has(log, "  * 12 samples with a scaffold out of 100\n")) << log;
 	EXPECT_TRUE(has(log, "  * 13 samples with a scaffold out of 100\n")) << log;
 	EXPECT_EQ(d.read("a.haps"), d.read("b.haps"));
-	const std::map < int, std::vector < int > > truth = readHaps(E + "/truth.haps");
-	const std::map < int, std::vector < int > > out = readHaps(d.file("a.haps"));
+	const std::map < int, std::vector < int > > truth = exsubset::Haplotypes(E + "/truth").alleles;
+	const std::map < int, std::vector < int > > out = exsubset::Haplotypes(d.file("a")).alleles;
 	ASSERT_FALSE(out.empty());
 	long wrong = 0, n = 0;
 	for (const auto & s : out) for (int i = 0 ; i < 100 ; i ++) {

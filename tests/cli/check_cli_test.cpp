@@ -73,11 +73,9 @@ TEST(cli_check, SmallCohortWarningAndChecks) {
 
 	// A truncated compressed input ends the run with a clear error, never a partial read.
 	testutils::writeCompressed(d.file("full.vcf.gz"), smallVcf(60));
-	std::ifstream in(d.file("full.vcf.gz").c_str(), std::ios::binary);
-	std::string gz((std::istreambuf_iterator < char > (in)), std::istreambuf_iterator < char > ());
+	const std::string gz = d.read("full.vcf.gz");
 	d.write("cut.vcf.gz", gz.substr(0, gz.size() - 12));
-	r = runSorvane("-check --input-vcf cut.vcf.gz -L a", d.path);
-	EXPECT_TRUE(refused(r, "File [cut.vcf.gz] is corrupted or truncated"));
+	EXPECT_TRUE(refused(runSorvane("-check --input-vcf cut.vcf.gz -L a", d.path), "File [cut.vcf.gz] is corrupted or truncated"));
 }
 
 // A trio with one Mendel error, and a second family whose parents have two children.

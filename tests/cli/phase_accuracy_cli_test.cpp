@@ -42,9 +42,12 @@ struct Pedigree {
 			}
 		}
 	}
-	bool isParent(const std::string & id) const {
-		for (const auto & p : parents) if (p.second.first == id || p.second.second == id) return true;
-		return false;
+	// Samples with neither parents nor children.
+	std::vector < std::string > unrelated() const {
+		std::vector < std::string > u;
+		for (const std::string & id : ids) if (parents.at(id) == std::make_pair(std::string("0"), std::string("0")) && std::none_of(parents.begin(), parents.end(),
+				[&](const std::pair < const std::string, std::pair < std::string, std::string > > & p) { return p.second.first == id || p.second.second == id; })) u.push_back(id);
+		return u;
 	}
 };
 
@@ -106,13 +109,8 @@ TEST(cli_phase_accuracy, ExampleCohort) {
 	EXPECT_GT(n_trio_sites, 5000);
 
 	// Switch error over the unrelated samples.
-	std::vector < std::string > unrelated;
-	for (const std::string & id : ped.ids) {
-		const std::pair < std::string, std::string > & p = ped.parents[id];
-		if (p.first == "0" && p.second == "0" && !ped.isParent(id)) unrelated.push_back(id);
-	}
 	long pairs;
-	double rate = switchError(out, truth, unrelated, pairs);
+	double rate = switchError(out, truth, ped.unrelated(), pairs);
 	ASSERT_GT(pairs, 20000);
 	EXPECT_LT(rate, 0.03) << pairs << " pairs";
 }
@@ -134,9 +132,7 @@ TEST(cli_phase_accuracy, PanelSelection) {
 
 	Haplotypes truth(E + "/truth");
 	Pedigree ped;
-	std::vector < std::string > unrelated;
-	for (const std::string & id : ped.ids)
-		if (ped.parents[id].first == "0" && ped.parents[id].second == "0" && !ped.isParent(id)) unrelated.push_back(id);
+	const std::vector < std::string > unrelated = ped.unrelated();
 	std::map < std::string, double > rate;
 	for (std::string selection : { "auto", "hamming" }) {
 		RunResult r = runSorvane("--input-vcf " + E + "/cohort.vcf.gz --input-map " + E + "/genetic_map.txt" + panel + "--burn 2 --prune 2 --main 4 --thread 1 --seed 1 --selection " + selection + " --output-max " + selection + " -L " + selection, d.path);
@@ -226,9 +222,7 @@ TEST(cli_phase_accuracy, GraphModelAndPanelAlone) {
 	};
 	Haplotypes truth(E + "/truth");
 	Pedigree ped;
-	std::vector < std::string > unrelated;
-	for (const std::string & id : ped.ids)
-		if (ped.parents[id].first == "0" && ped.parents[id].second == "0" && !ped.isParent(id)) unrelated.push_back(id);
+	const std::vector < std::string > unrelated = ped.unrelated();
 	for (const Run & run : runs) {
 		RunResult r = runSorvane(run.args + " --input-map " + E + "/genetic_map.txt --thread 2 --seed 1 --output-max " + run.name + " -L " + run.name, d.path);
 		ASSERT_EQ(r.status, 0) << run.name << "\n" << r.out;
