@@ -40,11 +40,7 @@ std::set < std::string > siteRows(const std::string & report) {
 TEST(cli_interop, ExportsReadAlike) {
 	TempDir d;
 	const std::string plink = "plink2 --vcf " + E + "/cohort.vcf.gz --out x ";
-	runOk(plink + "--export vcf", d.path);
-	runOk(plink + "--export ped", d.path);
-	runOk(plink + "--export oxford", d.path);
-	runOk(plink + "--make-bed", d.path);
-	runOk("bcftools view -Ob -o x.bcf " + E + "/cohort.vcf.gz", d.path);
+	runOk(plink + "--export vcf && " + plink + "--export ped && " + plink + "--export oxford && " + plink + "--make-bed && bcftools view -Ob -o x.bcf " + E + "/cohort.vcf.gz", d.path);
 	const std::vector < std::pair < std::string, std::string > > inputs = {
 		{ "vcf", "--input-vcf x.vcf" }, { "ped", "--input-ped x" }, { "gen", "--input-gen x.gen x.sample" }, { "bed", "--input-bed x" },
 		{ "bcf", "--input-vcf x.bcf" },
