@@ -8,7 +8,7 @@
 #   c1000common   1,000 individuals, 2 Mb, sites with minor allele frequency >= 1 %
 #   c1000all      1,000 individuals, 2 Mb, all sites, growing population
 #   c1000mac2     the same simulation, sites with minor allele count >= 2
-#   c5000array    5,000 individuals, 0.5 Mb, about one site per 900 bp (array density)
+#   c5000array    5,000 individuals, 0.5 Mb, about one site per 600 bp (array density)
 #   c100panel     100 individuals and a reference panel of 500, 2 Mb, frequency >= 0.5 %
 #   c150common    150 individuals, 2 Mb, frequency >= 1 %
 #   c100all       100 individuals, 2 Mb, all sites
@@ -16,7 +16,7 @@
 # Seeds: SEEDS (default "1"): each seed is a new simulation and a new run of both programs.
 # Threads: THREADS (default 2). Further sorvane options: ARGS. Data: BENCH_DIR (default
 # /tmp/sorvane_peers), reused while the parameters are unchanged. PEERS=0 runs sorvane
-# only; INSTALL_BEAGLE=1 installs Debian's beagle first (as root).
+# only; RUN=0 only simulates; INSTALL_BEAGLE=1 installs Debian's beagle first (as root).
 #
 # Usage: bash bench/peers.sh [sorvane-binary]     (default: build/sorvane)
 # The table (also BENCH_DIR/peers.txt): cohort, seed, sites, then wall seconds, peak MB
@@ -51,7 +51,7 @@ cohort_spec() {
         c1000common) echo "1000 0 2000000 maf:0.01 0" ;;
         c1000all) echo "1000 0 2000000 all 1" ;;
         c1000mac2) echo "1000 0 2000000 mac:2 1" ;;
-        c5000array) echo "5000 0 500000 array:900 0" ;;
+        c5000array) echo "5000 0 500000 array:600 0" ;;
         c100panel) echo "100 500 2000000 maf:0.005 0" ;;
         c150common) echo "150 0 2000000 maf:0.01 0" ;;
         c100all) echo "100 0 2000000 all 0" ;;
@@ -119,6 +119,7 @@ for cohort in $COHORTS; do
         fi
         sites=$(zcat "$dir/cohort.vcf.gz" | grep -vc '^#')
         echo "== $cohort seed $seed: $n individuals, $sites sites"
+        [ "${RUN:-1}" = 1 ] || continue
 
         panel=()
         [ "$ref" -gt 0 ] && panel=(--input-ref "$dir/reference.haplotypes" "$dir/reference.legend" "$dir/reference.samples")
@@ -148,7 +149,7 @@ for cohort in $COHORTS; do
         printf "$fmt" "$cohort" "$seed" "$sites" "$sw" "$smb" "$sse" "$bw" "$bmb" "$bse" "$ratio" | tee -a "$results"
     done
     # Mean and spread over the seeds of this cohort, for every numeric column.
-    if [ "$(wc -w <<< "$SEEDS")" -gt 1 ]; then
+    if [ "${RUN:-1}" = 1 ] && [ "$(wc -w <<< "$SEEDS")" -gt 1 ]; then
         awk -v c="$cohort" -v fmt="$fmt" '$1 == c && $2 ~ /^[0-9]+$/ {
             n++; for (k = 3; k <= NF; k++) if ($k ~ /^[0-9.]+$/) { s[k] += $k; if (!(k in lo) || $k < lo[k]) lo[k] = $k; if (!(k in hi) || $k > hi[k]) hi[k] = $k } }
             END { split("", m); split("", d)

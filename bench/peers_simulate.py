@@ -16,7 +16,7 @@ Sites are kept by --filter, judged on the true haplotypes of the cohort and the 
   all          every site polymorphic in the cohort
   maf:F        minor allele frequency at least F
   mac:K        minor allele count at least K
-  array:BP     at most one site every BP base pairs, drawn among sites of frequency >= 5 %
+  array:BP     at most one site every BP base pairs, drawn among sites of frequency >= 2 %
 Each kept genotype is set missing with chance --missing, else replaced by one of the two
 other genotypes with chance --error.
 "peers_simulate.py --hotspot-map LENGTH" prints the recombination segments used by the
@@ -68,7 +68,7 @@ def keep_sites(filt, rng, rel_pos, counts, n_cohort_haps, n_haps, cohort_ones):
         step = int(value)
         bins = {}
         for k in poly:
-            if minor[k] >= 0.05 * n_haps:
+            if minor[k] >= 0.02 * n_haps:
                 bins.setdefault(rel_pos[k] // step, []).append(k)
         return sorted(v[rand_below(rng, len(v))] for v in bins.values())
     sys.exit("peers_simulate.py: unknown filter " + filt)
