@@ -42,9 +42,15 @@ struct Pedigree {
 			}
 		}
 	}
-	bool isParent(const std::string & id) const {
-		for (const auto & p : parents) if (p.second.first == id || p.second.second == id) return true;
-		return false;
+	// The samples without parents that are no one's parent.
+	std::vector < std::string > unrelated() const {
+		std::vector < std::string > out;
+		for (const std::string & id : ids) {
+			bool parent = false;
+			for (const auto & p : parents) parent = parent || p.second.first == id || p.second.second == id;
+			if (parents.at(id) == std::make_pair(std::string("0"), std::string("0")) && !parent) out.push_back(id);
+		}
+		return out;
 	}
 };
 
@@ -106,11 +112,7 @@ TEST(cli_phase_accuracy, ExampleCohort) {
 	EXPECT_GT(n_trio_sites, 5000);
 
 	// Switch error over the unrelated samples.
-	std::vector < std::string > unrelated;
-	for (const std::string & id : ped.ids) {
-		const std::pair < std::string, std::string > & p = ped.parents[id];
-		if (p.first == "0" && p.second == "0" && !ped.isParent(id)) unrelated.push_back(id);
-	}
+	const std::vector < std::string > unrelated = ped.unrelated();
 	long pairs;
 	double rate = switchError(out, truth, unrelated, pairs);
 	ASSERT_GT(pairs, 20000);
@@ -130,9 +132,7 @@ TEST(cli_phase_accuracy, PanelSelection) {
 
 	Haplotypes truth(E + "/truth");
 	Pedigree ped;
-	std::vector < std::string > unrelated;
-	for (const std::string & id : ped.ids)
-		if (ped.parents[id].first == "0" && ped.parents[id].second == "0" && !ped.isParent(id)) unrelated.push_back(id);
+	const std::vector < std::string > unrelated = ped.unrelated();
 	std::map < std::string, double > rate;
 	for (std::string selection : { "auto", "hamming" }) {
 		RunResult r = runSorvane("--input-vcf " + E + "/cohort.vcf.gz --input-map " + E + "/genetic_map.txt" + panel + "--burn 2 --prune 2 --main 4 --thread 1 --seed 1 --selection " + selection + " --output-max " + selection + " -L " + selection, d.path);
@@ -222,9 +222,7 @@ TEST(cli_phase_accuracy, GraphModelAndPanelAlone) {
 	};
 	Haplotypes truth(E + "/truth");
 	Pedigree ped;
-	std::vector < std::string > unrelated;
-	for (const std::string & id : ped.ids)
-		if (ped.parents[id].first == "0" && ped.parents[id].second == "0" && !ped.isParent(id)) unrelated.push_back(id);
+	const std::vector < std::string > unrelated = ped.unrelated();
 	for (const Run & run : runs) {
 		RunResult r = runSorvane(run.args + " --input-map " + E + "/genetic_map.txt --thread 2 --seed 1 --output-max " + run.name + " -L " + run.name, d.path);
 		ASSERT_EQ(r.status, 0) << run.name << "\n" << r.out;

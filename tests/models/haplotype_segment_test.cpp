@@ -15,16 +15,14 @@ using namespace modeltest;
 
 // Random units of every kind against the brute-force copying model in double precision:
 // random overlapping windows or one window longer than 100 sites, missing data on both
-// sides, conditioning sets whose size is not a multiple of 8. Duos and trios run the masked
+// sides, conditioning sets whose size is not a multiple of 8; duos and trios run the masked
 // form once per track. The lattices are single precision: every matrix cell within 1e-4 of
-// itself, and every transition probability that store draws from the matrices within 1e-3 of the
-// one from the exact matrices. Emissions scaled by 1e-4 scale every chain of a window alike
-// and leave the matrices as they were, but would leave the float range within 10 sites if
-// the lattices were not held near 1. Rare conditioning alleles (alt 0.03) make most sites
-// uniform, where only the pending maps of the rows move. A mismatch emission of 1e-12 puts
-// fragments of one segment hundreds of orders of magnitude apart, and so their cells. Twins: haplotypes 0 and 1 of one
-// sample and 6 and 7 of the panel are equal, and so is 2 of another sample with other
-// missing flags; 11 is 10 but for the last site; all of them in every window.
+// itself, every transition probability that store draws from them within 1e-3 of the exact
+// one. Emissions scaled by 1e-4 would leave the float range within 10 sites were the rows
+// not held near 1; rare conditioning alleles (alt 0.03) make most sites uniform; a mismatch
+// emission of 1e-12 puts the fragments of a segment hundreds of orders of magnitude apart.
+// Twins in every window: haplotypes 0 and 1 of one sample, 6 and 7 of the panel, and 2 of
+// another sample with other missing flags are equal; 11 is 10 but for the last site.
 TEST(haplotype_segment, ExpectationMatchesEnumeratedChains) {
 	putils::initRandom(31);
 	struct Case { int type, L; double het, miss; bool oneWindow; double scale = 1.0, alt = 0.35; bool twins = false; double ee = 0.0; };
@@ -39,23 +37,22 @@ TEST(haplotype_segment, ExpectationMatchesEnumeratedChains) {
 	};
 	for (const Case & c : cases) for (int rep = 0 ; rep < 3 ; rep ++) {
 		Scene x(c.type, c.L, c.het, c.miss, c.oneWindow, c.alt);
+		std::vector < chaplotype > & H = x.GH.vecH;
 		if (c.twins) {
-			for (int k : { 1, 2 }) x.GH.vecH[k] = x.GH.vecH[0];
-			x.GH.vecH[7] = x.GH.vecH[6];
-			x.GH.vecH[11] = x.GH.vecH[10];
-			x.GH.vecH[11].set(c.L - 1, !x.GH.vecH[10].get(c.L - 1));
+			H[1] = H[2] = H[0], H[7] = H[6], H[11] = H[10];
+			H[11].set(c.L - 1, !H[10].get(c.L - 1));
 			for (auto & set : x.cond) for (int k : { 0, 1, 2, 6, 7, 10, 11 }) if (std::find(set.begin(), set.end(), k) == set.end()) set.push_back(k);
 		}
 		if (c.ee > 0.0) x.M.ee = x.M.eeN = c.ee;
 		hmm_parameters scaled = x.M;
 		for (double * e : { &scaled.ed, &scaled.ee, &scaled.edN, &scaled.eeN }) *e *= c.scale;
-		const int S = x.G->HapsC.size(), tracks = c.type < 3 ? 1 : c.type;
+		const int tracks = c.type < 3 ? 1 : c.type;
 		const std::string what = "type " + std::to_string(c.type) + " L " + std::to_string(c.L) + " rep " + std::to_string(rep);
-		haplotype_segment HS(x.GH, x.GH.vecH, false);
+		haplotype_segment HS(x.GH, H, false);
 		HS.windows(x.cond, x.segStart, x.segStop, x.start, x.stop);
 		std::vector < mask_set > masks;
 		x.G->mask(masks);
-		std::vector < matrices > prob(tracks, fresh(S)), ref(tracks);
+		std::vector < matrices > prob(tracks, fresh(x.G->HapsC.size())), ref(tracks);
 		for (int j = 0 ; j < tracks ; j ++) {
 			if (c.type < 3) HS.expectation(x.G.get(), scaled, prob[j]);
 			else HS.expectation(x.G.get(), scaled, masks[j], prob[j]);
@@ -63,10 +60,7 @@ TEST(haplotype_segment, ExpectationMatchesEnumeratedChains) {
 			x.compare(prob[j], ref[j], 1e-4, what + " track " + std::to_string(j));
 		}
 		genotype_graph fromModel = *x.G, exact = *x.G;
-		fromModel.reset();
-		exact.reset();
-		if (c.type < 3) ASSERT_EQ(fromModel.store(prob[0]), exact.store(ref[0])) << what;
-		else ASSERT_EQ(fromModel.store(prob), exact.store(ref)) << what;
+		ASSERT_EQ(c.type < 3 ? fromModel.store(prob[0]) : fromModel.store(prob), c.type < 3 ? exact.store(ref[0]) : exact.store(ref)) << what;
 		for (unsigned int t = 0 ; t < exact.probs.size() ; t ++) ASSERT_NEAR(fromModel.probs[t], exact.probs[t], 1e-3) << what << " transition " << t;
 	}
 }
