@@ -25,50 +25,29 @@ static inline double reduce(float * s) {
 	return ((double)s[0] + s[2]) + ((double)s[1] + s[3]);
 }
 
-// One row of a lattice: c[k] = (o[k] * a + b) * e[k]; returns the sum of the row, each
-// cell counted wt[k] times if wt is given. Sixteen partial sums break the serial dependency
+// One row of a lattice: c[k] = (o[k] * a + b) * e[k]; returns the sum of the row. Sixteen partial sums break the serial dependency
 // of the sum so that the loop vectorises and two vector additions are in flight at once.
-SORVANE_VECTOR_CLONES static double updateRow(const float * __restrict__ o, float a, float b, const float * __restrict__ e, float * __restrict__ c, const float * __restrict__ wt, int Kp) {
+SORVANE_VECTOR_CLONES static double updateRow(const float * __restrict__ o, float a, float b, const float * __restrict__ e, float * __restrict__ c, int Kp) {
 	float s[16] = { 0.0f };
 	int k = 0;
-	if (wt) {
-		for (; k + 16 <= Kp ; k += 16)
-			for (int j = 0 ; j < 16 ; j ++) {
-				const float v = (o[k + j] * a + b) * e[k + j];
-				c[k + j] = v;
-				s[j] += v * wt[k + j];
-			}
-		if (k < Kp)
-			for (int j = 0 ; j < 8 ; j ++) {
-				const float v = (o[k + j] * a + b) * e[k + j];
-				c[k + j] = v;
-				s[j] += v * wt[k + j];
-			}
-	} else {
-		for (; k + 16 <= Kp ; k += 16)
-			for (int j = 0 ; j < 16 ; j ++) {
-				const float v = (o[k + j] * a + b) * e[k + j];
-				c[k + j] = v;
-				s[j] += v;
-			}
-		if (k < Kp)
-			for (int j = 0 ; j < 8 ; j ++) {
-				const float v = (o[k + j] * a + b) * e[k + j];
-				c[k + j] = v;
-				s[j] += v;
-			}
-	}
+	for (; k + 16 <= Kp ; k += 16)
+		for (int j = 0 ; j < 16 ; j ++) {
+			const float v = (o[k + j] * a + b) * e[k + j];
+			c[k + j] = v;
+			s[j] += v;
+		}
+	if (k < Kp)
+		for (int j = 0 ; j < 8 ; j ++) {
+			const float v = (o[k + j] * a + b) * e[k + j];
+			c[k + j] = v;
+			s[j] += v;
+		}
 	return reduce(s);
 }
 
 // m[k] += o[k] * a + b.
 SORVANE_VECTOR_CLONES static void addRow(const float * __restrict__ o, float a, float b, float * __restrict__ m, int Kp) {
 	for (int k = 0 ; k < Kp ; k ++) m[k] += o[k] * a + b;
-}
-
-// m[k] *= wt[k].
-SORVANE_VECTOR_CLONES static void weighRow(const float * __restrict__ wt, float * __restrict__ m, int Kp) {
-	for (int k = 0 ; k < Kp ; k ++) m[k] *= wt[k];
 }
 
 // Sum of x[k] * y[k].
@@ -89,7 +68,7 @@ SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__
 }
 
 haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, bool drawn_known) :
-	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), Kall(0), Kp(0), weighted(false), cur(0), cachedByte(-1), condAll(0), condAny(0) {
+	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), Kp(0), cur(0), cachedByte(-1), condAll(0), condAny(0) {
 }
 
 void haplotype_segment::windows(const std::vector < std::vector < int > > & cond, const std::vector < int > & segStart, const std::vector < int > & segStop, const std::vector < int > & start, const std::vector < int > & stop) {
@@ -113,7 +92,7 @@ void haplotype_segment::expectation(genotype_graph * G, hmm_parameters & M, std:
 void haplotype_segment::run(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < double > > > & prob, const std::string & form) {
 	const int W = start.size();
 	for (int w = 0 ; w < W ; w ++) {
-		prepareWindow(G, w);
+		prepareWindow(w);
 		forward(G, M, w);
 		if (w == W - 1) writeEnds(G, prob, true);
 		backward(G, M, w);
@@ -122,66 +101,18 @@ void haplotype_segment::run(genotype_graph * G, hmm_parameters & M, std::vector 
 	}
 }
 
-// Conditioning haplotypes that carry the same alleles over the window, and the same missing
-// flags where the unit is missing, have the same cells at every site: each group is one
-// state, the first of it, weighed by its size. Then fresh zero-filled lattices sized by the
-// number of states, and the states' bits and missing flags at hand.
-void haplotype_segment::prepareWindow(genotype_graph * G, int w) {
+// Fresh zero-filled lattices sized by the window's conditioning haplotypes, and their bits
+// and missing flags at hand.
+void haplotype_segment::prepareWindow(int w) {
 	const std::vector < int > & C = (*cond)[w];
-	Kall = C.size();
-	missSites.clear();
-	if (!drawn_known) for (int l = start[w] ; l <= stop[w] ; l ++) if (G->Miss[l]) missSites.push_back(l);
-	const int first = start[w] >> 3, last = stop[w] >> 3;
-	const unsigned char firstMask = (unsigned char)(0xFF << (start[w] & 7)), lastMask = (unsigned char)(0xFF >> (7 - (stop[w] & 7)));
-	auto flags = [&](int k) -> const std::vector < bool > * { return C[k] < (int)GH.hap2ind.size() ? &GH.vecG[GH.hap2ind[C[k]]]->Miss : nullptr; };
-	auto byte = [&](int k, int b) {
-		unsigned char x = H[C[k]].data[b];
-		if (b == first) x &= firstMask;
-		if (b == last) x &= lastMask;
-		return x;
-	};
-	auto missed = [&](const std::vector < bool > * m, int l) { return m && (*m)[l]; };
-	auto same = [&](int a, int b) {
-		for (int x = first ; x <= last ; x ++) if (byte(a, x) != byte(b, x)) return false;
-		const std::vector < bool > * ma = flags(a), * mb = flags(b);
-		for (int l : missSites) if (missed(ma, l) != missed(mb, l)) return false;
-		return true;
-	};
-	// FNV-1a keys, sorted, so that only haplotypes of equal keys are compared.
-	keys.resize(Kall);
-	for (int k = 0 ; k < Kall ; k ++) {
-		uint64_t h = 0xcbf29ce484222325ULL;
-		for (int x = first ; x <= last ; x ++) h = (h ^ byte(k, x)) * 0x100000001b3ULL;
-		const std::vector < bool > * m = flags(k);
-		for (int l : missSites) h = (h ^ (unsigned char)missed(m, l)) * 0x100000001b3ULL;
-		keys[k] = std::make_pair(h, k);
-	}
-	std::sort(keys.begin(), keys.end());
-	group.assign(Kall, -1);
-	for (int a = 0 ; a < Kall ; a ++) {
-		const int ka = keys[a].second;
-		if (group[ka] >= 0) continue;
-		group[ka] = ka;
-		for (int b = a + 1 ; b < Kall && keys[b].first == keys[a].first ; b ++)
-			if (group[keys[b].second] < 0 && same(ka, keys[b].second)) group[keys[b].second] = ka;
-	}
-	// States in the order of the window's list, each group's first member coming first;
-	// group[k] becomes the state of k.
-	K = 0;
-	condBits.clear();
-	condMiss.clear();
-	weights.assign((Kall + 7) & ~7, 0.0f);
-	for (int k = 0 ; k < Kall ; k ++) {
-		if (group[k] == k) {
-			group[k] = K ++;
-			condBits.push_back(H[C[k]].data.data());
-			condMiss.push_back(drawn_known ? nullptr : flags(k));
-		} else group[k] = group[group[k]];
-		weights[group[k]] += 1.0f;
-	}
+	K = C.size();
 	Kp = (K + 7) & ~7;
-	weights.resize(Kp);
-	weighted = K < Kall;
+	condBits.resize(K);
+	condMiss.resize(K);
+	for (int k = 0 ; k < K ; k ++) {
+		condBits[k] = H[C[k]].data.data();
+		condMiss[k] = (!drawn_known && C[k] < (int)GH.hap2ind.size()) ? &GH.vecG[GH.hap2ind[C[k]]]->Miss : nullptr;
+	}
 	for (std::vector < float > & L : lattice) L.assign(max_fragments * Kp, 0.0f);
 	missing.assign(K, 0);
 	emit.assign(2 * Kp, 0.0f);
@@ -234,7 +165,7 @@ void haplotype_segment::startRows(unsigned int act, const int * fa) {
 	float * next = lattice[cur ^ 1].data();
 	std::fill(mix.begin(), mix.end(), 1.0f);
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
-		rowS[h] = updateRow(mix.data(), 1.0f, 0.0f, emit.data() + fa[h] * Kp, next + h * Kp, rowWeights(), Kp);
+		rowS[h] = updateRow(mix.data(), 1.0f, 0.0f, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
 		rowA[h] = rowC[h] = 1.0;
 		rowB[h] = 0.0;
 	}
@@ -257,9 +188,9 @@ void haplotype_segment::stepRows(unsigned int act, const int * fa, double nrec, 
 		if (uniform) {
 			rowA[h] = A;
 			rowB[h] = B;
-			rowS[h] = rowS[h] * (nrec + Kall * recN) * by;
+			rowS[h] = rowS[h] * (nrec + K * recN) * by;
 		} else {
-			rowS[h] = updateRow(old + h * Kp, (float)A, (float)B, emit.data() + fa[h] * Kp, next + h * Kp, rowWeights(), Kp);
+			rowS[h] = updateRow(old + h * Kp, (float)A, (float)B, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
 			rowA[h] = 1.0;
 			rowB[h] = 0.0;
 		}
@@ -288,7 +219,7 @@ void haplotype_segment::mixRows(unsigned int act, const int * fa, double nrec, d
 			}
 			mixed = src;
 		}
-		sums[h] = updateRow(mix.data(), 1.0f, 0.0f, emit.data() + fa[h] * Kp, next + h * Kp, rowWeights(), Kp);
+		sums[h] = updateRow(mix.data(), 1.0f, 0.0f, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
 		mults[h] = top;
 	}
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
@@ -428,7 +359,6 @@ void haplotype_segment::interior(genotype_graph * G, hmm_parameters & M, int w, 
 		for (int p = 0 ; p < P ; p ++) {
 			std::fill(mix.begin(), mix.end(), 0.0f);
 			addRow(F + p * Kp, (float)M.nrec[l - 1], (float)(FS[p] * M.recN[l - 1]), mix.data(), Kp);
-			if (weighted) weighRow(weights.data(), mix.data(), Kp);
 			for (int h = 0 ; h < C ; h ++) {
 				double & cell = prob[s][p][h];
 				cell = links.linked(s, p, h) ? FM[p] * BM[h] * dotRow(mix.data(), B + h * Kp, Kp) : 0.0;

@@ -7,9 +7,7 @@
 #include "objects/chaplotype.h"
 #include "objects/genotype_graph.h"
 
-#include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
 // Copying HMM of one unit's graph against the conditioning haplotypes of each window. Per
@@ -67,17 +65,8 @@ public:
 	void expectation(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < bool > > > & mask, std::vector < std::vector < std::vector < double > > > & prob);
 
 private:
-	// States of the window, its conditioning haplotypes, and the row stride.
-	int K, Kall, Kp;
-	// Per state: the number of conditioning haplotypes it stands for (0 in the padding);
-	// weighted is false when each stands for one.
-	std::vector < float > weights;
-	bool weighted;
-	// Grouping of identical conditioning haplotypes: keys, group of each, and the sites of
-	// the window where the unit is missing.
-	std::vector < std::pair < uint64_t, int > > keys;
-	std::vector < int > group;
-	std::vector < int > missSites;
+	// Conditioning haplotypes of the window, and the row stride.
+	int K, Kp;
 	segment_links links;
 	// The two alternating lattices of 8 rows; `cur` is the one holding the rows.
 	std::vector < float > lattice[2];
@@ -91,7 +80,7 @@ private:
 	std::vector < float > emit;
 	// Sum of the source rows at a segment boundary, or one side of an interior product.
 	std::vector < float > mix;
-	// Per state: the bytes of its conditioning haplotype, and the Miss flags of its sample
+	// Per conditioning haplotype: its bytes, and the Miss flags of its sample
 	// (null for a panel haplotype).
 	std::vector < const unsigned char * > condBits;
 	std::vector < const std::vector < bool > * > condMiss;
@@ -102,8 +91,7 @@ private:
 	unsigned char condAll, condAny;
 
 	void run(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < double > > > & prob, const std::string & form);
-	void prepareWindow(genotype_graph * G, int w);
-	const float * rowWeights() const { return weighted ? weights.data() : nullptr; }
+	void prepareWindow(int w);
 	int windowRows(genotype_graph * G, int w) const;
 
 	// One window each, over the lattices that prepareWindow cleared.
