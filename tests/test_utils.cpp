@@ -87,6 +87,12 @@ bool has(const std::string & text, const std::string & part) {
 	return text.find(part) != std::string::npos;
 }
 
+uint64_t fnv1a(const std::string & text) {
+	uint64_t hash = 0xcbf29ce484222325ULL;
+	for (unsigned char c : text) hash = (hash ^ c) * 0x100000001b3ULL;
+	return hash;
+}
+
 std::vector < std::string > words(const std::string & line) {
 	std::istringstream s(line);
 	std::vector < std::string > out;

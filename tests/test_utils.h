@@ -4,6 +4,7 @@
 #include "utils/lfile.h"
 
 #include <gtest/gtest.h>
+#include <cstdint>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -61,6 +62,8 @@ bool has(const std::string & text, const std::string & part);
 std::vector < std::string > words(const std::string & line);
 // The non-empty lines of a text.
 std::vector < std::string > lines(const std::string & text);
+// FNV-1a hash of a text, to pin an output without copying it.
+uint64_t fnv1a(const std::string & text);
 
 }
 

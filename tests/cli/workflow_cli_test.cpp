@@ -35,7 +35,7 @@ TEST(cli_workflow, ChunkedExampleLigates) {
 	const std::map < std::string, std::map < int, int > > G = exsubset::vcfGenotypes();
 	for (const auto & site : chunked.alleles) for (unsigned int i = 0 ; i < chunked.ids.size() ; i ++) {
 		const int g = G.at(chunked.ids[i]).at(site.first);
-		if (g >= 0) ASSERT_EQ(site.second[2 * i] + site.second[2 * i + 1], g) << chunked.ids[i] << " at " << site.first;
+		if (g >= 0) { ASSERT_EQ(site.second[2 * i] + site.second[2 * i + 1], g) << chunked.ids[i] << " at " << site.first; }
 	}
 	long pairs;
 	const double split = exsubset::switchError(chunked, truth, whole.ids, pairs), single = exsubset::switchError(whole, truth, whole.ids, pairs);
