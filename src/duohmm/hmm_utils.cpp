@@ -62,8 +62,8 @@ float crossoverProbability(double same, double diff, float rho, float s, int l, 
 	double num = same * rho * s + diff * (1 - s) * rho;
 	float q = num / den;
 	if (!(q >= 0 && q <= 1)) {
-		std::cout << "ERROR:Invalid probability encountered" << std::endl;
-		std::cout << q << "\n" << l << "\n" << cM_l << " " << cM_p << "\n" << d << "\n" << rho << "\n" << s1 << "\n" << s2 << std::endl;
+		std::cerr << "ERROR:Invalid probability encountered" << std::endl;
+		std::cerr << q << "\n" << l << "\n" << cM_l << " " << cM_p << "\n" << d << "\n" << rho << "\n" << s1 << "\n" << s2 << std::endl;
 		exit(1);
 	}
 	return q;
