@@ -88,15 +88,12 @@ TEST(filters, ListMessagesAndCompressedLists) {
 // Regions as bcftools takes them, 1-based and inclusive, narrowing the window already set.
 TEST(filters, Regions) {
 	const std::map < std::string, std::string > cases = { { "chr20", "chr20 0 1000" }, { "20:150-300", "20 150 301" }, { "20:150-", "20 150 1000" },
-		{ "20:150", "20 150 1000" }, { "150-200", " 150 201" }, { "HLA-A*01:01:1-5", "HLA-A*01:01 100 6" }, { "20:300-150", "" }, { "20:1x", "" }, { ":1-5", "" }, { "150-", "" } };
+		{ "20:150", "20 150 1000" }, { "150-200", " 150 201" }, { "HLA-A*01:01:1-5", "HLA-A*01:01 100 6" } };
 	for (const auto & c : cases) {
 		filter_reader F;
 		F.initialise(c.first[0] == 'H' ? 100 : 0, 1000);
-		if (c.second.empty()) {
-			EXPECT_LOG_ERROR(F.setRegion(c.first), "The region \\[.*\\] is not of the form CHR, CHR:FROM-TO or FROM-TO with FROM <= TO");
-			continue;
-		}
 		F.setRegion(c.first);
 		EXPECT_EQ(F.chromosome + " " + std::to_string(F.pos_from) + " " + std::to_string(F.pos_to), c.second) << c.first;
 	}
+	for (std::string bad : { "20:300-150", "20:1x", ":1-5", "150-" }) EXPECT_LOG_ERROR(filter_reader().setRegion(bad), "The region \\[" + bad + "\\] is not of the form CHR, CHR:FROM-TO or FROM-TO with FROM <= TO");
 }
