@@ -17,9 +17,11 @@
 # Threads: THREADS (default 2). Further sorvane options: ARGS. Data: BENCH_DIR (default
 # /tmp/sorvane_peers), reused while the parameters are unchanged. PEERS=0 runs sorvane
 # only; RUN=0 only simulates; INSTALL_BEAGLE=1 installs Debian's beagle first (as root).
+# TAG names the runs: sorvane's files are DIR/sorvane$TAG.* and the table peers$TAG.txt, so
+# that runs with other options keep their results side by side (see grid.sh).
 #
 # Usage: bash bench/peers.sh [sorvane-binary]     (default: build/sorvane)
-# The table (also BENCH_DIR/peers.txt): cohort, seed, sites, then wall seconds, peak MB
+# The table (also BENCH_DIR/peers$TAG.txt): cohort, seed, sites, then wall seconds, peak MB
 # and switch error % of sorvane and of Beagle, and the ratio of the walls. With several
 # seeds, a line "mean" and "spread" (max - min) per cohort follows.
 set -euo pipefail
@@ -99,7 +101,8 @@ rate() {
 }
 
 mkdir -p "$BENCH_DIR"
-results="$BENCH_DIR/peers.txt"
+TAG="${TAG:-}"
+results="$BENCH_DIR/peers$TAG.txt"
 fmt="%-12s %4s %7s | %8s %7s %9s | %8s %7s %9s | %6s\n"
 printf "$fmt" cohort seed sites "wall s" "peak MB" "switch %" "wall s" "peak MB" "switch %" ratio > "$results"
 printf "$fmt" "" "" "" "sorvane" "" "" "Beagle" "" "" "" >> "$results"
@@ -124,11 +127,12 @@ for cohort in $COHORTS; do
         panel=()
         [ "$ref" -gt 0 ] && panel=(--input-ref "$dir/reference.haplotypes" "$dir/reference.legend" "$dir/reference.samples")
         # shellcheck disable=SC2086
-        if timed "$dir/sorvane" "$bin" --input-vcf "$dir/cohort.vcf.gz" --input-map "$dir/genetic_map.txt" \
-                "${panel[@]}" $ARGS --thread "$THREADS" --seed "$seed" --output-max "$dir/sorvane" -L "$dir/sorvane.log"; then
-            s_row="$wall $mb $(rate "$dir" "$dir/sorvane.haps" "$dir/sorvane.sample" "$dir/sorvane.switch")"
+        out="$dir/sorvane$TAG"
+        if timed "$out" "$bin" --input-vcf "$dir/cohort.vcf.gz" --input-map "$dir/genetic_map.txt" \
+                "${panel[@]}" $ARGS --thread "$THREADS" --seed "$seed" --output-max "$out" -L "$out.log"; then
+            s_row="$wall $mb $(rate "$dir" "$out.haps" "$out.sample" "$out.switch")"
         else
-            echo "   sorvane failed, see $dir/sorvane.out" >&2
+            echo "   sorvane failed, see $out.out" >&2
             s_row="$wall $mb failed"
         fi
         b_row="- - -"
