@@ -166,8 +166,8 @@ TEST(cli_phase, CopyingStatesFile) {
 	const std::string base = "--input-vcf " + std::string(SORVANE_EXAMPLE_DATA) + "/cohort.vcf.gz" + subsetArgs() + "--output-max o -L log --input-copy-states copy";
 	const std::string first = "IND0001 0 IND0002 IND0005\n";
 	const std::vector < std::pair < std::string, std::string > > cases = {
-		{ first + "IND9999 0 IND0002\n", "input-copy-states1: sample IND9999 not found" },
-		{ first + "IND0002 0 IND0001 NOBODY\n", "input-copy-states2: sample NOBODY not found" },
+		{ first + "IND9999 0 IND0002\n", "Line 2 of copy: sample IND9999 is not in the data" },
+		{ first + "IND0002 0 IND0001 NOBODY\n", "Line 2 of copy: sample NOBODY is not in the data" },
 		{ first + "\nIND0002 1050000\n", "Line 3 of copy: a window needs the sample, the position where it starts and at least one sample to copy from" },
 		{ first + "IND0001 0 IND0003\n", "Line 2 of copy: the windows of sample IND0001 must come in increasing position order" },
 		{ "IND0001 10x IND0002\n", "Position 10x at line 1 of [copy] is not a whole number" },
