@@ -68,9 +68,9 @@ public:
 	void writeBinary(ofile & f);
 	void readBinary(ifile & f);
 	void readBinary20(ifile & f);
-	// What makes a graph read from a file unusable over n_sites sites, empty when nothing
-	// does: counters out of their bounds or not summing up, fragment indices past their
-	// segment, probabilities that are not finite and non-negative, dead-end transitions.
+	// What makes a graph unusable over n_sites sites, empty when nothing does: counters out
+	// of their bounds or not summing up, fragment indices past their segment, probabilities
+	// that are not finite and non-negative, dead-end transitions.
 	std::string structuralFault(int n_sites) const;
 
 	// Building from genotypes, one bit per site. The family forms return the number of

@@ -131,12 +131,12 @@ void genotype_graph::readBinary20(ifile & f) {
 
 namespace {
 
-// A state as a key: one nibble a track. The tracks of a graph read from a file are
-// unordered pairs for an unrelated unit (never scaffolded there), so its key is sorted.
-unsigned int stateKey(const unsigned char * bytes, int n, bool next) {
+// A state as a key: one nibble a track. The two tracks of an unrelated unit without
+// scaffold are an unordered pair (as `linked` takes them), so its key is sorted.
+unsigned int stateKey(const unsigned char * bytes, int n, bool next, bool unordered) {
 	unsigned int k[4];
 	for (int j = 0 ; j < n ; j ++) k[j] = next ? bytes[j] >> 4 : bytes[j] & 15;
-	if (n == 2 && k[0] > k[1]) std::swap(k[0], k[1]);
+	if (unordered && k[0] > k[1]) std::swap(k[0], k[1]);
 	unsigned int key = 0;
 	for (int j = 0 ; j < n ; j ++) key = (key << 4) | k[j];
 	return key;
@@ -147,7 +147,7 @@ unsigned int stateKey(const unsigned char * bytes, int n, bool next) {
 // The distinct states that the transitions of group g lead to (next) or come from.
 void genotype_graph::stateKeys(size_t g, bool next, std::vector < unsigned int > & keys) const {
 	keys.clear();
-	for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++) keys.push_back(stateKey(&trans[t * type], type, next));
+	for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++) keys.push_back(stateKey(&trans[t * type], type, next, type == 2 && !scaffolded));
 	std::sort(keys.begin(), keys.end());
 	keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
 }

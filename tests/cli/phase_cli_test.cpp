@@ -4,6 +4,7 @@
 #include "test_utils.h"
 
 #include <cstdint>
+#include <fstream>
 #include <map>
 #include <sstream>
 #include <tuple>
@@ -156,6 +157,28 @@ TEST(cli_phase, DuohmmNeedsPedigreeColumns) {
 	EXPECT_EQ(r.status, 1);
 	EXPECT_TRUE(has(r.out, "ERROR:\033[0m The --duohmm option needs the father and the mother of each sample, and the sample data of this input have no father or mother column (a VCF file carries none)\n")) << r.out;
 	EXPECT_FALSE(has(r.out, "Building")) << r.out;
+}
+
+// Pedigrees that cannot be (a cycle of descent, one sample as both parents, a sample named
+// 0) stop the run once the samples are read, before any phasing or output.
+TEST(cli_phase, ImpossiblePedigrees) {
+	TempDir d;
+	d.write("p.map", "1 rs1 0 100\n1 rs2 0 200\n1 rs3 0 300\n");
+	const std::vector < std::pair < std::string, std::string > > cases = {
+		{ "s1 s2 0\ns2 s3 0\ns3 s1 0\n", "Pedigree cycle: s1 -> s3 -> s2 -> s1" },
+		{ "s1 0 0\ns2 0 0\ns3 s1 s1\n", "Individual s1 is given as both father and mother of s3" },
+		{ "0 0 0\ns2 0 0\ns3 0 0\n", "A sample is named 0, which stands for an absent parent: give it another identifier" },
+	};
+	for (const auto & c : cases) {
+		std::string ped;
+		for (const std::string & l : lines(c.first)) ped += "F " + l + " 1 -9 A C A A C C\n";
+		for (int i = 4 ; i <= 12 ; i ++) ped += "F s" + std::to_string(i) + " 0 0 2 -9 A A C A C C\n";
+		d.write("p.ped", ped);
+		RunResult r = runSorvane("--input-ped p --duohmm --output-max o -L log", d.path);
+		EXPECT_EQ(r.status, 1);
+		EXPECT_TRUE(has(r.out, "ERROR:\033[0m " + c.second + "\n")) << r.out;
+		EXPECT_FALSE(std::ifstream(d.file("o.haps")).good());
+	}
 }
 
 // The copying states file: unknown samples and malformed lines stop the run with the line;
