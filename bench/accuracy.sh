@@ -34,24 +34,8 @@ REFERENCE="${REFERENCE:-100}"
 bin="$(cd "$(dirname "$bin")" && pwd)/$(basename "$bin")"
 mkdir -p "$BENCH_DIR"
 
-# Recombination map over the region: background stretches of 30 to 150 kb at
-# 0.1 to 1 cM/Mb, separated by 1 to 3 kb hotspots at 10 to 50 cM/Mb. Fixed
-# seed, so the map only depends on LENGTH.
-recomb=$(python3 - "$LENGTH" <<'EOF'
-import random, sys
-length = int(sys.argv[1])
-rng = random.Random(1)
-segs, x = [], 0
-while x < length:
-    segs.append((x, round(0.1 + 0.9 * rng.random(), 3)))
-    x += int(30000 + 120000 * rng.random())
-    if x >= length - 5000:
-        break
-    segs.append((x, round(10 + 40 * rng.random(), 2)))
-    x += int(1000 + 2000 * rng.random())
-print(",".join("%d:%g" % s for s in segs))
-EOF
-)
+# Recombination map over the region, with hotspots; it depends on LENGTH only.
+recomb=$(python3 "$root/bench/peers_simulate.py" --hotspot-map "$LENGTH")
 
 results="$BENCH_DIR/results.txt"
 printf "%-12s %8s %16s %10s %10s  %s\n" individuals sites "switch error %" "wall s" "peak MB" status > "$results"

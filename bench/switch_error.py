@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Switch error rate of estimated haplotypes against the true ones.
 
-Both haplotype sets are HAPS/SAMPLE pairs (plain or gzip-compressed). Samples
-are matched by their identifier (second column of the SAMPLE file), sites by
-position. For each sample, the sites used are those heterozygous in the truth,
+Both haplotype sets are HAPS/SAMPLE pairs (plain or gzip-compressed), or a
+phased VCF (plain or gzip-compressed) given in place of the HAPS file with "-"
+in place of the SAMPLE file. Samples are matched by their identifier (second
+column of the SAMPLE file, or the VCF header), sites by position. For each sample, the sites used are those heterozygous in the truth,
 present in both files with the same two alleles, and heterozygous in the
 estimate too (a site where the estimate is homozygous, e.g. a missing
 genotype filled in with the other allele, has no phase and is skipped and
@@ -12,7 +13,11 @@ estimate with respect to the truth between two consecutive sites.
 
   switch error rate = sum of switches / sum of (heterozygous sites - 1)
 
-summed over the samples evaluated: by default the unrelated founders (no
+summed over the samples evaluated. Switches are split into single-site flips
+(the phase of one heterozygous site differs from both its neighbours, which
+agree: two switches, one error) and long switches (the others), each by the
+minor allele count class of the truth: the class of the flipped site, or of the
+rarer site of the pair a long switch falls between. Evaluated: by default the unrelated founders (no
 parent given in the truth SAMPLE file and parent of no one in it), all
 samples with --all, the samples with a parent with --children, those that
 are a parent with --parents. The mean of the per-sample rates is reported
@@ -20,6 +25,7 @@ too.
 
 Usage: switch_error.py TRUTH.haps TRUTH.sample ESTIMATE.haps ESTIMATE.sample
                        [--all | --children | --parents]
+       switch_error.py TRUTH.haps TRUTH.sample ESTIMATE.vcf.gz -
 Only the Python standard library is used.
 """
 
@@ -82,6 +88,33 @@ def read_haps(path, n_samples):
     return sites, len(duplicated)
 
 
+def read_vcf(path):
+    """Samples and sites of a phased VCF, as read_samples and read_haps give them:
+    haplotype digits from GT "a|b" (a haploid "a" counts twice); other records and
+    genotypes that are missing or not 0/1 make the site unusable and drop it."""
+    samples, sites, dropped = None, {}, 0
+    with open_text(path) as f:
+        for line in f:
+            if line.startswith("##"):
+                continue
+            tok = line.rstrip("\n").split("\t")
+            if line.startswith("#"):
+                samples = [(t, "0", "0") for t in tok[9:]]
+                continue
+            pos = int(tok[1])
+            digits = []
+            for field in tok[9:]:
+                alleles = field.split(":")[0].replace("|", "/").split("/")
+                digits.extend(alleles * (2 // len(alleles)))
+            if "," in tok[4] or len(digits) != 2 * len(samples) or "".join(digits).strip("01") or pos in sites:
+                dropped += 1
+                continue
+            sites[pos] = (tok[3], tok[4], "".join(digits))
+    if samples is None:
+        sys.exit("switch_error.py: %s has no #CHROM line" % path)
+    return samples, sites, dropped
+
+
 MAC_CLASSES = ["1", "2", "3-10", ">10"]
 
 
@@ -94,12 +127,39 @@ def mac_class(digits):
     return "3-10" if mac <= 10 else ">10"
 
 
+def rarer(a, b):
+    return min(a, b, key=MAC_CLASSES.index)
+
+
+def classify(chain, counts):
+    """Adds the errors of one sample's heterozygous sites, in order, as (relative phase,
+    class), to counts: single-site flips by the class of the site, long switches by the
+    rarer class of their pair, and the pairs and sites seen by class."""
+    for i, (rel, mac) in enumerate(chain):
+        counts["sites"][mac] += 1
+        if i:
+            counts["pairs"][rarer(mac, chain[i - 1][1])] += 1
+    i = 1
+    while i < len(chain):
+        if chain[i][0] == chain[i - 1][0]:
+            i += 1
+        elif i + 1 < len(chain) and chain[i + 1][0] != chain[i][0]:
+            counts["flips"][chain[i][1]] += 1
+            i += 2
+        else:
+            counts["long"][rarer(chain[i][1], chain[i - 1][1])] += 1
+            i += 1
+
+
 def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=False, group=None):
     """Compute the statistics; returns a dict (see the keys at the end).
     group "children" or "parents" evaluates the samples with a parent or
-    those that are a parent."""
+    those that are a parent. est_sample "-" reads the estimate as a VCF."""
     t_samples = read_samples(truth_sample)
-    e_samples = read_samples(est_sample)
+    if est_sample == "-":
+        e_samples, e_sites, e_dup = read_vcf(est_haps)
+    else:
+        e_samples = read_samples(est_sample)
     t_index = {s[0]: k for k, s in enumerate(t_samples)}
     e_index = {s[0]: k for k, s in enumerate(e_samples)}
     if len(t_index) != len(t_samples) or len(e_index) != len(e_samples):
@@ -120,7 +180,8 @@ def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=Fa
         sys.exit("switch_error.py: no sample in common to evaluate")
 
     t_sites, t_dup = read_haps(truth_haps, len(t_samples))
-    e_sites, e_dup = read_haps(est_haps, len(e_samples))
+    if est_sample != "-":
+        e_sites, e_dup = read_haps(est_haps, len(e_samples))
 
     # Common sites in position order, with the estimate's bit flip when its
     # alleles are given in the other order; sites whose alleles differ are
@@ -142,15 +203,9 @@ def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=Fa
     n = len(chosen)
     tcol = [2 * t_index[i] for i in chosen]
     ecol = [2 * e_index[i] for i in chosen]
-    last = [-1] * n        # relative phase at the previous heterozygous site
-    last_class = [None] * n
-    hets = [0] * n
-    switches = [0] * n
     est_hom = 0            # truth heterozygous, estimate homozygous
     # Per sample, the heterozygous sites used: (relative phase, minor allele count class).
     chain = [[] for _ in range(n)]
-    class_pairs = {c: 0 for c in MAC_CLASSES}
-    class_switches = {c: 0 for c in MAC_CLASSES}
     for tdig, edig, flip in common:
         mac = mac_class(tdig)
         for k in range(n):
@@ -165,32 +220,17 @@ def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=Fa
                 continue
             # Relative phase: 1 when the estimate's first haplotype carries
             # the truth's first haplotype allele.
-            rel = 1 if (e0 == t0) != flip else 0
-            if last[k] >= 0:
-                # A pair of sites counts in the class of its rarer site.
-                c = min(mac, last_class[k], key=MAC_CLASSES.index)
-                class_pairs[c] += 1
-                if rel != last[k]:
-                    switches[k] += 1
-                    class_switches[c] += 1
-            last[k] = rel
-            last_class[k] = mac
-            hets[k] += 1
-            chain[k].append((rel, mac))
+            chain[k].append((1 if (e0 == t0) != flip else 0, mac))
 
-    # A singleton is flipped when its phase differs from both neighbouring heterozygous
-    # sites while these agree.
-    flips = judged = 0
+    counts = {key: {c: 0 for c in MAC_CLASSES} for key in ("sites", "pairs", "flips", "long")}
+    switches, rates = 0, []
     for sites in chain:
-        for i in range(1, len(sites) - 1):
-            if sites[i][1] != "1" or sites[i - 1][0] != sites[i + 1][0]:
-                continue
-            judged += 1
-            flips += sites[i][0] != sites[i - 1][0]
-
-    pairs = sum(h - 1 for h in hets if h >= 2)
-    total = sum(switches)
-    rates = [s / (h - 1) for s, h in zip(switches, hets) if h >= 2]
+        sw = sum(sites[i][0] != sites[i - 1][0] for i in range(1, len(sites)))
+        switches += sw
+        if len(sites) >= 2:
+            rates.append(sw / (len(sites) - 1))
+        classify(sites, counts)
+    pairs = sum(counts["pairs"].values())
     return {
         "samples": n,
         "samples_rated": len(rates),
@@ -200,12 +240,11 @@ def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=Fa
         "allele_mismatch": allele_mismatch,
         "duplicated_positions": t_dup + e_dup,
         "estimate_homozygous": est_hom,
-        "het_sites": sum(hets),
-        "switches": total,
-        "rate": total / pairs if pairs else float("nan"),
+        "het_sites": sum(counts["sites"].values()),
+        "switches": switches,
+        "rate": switches / pairs if pairs else float("nan"),
         "mean_rate": sum(rates) / len(rates) if rates else float("nan"),
-        "class_rates": {c: (class_switches[c], class_pairs[c]) for c in MAC_CLASSES},
-        "singleton_flips": (flips, judged),
+        "classes": counts,
     }
 
 
@@ -237,12 +276,19 @@ def main():
     print("switches:                   %d" % r["switches"])
     print("switch error rate:          %.4f %%" % (100.0 * r["rate"]))
     print("per-sample mean rate:       %.4f %%" % (100.0 * r["mean_rate"]))
-    # Each pair of consecutive heterozygous sites counts in the class of its rarer site.
-    for c in MAC_CLASSES:
-        sw, pairs = r["class_rates"][c]
-        print("minor allele count %-5s    %d switches / %d pairs = %.4f %%" % (c + ":", sw, pairs, 100.0 * sw / pairs if pairs else float("nan")))
-    flips, judged = r["singleton_flips"]
-    print("singleton flip rate:        %d / %d = %.2f %%" % (flips, judged, 100.0 * flips / judged if judged else float("nan")))
+    c = r["classes"]
+    print("by minor allele count:      sites   flips (% of sites)   long switches (% of pairs)")
+    for k in MAC_CLASSES:
+        print("  %-5s %20d %7d (%7.4f %%) %9d (%7.4f %%)"
+              % (k, c["sites"][k], c["flips"][k], percent(c["flips"][k], c["sites"][k]),
+                 c["long"][k], percent(c["long"][k], c["pairs"][k])))
+    flips, longs = sum(c["flips"].values()), sum(c["long"].values())
+    print("single-site flips:          %d (%.4f %% of heterozygous sites)" % (flips, percent(flips, r["het_sites"])))
+    print("long switches:              %d (%.4f %% of pairs)" % (longs, percent(longs, sum(c["pairs"].values()))))
+
+
+def percent(a, b):
+    return 100.0 * a / b if b else float("nan")
 
 
 if __name__ == "__main__":

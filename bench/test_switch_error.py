@@ -43,11 +43,13 @@ def main():
     with tempfile.TemporaryDirectory() as tmp:
         truth = write(tmp, "truth", rows, sample)
 
-        def check(label, est, expected, **kw):
+        def check(label, est, expected, flips=0, **kw):
             r = switch_errors(truth[0], truth[1], est[0], est[1], **kw)
-            ok = r["switches"] == expected
-            print("%-48s switches %d, rate %.6f%%  %s"
-                  % (label, r["switches"], 100 * r["rate"], "ok" if ok else "FAILED"))
+            got_flips = sum(r["classes"]["flips"].values())
+            got_long = sum(r["classes"]["long"].values())
+            ok = r["switches"] == expected and got_flips == flips and got_long + 2 * flips == expected
+            print("%-48s switches %d (flips %d, long %d), rate %.6f%%  %s"
+                  % (label, r["switches"], got_flips, got_long, 100 * r["rate"], "ok" if ok else "FAILED"))
             return ok
 
         ok = check("truth against itself", truth, 0)
@@ -62,7 +64,17 @@ def main():
                     write(tmp, "flip", flipped, sample, compress=True), 1)
 
         single = [r[:c0] + [r[c1], r[c0]] + r[c1 + 1:] if i == mid else r for i, r in enumerate(rows)]
-        ok &= check("IND0001 phase flipped at one middle het site", write(tmp, "one", single, sample), 2)
+        ok &= check("IND0001 phase flipped at one middle het site", write(tmp, "one", single, sample), 2, flips=1)
+
+        # The single flip again, the estimate given as a phased VCF.
+        vcf = os.path.join(tmp, "one.vcf.gz")
+        with gzip.open(vcf, "wt") as f:
+            f.write("##fileformat=VCFv4.2\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\t"
+                    + "\t".join(ids) + "\n")
+            for r in single:
+                gts = [r[5 + 2 * j] + "|" + r[6 + 2 * j] for j in range(len(ids))]
+                f.write("\t".join([r[0], r[2], r[1], r[3], r[4], ".", ".", ".", "GT"] + gts) + "\n")
+        ok &= check("the same as a phased VCF", (vcf, "-"), 2, flips=1)
 
         # The half flip again, with the estimate's alleles and bits reversed
         # at every site and its samples listed in reverse order.
