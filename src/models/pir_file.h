@@ -5,6 +5,7 @@
 #include "objects/snp_set.h"
 #include "utils/ifile.h"
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <unordered_map>
@@ -28,6 +29,9 @@ public:
 	// -1 for a sample not in the data. Safe to call from several threads; a second record of
 	// one sample stops the run, as two threads would then weigh one sample at once.
 	bool next(sequencer & S, std::string & id, int & unit, int & n_read, int & n_kept);
+	// Calls `record` on `threads` threads until the file ends, with the progress line
+	// "`what` [n records]" on the screen; `lock` guards the screen and the count n.
+	void process(int threads, std::mutex & lock, const long & n, const std::string & what, const std::function < bool () > & record);
 	void close();
 
 private:

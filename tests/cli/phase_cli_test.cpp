@@ -42,6 +42,7 @@ TEST(cli_phase, EveryFormatPhasesAndKeepsGenotypes) {
 		ASSERT_EQ(r.status, 0) << run.args << "\n" << r.out << r.err;
 		std::string log = d.read(run.name + ".log");
 		EXPECT_TRUE(has(log, run.units)) << log;
+		EXPECT_EQ(has(log, " genotypes in Mendel errors set missing\n"), run.units == families) << log;
 		EXPECT_EQ(has(log, "Threads lowered"), !run.threads.empty()) << log;
 		EXPECT_TRUE(has(log, run.threads)) << log;
 		for (std::string line : { "Burn-in iteration [1/1]", "Pruning iteration [1/1]", "Main iteration [2/2]", "Solving haplotypes" })
@@ -186,7 +187,7 @@ TEST(cli_phase, ImpossiblePedigrees) {
 TEST(cli_phase, CopyingStatesFile) {
 	TempDir d;
 	writeSubset(d);
-	const std::string base = "--input-vcf " + std::string(SORVANE_EXAMPLE_DATA) + "/cohort.vcf.gz" + subsetArgs() + "--output-max o -L log --input-copy-states copy";
+	const std::string E = SORVANE_EXAMPLE_DATA, rest = subsetArgs() + "--output-max o -L log --input-copy-states copy";
 	const std::string first = "IND0001 0 IND0002 IND0005\n";
 	const std::vector < std::pair < std::string, std::string > > cases = {
 		{ first + "IND9999 0 IND0002\n", "Line 2 of copy: sample IND9999 is not in the data" },
@@ -198,10 +199,12 @@ TEST(cli_phase, CopyingStatesFile) {
 		{ "IND0001 1200000 IND0002\n", "Line 1 of copy: the position 1200000 is after the last site" },
 		{ "IND0001 0 IND0002 IND0001\n", "Line 1 of copy: sample IND0001 cannot copy from itself" },
 		{ first, "No copying states given for sample IND0002 in copy" },
+		{ "IND0003 0 IND0001\n", "Line 1 of copy: sample IND0003 is phased with its family, under the name of its child IND0004: give that name instead" },
 	};
 	for (const std::pair < std::string, std::string > & c : cases) {
 		d.write("copy", c.first);
-		RunResult r = runSorvane(base, d.path);
+		// Read from the PED file, the subset has its duos and trio.
+		RunResult r = runSorvane((has(c.first, "IND0003") ? "--input-ped " + E + "/cohort" : "--input-vcf " + E + "/cohort.vcf.gz") + rest, d.path);
 		EXPECT_EQ(r.status, 1) << c.first;
 		EXPECT_TRUE(has(r.out, "\nReading copying states in [copy]\n")) << r.out;
 		EXPECT_TRUE(has(r.out, "ERROR:\033[0m " + c.second + "\n")) << c.first << "\n" << r.out;

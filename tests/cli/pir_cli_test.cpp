@@ -117,6 +117,8 @@ TEST(cli_pir, AssembleMalformedFiles) {
 		{ map + "IND0001 1\n0 A 20 1 G 20\n\nIND0001 0\n", "ERROR: PIRs file [reads.pir] has a second record of sample IND0001 at line 7, the first being at line 4" },
 		{ map, "  * 0/0 PIRs used\n  * 0/0 samples covered by PIRs\n  * 0 records of samples not in the data skipped\n  * 0 records of samples in duos or trios skipped\n  * 0/0 heterozygotes covered by PIRs\n  * 0/0 graph segments covered by PIRs\n\nWARNING: No sample of the PIR file [reads.pir] matches an unrelated sample of the data: the reads change no graph\n" },
 		{ map + others + "IND0020 1\n0 A 20 1 G 20\n", "  * 1/1 PIRs used\n  * 1/31 samples covered by PIRs\n  * 30 records of samples not in the data skipped\n" },
+		// Bases of quality 0 are certain to be wrong: these two reads leave no phase possible.
+		{ "MAP 2\n1001292 T A\n1002222 G C\nIND0001 2\n0 A 0 1 C 0\n0 A 0 1 G 0\n", "ERROR: PIRs file [reads.pir], record of sample IND0001 at line 4: its reads rule out every phase of two graph segments (Underflow in sequencing" },
 	};
 	for (const std::pair < std::string, std::string > & c : cases) {
 		d.write("reads.pir", c.first);

@@ -6,7 +6,6 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-#include <thread>
 
 assembler::assembler() : n_sample_read(0), n_sample_used(0), n_absent(0), n_family(0), n_group(0), n_group_used(0), n_het(0), n_het_covered(0), n_pir(0), n_pir_used(0) {
 }
@@ -73,19 +72,8 @@ void assembler::assemble() {
 	LOG.printlnL("Assembling reads on graphs");
 
 	n_sample_read = n_sample_used = n_absent = n_family = n_group = n_group_used = n_het = n_het_covered = n_pir = n_pir_used = 0;
-	if (n_thread < 2) while (assembleRecord(records)) LOG.printC("\rAssembling reads on graphs [" + sutils::long2str(n_sample_read) + " records]");
-	else {
-		std::vector < std::thread > workers;
-		for (int t = 0 ; t < n_thread ; t ++) workers.push_back(std::thread([&] {
-			while (assembleRecord(records)) {
-				std::lock_guard < std::mutex > lock (mutex_assemble);
-				LOG.printC("\rAssembling reads onto graphs [" + sutils::long2str(n_sample_read) + " records]");
-			}
-		}));
-		for (std::thread & w : workers) w.join();
-	}
+	records.process(n_thread, mutex_assemble, n_sample_read, "Assembling reads on graphs", [&] { return assembleRecord(records); });
 	records.close();
-	LOG.println("");
 	LOG.println("  * " + sutils::long2str(n_pir_used) + "/" + sutils::long2str(n_pir) + " PIRs used");
 	LOG.println("  * " + sutils::long2str(n_sample_used) + "/" + sutils::long2str(n_sample_read) + " samples covered by PIRs");
 	LOG.println("  * " + sutils::long2str(n_absent) + " records of samples not in the data skipped");

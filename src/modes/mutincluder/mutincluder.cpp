@@ -8,7 +8,6 @@
 #include "utils/sutils.h"
 
 #include <algorithm>
-#include <thread>
 
 mutincluder::mutincluder() : n_het(0), n_het_covered(0), n_seen(0), n_phased(0), n_pir(0), n_pir_used(0), n_record(0), n_absent(0) {
 }
@@ -132,20 +131,8 @@ void mutincluder::includeMutations() {
 	LOG.println("  * " + sutils::int2str(n_missed) + " sites not found in the genotype map");
 	LOG.printlnL("Phasing hets onto haplotypes using PIRs");
 
-	const int T = std::max(1, options["thread"].as < int > ());
-	if (T < 2) while (includeRecord(records)) LOG.printC("\rPhasing hets onto haplotypes using PIRs [" + sutils::long2str(n_record) + " records]");
-	else {
-		std::vector < std::thread > workers;
-		for (int t = 0 ; t < T ; t ++) workers.push_back(std::thread([&] {
-			while (includeRecord(records)) {
-				std::lock_guard < std::mutex > lock (mutex_log);
-				LOG.printC("\rPhasing hets onto haplotypes using PIRs [" + sutils::long2str(n_record) + " records]");
-			}
-		}));
-		for (std::thread & w : workers) w.join();
-	}
+	records.process(options["thread"].as < int > (), mutex_log, n_record, "Phasing hets onto haplotypes using PIRs", [&] { return includeRecord(records); });
 	records.close();
-	LOG.println("");
 	LOG.println("  * " + sutils::long2str(n_pir_used) + "/" + sutils::long2str(n_pir) + " PIRs used");
 	LOG.println("  * " + sutils::long2str(n_record - n_absent) + "/" + sutils::long2str(n_record) + " samples covered by PIRs");
 	LOG.println("  * " + sutils::long2str(n_absent) + " records of samples not in the data skipped");
