@@ -72,6 +72,12 @@ std::string readCompressed(const std::string & name) {
 	return s.str();
 }
 
+void expectError(const RunResult & r, const std::string & message, const std::string & context) {
+	EXPECT_EQ(r.status, 1) << context;
+	const std::string all = r.out + r.err;
+	EXPECT_TRUE(has(all, "ERROR") && has(all, message)) << context << "\n" << message << "\n" << all;
+}
+
 bool has(const std::string & text, const std::string & part) {
 	return text.find(part) != std::string::npos;
 }

@@ -52,6 +52,9 @@ std::string readCompressed(const std::string & name);
 void silenceLog();
 
 bool has(const std::string & text, const std::string & part);
+// A run that stopped with exit status 1 and an error that holds `message`, whichever of the
+// two streams the error went to.
+void expectError(const RunResult & r, const std::string & message, const std::string & context = "");
 // The blank-separated fields of a line.
 std::vector < std::string > words(const std::string & line);
 // The non-empty lines of a text.

@@ -93,11 +93,8 @@ TEST(cli_phase, FailedWriteStops) {
 	TempDir d;
 	writeSubset(d);
 	const std::string base = "--input-ped " + std::string(SORVANE_EXAMPLE_DATA) + "/cohort" + subsetArgs() + "--seed 1 -L log ";
-	for (std::string outputs : { "--output-max /dev/full /dev/full", "--output-max b --output-graph /dev/full" }) {
-		RunResult r = runSorvane(base + outputs, d.path);
-		EXPECT_EQ(r.status, 1) << outputs;
-		EXPECT_TRUE(has(r.out, "ERROR:\033[0m Writing to file [/dev/full] failed: No space left on device\n")) << outputs << "\n" << r.out;
-	}
+	for (std::string outputs : { "--output-max /dev/full /dev/full", "--output-max b --output-graph /dev/full" })
+		testutils::expectError(runSorvane(base + outputs, d.path), "Writing to file [/dev/full] failed: No space left on device\n", outputs);
 }
 
 // --duohmm works from every format that carries a pedigree, with the same result: each
@@ -155,8 +152,7 @@ TEST(cli_phase, DuohmmNeedsPedigreeColumns) {
 	TempDir d;
 	writeSubset(d);
 	RunResult r = runSorvane("--input-vcf " + std::string(SORVANE_EXAMPLE_DATA) + "/cohort.vcf.gz" + subsetArgs() + "--output-max o -L log --duohmm", d.path);
-	EXPECT_EQ(r.status, 1);
-	EXPECT_TRUE(has(r.out, "ERROR:\033[0m The --duohmm option needs the father and the mother of each sample, and the sample data of this input have no father or mother column (a VCF file carries none)\n")) << r.out;
+	testutils::expectError(r, "The --duohmm option needs the father and the mother of each sample, and the sample data of this input have no father or mother column (a VCF file carries none)\n");
 	EXPECT_FALSE(has(r.out, "Building")) << r.out;
 }
 
@@ -175,9 +171,7 @@ TEST(cli_phase, ImpossiblePedigrees) {
 		for (const std::string & l : lines(c.first)) ped += "F " + l + " 1 -9 A C A A C C\n";
 		for (int i = 4 ; i <= 12 ; i ++) ped += "F s" + std::to_string(i) + " 0 0 2 -9 A A C A C C\n";
 		d.write("p.ped", ped);
-		RunResult r = runSorvane("--input-ped p --duohmm --output-max o -L log", d.path);
-		EXPECT_EQ(r.status, 1);
-		EXPECT_TRUE(has(r.out, "ERROR:\033[0m " + c.second + "\n")) << r.out;
+		testutils::expectError(runSorvane("--input-ped p --duohmm --output-max o -L log", d.path), c.second + "\n");
 		EXPECT_FALSE(std::ifstream(d.file("o.haps")).good());
 	}
 }
@@ -205,9 +199,8 @@ TEST(cli_phase, CopyingStatesFile) {
 		d.write("copy", c.first);
 		// Read from the PED file, the subset has its duos and trio.
 		RunResult r = runSorvane((has(c.first, "IND0003") ? "--input-ped " + E + "/cohort" : "--input-vcf " + E + "/cohort.vcf.gz") + rest, d.path);
-		EXPECT_EQ(r.status, 1) << c.first;
+		testutils::expectError(r, c.second + "\n", c.first);
 		EXPECT_TRUE(has(r.out, "\nReading copying states in [copy]\n")) << r.out;
-		EXPECT_TRUE(has(r.out, "ERROR:\033[0m " + c.second + "\n")) << c.first << "\n" << r.out;
 	}
 	EXPECT_TRUE(has(d.read("log.log"), "Window-based model with user specification of the copying states"));
 }
