@@ -98,6 +98,11 @@ void readGraph(ifile & f, const std::string & file, int i, int n, int n_sites, g
 	}
 	const std::string fault = g.structuralFault(n_sites);
 	if (!fault.empty()) graphFault(file, i, n, g, fault);
+	// Graphs are saved with their probabilities normalised: each group has some weight to
+	// draw and maximise from.
+	for (size_t k = 0 ; k < g.probsC.size() ; k ++)
+		if (std::all_of(g.probs.begin() + g.probsI[k], g.probs.begin() + g.probsI[k] + g.probsC[k], [](float p) { return p == 0; }))
+			graphFault(file, i, n, g, "the probabilities of group " + sutils::int2str(k) + " are all 0");
 }
 
 }

@@ -247,12 +247,6 @@ TEST(graph_reader, Versions22And21) {
 	// Heads and tails are tested on their bits only; a checksum present is whole, last, right.
 	const Bytes b = file(true, *original);
 	const std::string sound = withCrc(b.data);
-	auto patched = [&](size_t at, const std::string & bytes) {
-		std::string s = sound;
-		s.replace(at, bytes.size(), bytes);
-		d.write("p.bin", s);
-		return d.file("p.bin");
-	};
 	const size_t tail = b.data.size() - 2;
 	const std::vector < std::pair < std::string, std::string > > cases = {
 		{ std::string(sound).replace(0, 1, "\x2A"), "Binary graph file format unsupported!" },
@@ -261,14 +255,14 @@ TEST(graph_reader, Versions22And21) {
 		{ sound.substr(0, sound.size() - 2), "ends inside its checksum: the file is truncated" },
 		{ sound + "x", "goes on after its checksum" },
 		{ b.data + "\xAA\x15\x15\x15", "is corrupted: its checksum does not match its content" },
+		{ std::string(sound).replace(tail, 2, "\xFF\x3F"), "is corrupted: its checksum does not match its content" },
 		{ std::string(sound).replace(b.endOf("read #probs failed") - 4, 4, "\xFF\xFF\xFF\xFF"), "graph 1 of 1 (sample kid): read #probs failed" },
 	};
 	for (const auto & c : cases) {
 		d.write("p.bin", c.first);
 		EXPECT_TRUE(contains(readFault(d.file("p.bin")), c.second)) << c.second;
 	}
-	// A tail with more bits set passes; the checksum then covers it.
-	EXPECT_EQ(readFault(patched(tail, "\xFF\x3F")), "fault: Graph file [" + d.file("p.bin") + "] is corrupted: its checksum does not match its content");
+	// A tail with more bits set passes, under its own checksum.
 	d.write("p.bin", withCrc(b.data.substr(0, tail) + "\xFF\x3F"));
 	EXPECT_EQ(readFault(d.file("p.bin")), "");
 }
@@ -292,6 +286,7 @@ TEST(graph_reader, StructuralFaults) {
 		{ [](genotype_graph & g) { g.probs.push_back(0.5f); }, "4 probabilities for 3 transitions" },
 		{ [](genotype_graph & g) { g.probs[1] = NAN; }, "probability 1 is not a finite number from 0" },
 		{ [](genotype_graph & g) { g.probs[2] = -1.0f; }, "probability 2 is not a finite number from 0" },
+		{ [](genotype_graph & g) { g.probs[0] = g.probs[1] = 0; }, "the probabilities of group 0 are all 0" },
 		{ [](genotype_graph & g) { g.trans[1] = 0x20; }, "group 0 names a fragment its segments do not have" },
 		{ [](genotype_graph & g) { g.trans[5] = 0x02; }, "group 1 names a fragment its segments do not have" },
 		{ [](genotype_graph & g) { g.trans[4] = g.trans[5] = 0x00; }, "transitions of groups 0 and 1 do not meet" },
