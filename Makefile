@@ -5,6 +5,8 @@
 # missing Debian packages first when run as root. By hand: `make fuzz FUZZ_SECONDS=600`.
 
 BUILD ?= build
+# make install PREFIX=... DESTDIR=...: where the programs and the manual page go.
+PREFIX ?= /usr/local
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE_OUT ?= $(BUILD)/example
 
@@ -23,7 +25,7 @@ TSAN_SKIP = cli_phase_accuracy.DuohmmFamilies
 # A checked build runs slower: more time for each test.
 CHECKED = -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSORVANE_TEST_TIMEOUT=900
 
-.PHONY: all deps fuzz-deps build test test-asan test-tsan fuzz example clean
+.PHONY: all deps fuzz-deps build install uninstall test test-asan test-tsan fuzz example clean
 
 all: build
 
@@ -43,6 +45,16 @@ deps fuzz-deps:
 build: deps
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
 	cmake --build $(BUILD) -j $(JOBS)
+
+# Installs sorvane, readmine, sorvane-plot and the manual page sorvane.1 under PREFIX (bin/,
+# share/man/man1/), below DESTDIR if given; uninstall removes what the last install put.
+install: build
+	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+uninstall:
+	@test -f $(BUILD)/install_manifest.txt || { echo "Nothing installed from $(BUILD)"; exit 1; }
+	sed 's|^|$(DESTDIR)|' $(BUILD)/install_manifest.txt | xargs rm -fv
+	rm -f $(BUILD)/install_manifest.txt
 
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)

@@ -44,7 +44,7 @@ std::string readFile(const std::string & name) {
 
 RunResult runCommand(const std::string & command, const std::string & dir) {
 	std::string out = dir + "/.stdout", err = dir + "/.stderr";
-	std::string cmd = "cd '" + dir + "' && " + command + " > .stdout 2> .stderr < /dev/null";
+	std::string cmd = "cd '" + dir + "' && (" + command + ") > .stdout 2> .stderr < /dev/null";
 	int raw = system(cmd.c_str());
 	RunResult r;
 	r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
@@ -55,8 +55,19 @@ RunResult runCommand(const std::string & command, const std::string & dir) {
 	return r;
 }
 
+std::string runOk(const std::string & command, const std::string & dir) {
+	RunResult r = runCommand(command, dir);
+	EXPECT_EQ(r.status, 0) << command << "\n" << r.err;
+	return r.out;
+}
+
 RunResult runSorvane(const std::string & args, const std::string & dir) {
 	return runCommand(std::string(SORVANE_BIN) + " " + args, dir);
+}
+
+::testing::AssertionResult refused(const RunResult & r, const std::string & message) {
+	if (r.status == 1 && has(r.err, "ERROR: " + message)) return ::testing::AssertionSuccess();
+	return ::testing::AssertionFailure() << "status " << r.status << ", standard error:\n" << r.err;
 }
 
 void writeCompressed(const std::string & name, const std::string & content) {
@@ -72,14 +83,14 @@ std::string readCompressed(const std::string & name) {
 	return s.str();
 }
 
-void expectError(const RunResult & r, const std::string & message, const std::string & context) {
-	EXPECT_EQ(r.status, 1) << context;
-	const std::string all = r.out + r.err;
-	EXPECT_TRUE(has(all, "ERROR") && has(all, message)) << context << "\n" << message << "\n" << all;
-}
-
 bool has(const std::string & text, const std::string & part) {
 	return text.find(part) != std::string::npos;
+}
+
+uint64_t fnv1a(const std::string & text) {
+	uint64_t hash = 0xcbf29ce484222325ULL;
+	for (unsigned char c : text) hash = (hash ^ c) * 0x100000001b3ULL;
+	return hash;
 }
 
 std::vector < std::string > words(const std::string & line) {

@@ -4,14 +4,14 @@
 #include "utils/lfile.h"
 
 #include <gtest/gtest.h>
+#include <cstdint>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
-// LOG.error writes to standard output and exits 1; death tests read standard error, so
-// the child sends its standard output there before running the statement.
+// LOG.error writes to standard error, which death tests read, and exits 1.
 #define EXPECT_LOG_ERROR(statement, regex) \
-	EXPECT_EXIT({ LOG.muteL(); dup2(2, 1); statement; }, ::testing::ExitedWithCode(1), regex)
+	EXPECT_EXIT({ LOG.muteL(); statement; }, ::testing::ExitedWithCode(1), regex)
 
 namespace testutils {
 
@@ -33,11 +33,17 @@ struct RunResult {
 	std::string err;
 };
 
-// Runs a shell command inside `dir`, with no standard input.
+// Runs a shell command (a pipeline too) inside `dir`, with no standard input.
 RunResult runCommand(const std::string & command, const std::string & dir);
+
+// Runs a shell command inside `dir` that must succeed; its standard output.
+std::string runOk(const std::string & command, const std::string & dir);
 
 // Runs the built binary with the given argument string inside `dir`.
 RunResult runSorvane(const std::string & args, const std::string & dir);
+
+// Exit status 1 with "ERROR: " and the message on standard error; the failure shows both.
+::testing::AssertionResult refused(const RunResult & r, const std::string & message);
 
 // The whole content of a file, bytes as they are.
 std::string readFile(const std::string & name);
@@ -52,13 +58,12 @@ std::string readCompressed(const std::string & name);
 void silenceLog();
 
 bool has(const std::string & text, const std::string & part);
-// A run that stopped with exit status 1 and an error that holds `message`, whichever of the
-// two streams the error went to.
-void expectError(const RunResult & r, const std::string & message, const std::string & context = "");
 // The blank-separated fields of a line.
 std::vector < std::string > words(const std::string & line);
 // The non-empty lines of a text.
 std::vector < std::string > lines(const std::string & text);
+// FNV-1a hash of a text, to pin an output without copying it.
+uint64_t fnv1a(const std::string & text);
 
 }
 

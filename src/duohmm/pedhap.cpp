@@ -1,9 +1,10 @@
 #include "duohmm/pedhap.h"
 #include "duohmm/hmm_utils.h"
 #include "utils/assertion.h"
+#include "utils/lfile.h"
 #include "utils/ofile.h"
+#include "utils/sutils.h"
 
-#include <iostream>
 
 namespace {
 
@@ -103,16 +104,16 @@ int pedhap::correct() {
 	int N = 0, done = 0;
 	for (const std::vector < std::string > & family : orderedFamilies())
 		for (const std::string & id : family) N += hasParent(id);
-	std::cout << "\nCorrecting haplotypes based on pedigree structure [0/" << N << "]\r" << std::flush;
+	LOG.printC("\nCorrecting haplotypes based on pedigree structure [0/" + sutils::int2str(N) + "]\r");
 	for (const std::vector < std::string > & family : orderedFamilies()) {
 		for (const std::string & id : family) {
 			if (!hasParent(id)) continue;
 			phase(id);
-			std::cout << "Correcting haplotypes based on pedigree structure [" << ++ done << "/" << N << "]\r" << std::flush;
+			LOG.printC("Correcting haplotypes based on pedigree structure [" + sutils::int2str(++ done) + "/" + sutils::int2str(N) + "]\r");
 		}
 		for (const std::string & id : family) minRecombinant(id);
 	}
-	std::cout << std::endl;
+	LOG.printlnC("");
 	return 0;
 }
 
@@ -203,11 +204,11 @@ int pedhap::minRecombinant(const std::string & parent) {
 // Reports are written like every output of the program, under a temporary name until complete.
 int pedhap::genotypingError(std::string file) {
 	ofile out(file);
-	std::cout << "Writing probable genotype errors to " << file << std::endl;
+	LOG.printlnC("Writing probable genotype errors to " + file);
 	out << "ID\tfather\tmother\tRSID1\tPOS\tPROB_ERROR\n";
 	for (const std::vector < std::string > & family : orderedFamilies()) for (const std::string & id : family) {
 		const std::string dad = ped->sampleinfo.at(id).dad, mum = ped->sampleinfo.at(id).mum;
-		std::cout << "Detecting errors for: " << id << " - " << dad << " - " << mum << std::endl;
+		LOG.printlnC("Detecting errors for: " + id + " - " + dad + " - " + mum);
 		const std::vector < float > * prob;
 		if (dad != "0" && mum != "0") {
 			trio->setHaps(haps->getHap(dad), haps->getHap(mum), haps->getHap(id));
@@ -232,11 +233,11 @@ int pedhap::recombinationMap(std::string file) {
 	out << "PARENT CHILD";
 	for (int l = 0 ; l < K ; l ++) out << " " << haps->positions[l];
 	out << "\n";
-	std::cout << "Calculating recombination map and writing to " << file << std::endl;
+	LOG.printlnC("Calculating recombination map and writing to " + file);
 	for (const std::vector < std::string > & family : orderedFamilies()) for (const std::string & id : family) {
 		if (!hasParent(id)) continue;
 		const std::string dad = ped->sampleinfo.at(id).dad, mum = ped->sampleinfo.at(id).mum;
-		std::cout << "Mapping recombination for: " << id << " - " << dad << " - " << mum << std::endl;
+		LOG.printlnC("Mapping recombination for: " + id + " - " + dad + " - " + mum);
 		if (dad != "0" && mum != "0") {
 			trio->setHaps(haps->getHap(dad), haps->getHap(mum), haps->getHap(id));
 			trio->estimateRecombination();

@@ -13,7 +13,7 @@ namespace {
 // Report files are named after the log and hold one tab-separated header line.
 std::string openReport(ofile & fd, std::string suffix, std::string header) {
 	std::string name = LOG.getPrefix() + suffix;
-	if (!fd.open(name)) LOG.error(name + " is impossible to create, check writing permissions");
+	if (!fd.open(name, false, true)) LOG.error(name + " is impossible to create, check writing permissions");
 	fd << header << "\n";
 	return name;
 }

@@ -152,7 +152,7 @@ void reference_reader::writeProblems() {
 	std::string exclude = report + ".exclude";
 	// One file after the other: an error ends the run with no other file left open.
 	ofile fdr;
-	if (!fdr.open(report)) LOG.error("Impossible to create file [" + report + "]");
+	if (!fdr.open(report, false, true)) LOG.error("Impossible to create file [" + report + "]");
 	fdr << "type\tpos\tmain_id\tmain_A\tmain_B\tmain_flippable\tref_id\tref_A\tref_B\tref_flippable\n";
 	for (const alignment_problem & p : problems) {
 		fdr << p.type << "\t" << p.type << "\t" << p.pos << "\t" << p.main_id << "\t" << p.main_A << "\t" << p.main_B << "\t" << (int)p.main_flippable;
@@ -160,7 +160,7 @@ void reference_reader::writeProblems() {
 	}
 	fdr.close();
 	ofile fde;
-	if (!fde.open(exclude)) LOG.error("Impossible to create file [" + exclude + "]");
+	if (!fde.open(exclude, false, true)) LOG.error("Impossible to create file [" + exclude + "]");
 	for (const alignment_problem & p : problems) fde << p.pos << "\n";
 	fde.close();
 }

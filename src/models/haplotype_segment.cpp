@@ -8,50 +8,67 @@
 #include <cmath>
 
 static const int max_fragments = segment_links::max_fragments;
-// Every 50 sites the lattices are divided by their total, all fragments together.
-static const int rescale_step = 50;
 static const double underflow = 1e-300;
+// A row sum below this is not divided out: only emissions far below any that the model
+// makes get there, and the row then runs down to 0.
+static const double min_total = 1e-30;
 
-// The three loops of the per-site work below carry an AVX2 clone beside the baseline one,
-// chosen when the program loads. AVX2 without FMA rounds each operation as the baseline
-// does, so both give the same bits.
+// The loops of the per-site work below carry an AVX2 clone beside the baseline one, chosen
+// when the program loads. AVX2 without FMA rounds each operation as the baseline does, and
+// the partial sums are laid out in the code, so both give the same bits. Rows have a stride
+// of Kp, a multiple of 8.
 
-// One row of a lattice: c[k] = (o[k] * a + b) * e[k]; returns the sum of the row. Eight
-// partial sums break the serial dependency of the sum so that the loop vectorises and
-// two vector additions are in flight at once.
-SORVANE_VECTOR_CLONES static double updateRow(const double * __restrict__ o, double a, double b, const double * __restrict__ e, double * __restrict__ c, int K) {
-	double s[8] = { 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0 };
+// Sum of 16 partial sums, in a fixed order.
+static inline double reduce(float * s) {
+	for (int j = 0 ; j < 8 ; j ++) s[j] += s[j + 8];
+	for (int j = 0 ; j < 4 ; j ++) s[j] += s[j + 4];
+	return ((double)s[0] + s[2]) + ((double)s[1] + s[3]);
+}
+
+// One row of a lattice: c[k] = (o[k] * a + b) * e[k]; returns the sum of the row. Sixteen partial sums break the serial dependency
+// of the sum so that the loop vectorises and two vector additions are in flight at once.
+SORVANE_VECTOR_CLONES static double updateRow(const float * __restrict__ o, float a, float b, const float * __restrict__ e, float * __restrict__ c, int Kp) {
+	float s[16] = { 0.0f };
 	int k = 0;
-	for (; k + 8 <= K ; k += 8)
-		for (int j = 0 ; j < 8 ; j ++) {
-			const double v = (o[k + j] * a + b) * e[k + j];
+	for (; k + 16 <= Kp ; k += 16)
+		for (int j = 0 ; j < 16 ; j ++) {
+			const float v = (o[k + j] * a + b) * e[k + j];
 			c[k + j] = v;
 			s[j] += v;
 		}
-	for (; k < K ; k ++) {
-		const double v = (o[k] * a + b) * e[k];
-		c[k] = v;
-		s[0] += v;
-	}
-	return ((s[0] + s[1]) + (s[2] + s[3])) + ((s[4] + s[5]) + (s[6] + s[7]));
+	if (k < Kp)
+		for (int j = 0 ; j < 8 ; j ++) {
+			const float v = (o[k + j] * a + b) * e[k + j];
+			c[k + j] = v;
+			s[j] += v;
+		}
+	return reduce(s);
 }
 
-// Allele at bit `bit` of each conditioning haplotype's cached byte.
-SORVANE_VECTOR_CLONES static void extractAlleles(const unsigned char * __restrict__ bytes, int bit, unsigned char * __restrict__ x, int K) {
-	for (int k = 0 ; k < K ; k ++) x[k] = (bytes[k] >> bit) & 1;
+// m[k] += o[k] * a + b.
+SORVANE_VECTOR_CLONES static void addRow(const float * __restrict__ o, float a, float b, float * __restrict__ m, int Kp) {
+	for (int k = 0 ; k < Kp ; k ++) m[k] += o[k] * a + b;
 }
 
-// Emission row of a unit allele: m1 where the conditioning allele is 1, m0 where it is 0.
-// x * m1 + (1 - x) * m0 with x in {0, 1} gives either term exactly.
-SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__ x, double m1, double m0, double * __restrict__ e, int K) {
-	for (int k = 0 ; k < K ; k ++) {
-		const double v = x[k];
-		e[k] = v * m1 + (1.0 - v) * m0;
-	}
+// Sum of x[k] * y[k].
+SORVANE_VECTOR_CLONES static double dotRow(const float * __restrict__ x, const float * __restrict__ y, int Kp) {
+	float s[16] = { 0.0f };
+	int k = 0;
+	for (; k + 16 <= Kp ; k += 16)
+		for (int j = 0 ; j < 16 ; j ++) s[j] += x[k + j] * y[k + j];
+	if (k < Kp)
+		for (int j = 0 ; j < 8 ; j ++) s[j] += x[k + j] * y[k + j];
+	return reduce(s);
+}
+
+// Emission row of unit allele a: `match` where bit `bit` of a conditioning haplotype's byte
+// is a, `mismatch` elsewhere.
+SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__ bytes, int bit, int a, float match, float mismatch, float * __restrict__ e, int K) {
+	for (int k = 0 ; k < K ; k ++) e[k] = (((bytes[k] >> bit) & 1) == a) ? match : mismatch;
 }
 
 haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, bool drawn_known) :
-	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), cachedByte(-1) {
+	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), Kp(0), cur(0), cachedByte(-1), condAll(0), condAny(0) {
 }
 
 void haplotype_segment::windows(const std::vector < std::vector < int > > & cond, const std::vector < int > & segStart, const std::vector < int > & segStop, const std::vector < int > & start, const std::vector < int > & stop) {
@@ -84,90 +101,156 @@ void haplotype_segment::run(genotype_graph * G, hmm_parameters & M, std::vector 
 	}
 }
 
-// Fresh zero-filled buffers sized by the K of the window, and the conditioning haplotypes'
-// bits and missing flags at hand.
+// Fresh zero-filled lattices sized by the window's conditioning haplotypes, and their bits
+// and missing flags at hand.
 void haplotype_segment::prepareWindow(int w) {
-	K = (*cond)[w].size();
-	prob0.assign(max_fragments * K, 0.0);
-	prob1.assign(max_fragments * K, 0.0);
-	sum0.assign(max_fragments, 0.0);
-	sum1.assign(max_fragments, 0.0);
-	alleles.assign(K, 0);
-	missing.assign(K, 0);
-	emit.assign(2 * K, 0.0);
-	mix.assign(K, 0.0);
-	condByte.assign(K, 0);
-	cachedByte = -1;
+	const std::vector < int > & C = (*cond)[w];
+	K = C.size();
+	Kp = (K + 7) & ~7;
 	condBits.resize(K);
 	condMiss.resize(K);
 	for (int k = 0 ; k < K ; k ++) {
-		const int idx = (*cond)[w][k];
-		condBits[k] = H[idx].data.data();
-		condMiss[k] = (!drawn_known && idx < (int)GH.hap2ind.size()) ? &GH.vecG[GH.hap2ind[idx]]->Miss : nullptr;
+		condBits[k] = H[C[k]].data.data();
+		condMiss[k] = (!drawn_known && C[k] < (int)GH.hap2ind.size()) ? &GH.vecG[GH.hap2ind[C[k]]]->Miss : nullptr;
 	}
+	for (std::vector < float > & L : lattice) L.assign(max_fragments * Kp, 0.0f);
+	missing.assign(K, 0);
+	emit.assign(2 * Kp, 0.0f);
+	mix.assign(Kp, 0.0f);
+	condByte.assign(K, 0);
+	cachedByte = -1;
 }
 
-// Gathers the conditioning alleles once for the site (from a byte cached for 8 sites) and
-// the fragment alleles fa, and fills the emission row of each allele the fragments carry.
-// Where the unit is missing, a conditioning haplotype whose sample is missing too gets
-// `none` in place of an emission term.
-void haplotype_segment::loadSite(genotype_graph * G, int s, int i, int l, unsigned int act, double match, double mismatch, double none, int * fa) {
+// The fragment alleles fa of site l; true if the site multiplies all cells by one emission:
+// the unit is not missing, its fragments in use agree and so do the conditioning haplotypes
+// (read from a byte cached for 8 sites).
+bool haplotype_segment::uniformSite(genotype_graph * G, int s, int i, int l, unsigned int act, int * fa) {
 	if ((l >> 3) != cachedByte) {
 		cachedByte = l >> 3;
-		for (int k = 0 ; k < K ; k ++) condByte[k] = condBits[k][cachedByte];
+		unsigned char all = 0xFF, any = 0;
+		for (int k = 0 ; k < K ; k ++) {
+			const unsigned char b = condBits[k][cachedByte];
+			condByte[k] = b;
+			all &= b;
+			any |= b;
+		}
+		condAll = all;
+		condAny = any;
 	}
-	extractAlleles(condByte.data(), l & 7, alleles.data(), K);
 	unsigned int used = 0;
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
 		fa[h] = G->getA(s, h, i);
 		used |= 1u << fa[h];
 	}
+	const int bit = l & 7;
+	return used != 3 && !G->Miss[l] && (((condAll >> bit) & 1) || !((condAny >> bit) & 1));
+}
+
+// The emission row of each allele that the fragments carry. Where the unit is missing, a
+// conditioning haplotype whose sample is missing too gets `none` in place of an emission.
+void haplotype_segment::emissions(genotype_graph * G, int l, unsigned int act, const int * fa, double match, double mismatch, float none) {
+	unsigned int used = 0;
+	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) used |= 1u << fa[h];
 	const bool miss = G->Miss[l];
 	if (miss) for (int k = 0 ; k < K ; k ++) missing[k] = condMiss[k] && (*condMiss[k])[l];
 	for (int a = 0 ; a < 2 ; a ++) if ((used >> a) & 1) {
-		double * e = emit.data() + a * K;
-		emissionRow(alleles.data(), a ? match : mismatch, a ? mismatch : match, e, K);
+		float * e = emit.data() + a * Kp;
+		emissionRow(condByte.data(), l & 7, a, (float)match, (float)mismatch, e, K);
 		if (miss) for (int k = 0 ; k < K ; k ++) if (missing[k]) e[k] = none;
 	}
 }
 
-// mix[k] = sum over the source fragments p of old(p, k) * nrec + oldsum(p) * recN.
-void haplotype_segment::mixSources(unsigned int src, const double * old, const double * oldsum, double nrec, double recN) {
-	std::fill(mix.begin(), mix.end(), 0.0);
-	double * m = mix.data();
-	for (int p = 0 ; p < max_fragments ; p ++) if ((src >> p) & 1) {
-		const double * o = old + p * K;
-		const double b = oldsum[p] * recN;
-		for (int k = 0 ; k < K ; k ++) m[k] += o[k] * nrec + b;
-	}
-}
-
-// Divides the rows of all active fragments by their common total, so that the relative
-// weights of the fragments stay intact.
-void haplotype_segment::rescale(double * cur, double * cursum, unsigned int act) {
-	double total = 0.0;
-	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) total += cursum[h];
+// First site of a pass: every row is its emission.
+void haplotype_segment::startRows(unsigned int act, const int * fa) {
+	float * next = lattice[cur ^ 1].data();
+	std::fill(mix.begin(), mix.end(), 1.0f);
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
-		double * c = cur + h * K;
-		for (int k = 0 ; k < K ; k ++) c[k] /= total;
-		cursum[h] /= total;
+		rowS[h] = updateRow(mix.data(), 1.0f, 0.0f, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
+		rowA[h] = rowC[h] = 1.0;
+		rowB[h] = 0.0;
 	}
+	cur ^= 1;
 }
 
-// Appends the C rows of a segment, zeros for the inactive fragments.
-void haplotype_segment::appendItem(std::vector < double > & P, std::vector < int > & I, std::vector < double > * S, const double * cur, const double * cursum, int C, unsigned int act) {
+// A site within a segment: row h goes to (row * nrec + sum * recN) * emission, divided by
+// its own sum of the site before, which moves into the row's multiplier. A uniform site
+// only composes the pending maps.
+void haplotype_segment::stepRows(unsigned int act, const int * fa, double nrec, double recN, bool uniform) {
+	const float * old = lattice[cur].data();
+	float * next = lattice[cur ^ 1].data();
+	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
+		double by = 1.0;
+		if (rowS[h] >= min_total) {
+			by = 1.0 / rowS[h];
+			rowC[h] *= rowS[h];
+		}
+		const double A = rowA[h] * nrec * by, B = (rowB[h] * nrec + rowS[h] * recN) * by;
+		if (uniform) {
+			rowA[h] = A;
+			rowB[h] = B;
+			rowS[h] = rowS[h] * (nrec + K * recN) * by;
+		} else {
+			rowS[h] = updateRow(old + h * Kp, (float)A, (float)B, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
+			rowA[h] = 1.0;
+			rowB[h] = 0.0;
+		}
+	}
+	if (!uniform) cur ^= 1;
+}
+
+// First site of a new segment in the pass: all allowed fragments of the segment left behind
+// feed each fragment, each in proportion to its row's weight, the heaviest source's weight
+// becoming the new row's multiplier. Fragments with the same sources share one mixed row.
+void haplotype_segment::mixRows(unsigned int act, const int * fa, double nrec, double recN, bool backward, int s) {
+	const float * old = lattice[cur].data();
+	float * next = lattice[cur ^ 1].data();
+	double sums[max_fragments], mults[max_fragments], top = 1.0;
+	unsigned int mixed = 0;
+	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
+		const unsigned int src = backward ? links.backwardSources(s, h) : links.forwardSources(s, h);
+		if (src != mixed) {
+			top = 0.0;
+			for (int p = 0 ; p < max_fragments ; p ++) if ((src >> p) & 1) top = std::max(top, rowC[p] * rowS[p]);
+			if (!(top >= underflow)) top = 1.0;
+			std::fill(mix.begin(), mix.end(), 0.0f);
+			for (int p = 0 ; p < max_fragments ; p ++) if ((src >> p) & 1) {
+				const double by = rowC[p] / top;
+				addRow(old + p * Kp, (float)(rowA[p] * nrec * by), (float)((rowB[p] * nrec + rowS[p] * recN) * by), mix.data(), Kp);
+			}
+			mixed = src;
+		}
+		sums[h] = updateRow(mix.data(), 1.0f, 0.0f, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
+		mults[h] = top;
+	}
+	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
+		rowS[h] = sums[h];
+		rowC[h] = mults[h];
+		rowA[h] = 1.0;
+		rowB[h] = 0.0;
+	}
+	cur ^= 1;
+}
+
+// The multipliers are divided by the total weight of the rows, so that they stay in range.
+void haplotype_segment::closeSite(unsigned int act) {
+	double total = 0.0;
+	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) total += rowC[h] * rowS[h];
+	if (total >= underflow && total <= 1.0 / underflow) for (int h = 0 ; h < max_fragments ; h ++) rowC[h] /= total;
+}
+
+// Appends the C rows of a segment and their multipliers (and sums, if S is given), zeros
+// for the inactive fragments. The rows are those of a site that applied its update, so no
+// map is pending.
+void haplotype_segment::appendItem(std::vector < float > & P, std::vector < int > & I, std::vector < double > & mults, std::vector < double > * S, int C, unsigned int act) {
+	const float * rows = lattice[cur].data();
 	I.push_back(P.size());
-	P.insert(P.end(), cur, cur + C * K);
-	for (int h = 0 ; h < C ; h ++) if (!((act >> h) & 1)) std::fill(P.end() - (C - h) * K, P.end() - (C - h - 1) * K, 0.0);
-	if (S) for (int h = 0 ; h < C ; h ++) S->push_back(((act >> h) & 1) ? cursum[h] : 0.0);
-}
-
-// The buffers of the site at rel and of the site before it in the pass, by parity.
-void haplotype_segment::buffers(int rel, double *& cur, double *& cursum, const double *& old, const double *& oldsum) {
-	cur = (rel & 1) ? prob1.data() : prob0.data();
-	cursum = (rel & 1) ? sum1.data() : sum0.data();
-	old = (rel & 1) ? prob0.data() : prob1.data();
-	oldsum = (rel & 1) ? sum0.data() : sum1.data();
+	for (int h = 0 ; h < C ; h ++) {
+		const bool on = (act >> h) & 1;
+		if (on) P.insert(P.end(), rows + h * Kp, rows + (h + 1) * Kp);
+		else P.insert(P.end(), Kp, 0.0f);
+		mults.push_back(on ? rowC[h] : 0.0);
+		if (S) S->push_back(on ? rowS[h] : 0.0);
+	}
 }
 
 // Candidate fragments of all segments of window w: the most rows its items can hold.
@@ -180,37 +263,27 @@ int haplotype_segment::windowRows(genotype_graph * G, int w) const {
 void haplotype_segment::forward(genotype_graph * G, hmm_parameters & M, int w) {
 	forwP.clear();
 	forwS.clear();
+	forwM.clear();
 	forwI.clear();
 	const int rows = windowRows(G, w);
-	forwP.reserve((size_t)rows * K);
+	forwP.reserve((size_t)rows * Kp);
 	forwS.reserve(rows);
+	forwM.reserve(rows);
 	forwI.reserve(segStop[w] - segStart[w] + 1);
 	int fa[max_fragments];
 	int s = segStart[w], i = 0;
 	for (int l = start[w] ; l <= stop[w] ; l ++) {
-		const int rel = l - start[w];
-		double * cur, * cursum;
-		const double * old, * oldsum;
-		buffers(rel, cur, cursum, old, oldsum);
 		const unsigned int act = links.active(s);
-		loadSite(G, s, i, l, act, M.ed, M.ee, 1.0, fa);
-		if (rel == 0) std::fill(mix.begin(), mix.end(), 1.0);
-		unsigned int mixed = 0;
-		for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
-			const double * e = emit.data() + fa[h] * K;
-			if (rel == 0) cursum[h] = updateRow(mix.data(), 1.0, 0.0, e, cur + h * K, K);
-			else if (i == 0) {
-				// All allowed fragments of the previous segment feed this one; fragments
-				// with the same sources share one mixed row.
-				const unsigned int src = links.forwardSources(s, h);
-				if (src != mixed) mixSources(src, old, oldsum, M.nrec[l - 1], M.recN[l - 1]);
-				mixed = src;
-				cursum[h] = updateRow(mix.data(), 1.0, 0.0, e, cur + h * K, K);
-			} else cursum[h] = updateRow(old + h * K, M.nrec[l - 1], oldsum[h] * M.recN[l - 1], e, cur + h * K, K);
-		}
-		if (rel % rescale_step == 0) rescale(cur, cursum, act);
-		if (i == (int)G->HapsS[s] - 1) {
-			appendItem(forwP, forwI, &forwS, cur, cursum, G->HapsC[s], act);
+		// The last site of a segment is stored, so it applies its update.
+		const bool last = i == (int)G->HapsS[s] - 1;
+		const bool uniform = uniformSite(G, s, i, l, act, fa) && l > start[w] && i > 0 && !last;
+		if (!uniform) emissions(G, l, act, fa, M.ed, M.ee, 1.0f);
+		if (l == start[w]) startRows(act, fa);
+		else if (i == 0) mixRows(act, fa, M.nrec[l - 1], M.recN[l - 1], false, s);
+		else stepRows(act, fa, M.nrec[l - 1], M.recN[l - 1], uniform);
+		closeSite(act);
+		if (last) {
+			appendItem(forwP, forwI, forwM, &forwS, G->HapsC[s], act);
 			s ++;
 			i = 0;
 		} else i ++;
@@ -219,57 +292,50 @@ void haplotype_segment::forward(genotype_graph * G, hmm_parameters & M, int w) {
 
 void haplotype_segment::backward(genotype_graph * G, hmm_parameters & M, int w) {
 	backP.clear();
+	backM.clear();
 	backI.clear();
-	backP.reserve((size_t)windowRows(G, w) * K);
+	backP.reserve((size_t)windowRows(G, w) * Kp);
 	backI.reserve(segStop[w] - segStart[w] + 1);
 	int fa[max_fragments];
 	int s = segStop[w], i = G->HapsS[s] - 1;
 	for (int l = stop[w] ; l >= start[w] ; l --) {
-		const int rel = l - start[w];
-		double * cur, * cursum;
-		const double * old, * oldsum;
-		buffers(rel, cur, cursum, old, oldsum);
 		const unsigned int act = links.active(s);
+		const bool first = i == (int)G->HapsS[s] - 1;
+		const bool stored = i == 0 && l != start[w];
+		const bool uniform = uniformSite(G, s, i, l, act, fa) && l < stop[w] && !first && !stored;
 		// The last site starts from the emission divided by K; a cell without emission
 		// stays at 0 there.
 		if (l == stop[w]) {
-			loadSite(G, s, i, l, act, M.edN, M.eeN, 0.0, fa);
-			std::fill(mix.begin(), mix.end(), 1.0);
-		} else loadSite(G, s, i, l, act, M.ed, M.ee, 1.0, fa);
-		unsigned int mixed = 0;
-		for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
-			const double * e = emit.data() + fa[h] * K;
-			if (l == stop[w]) cursum[h] = updateRow(mix.data(), 1.0, 0.0, e, cur + h * K, K);
-			else if (i == (int)G->HapsS[s] - 1) {
-				const unsigned int src = links.backwardSources(s, h);
-				if (src != mixed) mixSources(src, old, oldsum, M.nrec[l], M.recN[l]);
-				mixed = src;
-				cursum[h] = updateRow(mix.data(), 1.0, 0.0, e, cur + h * K, K);
-			} else cursum[h] = updateRow(old + h * K, M.nrec[l], oldsum[h] * M.recN[l], e, cur + h * K, K);
+			emissions(G, l, act, fa, M.edN, M.eeN, 0.0f);
+			startRows(act, fa);
+		} else {
+			if (!uniform) emissions(G, l, act, fa, M.ed, M.ee, 1.0f);
+			if (first) mixRows(act, fa, M.nrec[l], M.recN[l], true, s);
+			else stepRows(act, fa, M.nrec[l], M.recN[l], uniform);
 		}
-		if (rel % rescale_step == 0) rescale(cur, cursum, act);
+		closeSite(act);
 		if (l == 0) {
 			backS.assign(G->HapsC[0], 0.0);
-			for (int h = 0 ; h < (int)G->HapsC[0] ; h ++) if ((act >> h) & 1) backS[h] = cursum[h];
+			for (int h = 0 ; h < (int)G->HapsC[0] ; h ++) if ((act >> h) & 1) backS[h] = rowC[h] * rowS[h];
 		}
 		if (i == 0) {
-			if (l != start[w]) appendItem(backP, backI, nullptr, cur, cursum, G->HapsC[s], act);
+			if (stored) appendItem(backP, backI, backM, nullptr, G->HapsC[s], act);
 			if (-- s >= 0) i = G->HapsS[s] - 1;
 		} else i --;
 	}
 	std::reverse(backI.begin(), backI.end());
 }
 
-// Last window: the last forward row sums, normalised, form the last group's column. First
-// window: the backward row sums at site 0, normalised, form the first group's row.
+// Last window: the weights of the last forward rows, normalised, form the last group's
+// column. First window: those of the backward rows at site 0 form the first group's row.
 void haplotype_segment::writeEnds(genotype_graph * G, std::vector < std::vector < std::vector < double > > > & prob, bool last) {
 	const int S = G->HapsC.size();
 	if (last) {
 		const int C = G->HapsC[S - 1];
-		const double * sums = forwS.data() + forwS.size() - C;
+		const int first = forwS.size() - C;
 		double total = 0.0;
-		for (int a = 0 ; a < C ; a ++) total += sums[a];
-		for (int a = 0 ; a < C ; a ++) prob[S][a][0] = sums[a] / total;
+		for (int a = 0 ; a < C ; a ++) total += forwM[first + a] * forwS[first + a];
+		for (int a = 0 ; a < C ; a ++) prob[S][a][0] = forwM[first + a] * forwS[first + a] / total;
 	} else {
 		putils::normalise(backS);
 		for (int b = 0 ; b < (int)G->HapsC[0] ; b ++) prob[0][0][b] = backS[b];
@@ -283,16 +349,21 @@ void haplotype_segment::interior(genotype_graph * G, hmm_parameters & M, int w, 
 	for (int s = segStart[w] + 1 ; s <= segStop[w] ; s ++) {
 		l += G->HapsS[s - 1];
 		const int item = s - 1 - segStart[w], P = G->HapsC[s - 1], C = G->HapsC[s];
-		const double * F = forwP.data() + forwI[item];
-		// An item holds C rows of K cells and C row sums: its sums start at offset / K.
-		const double * FS = forwS.data() + forwI[item] / K;
-		const double * B = backP.data() + backI[item];
+		const float * F = forwP.data() + forwI[item];
+		// An item holds C rows of Kp cells and C multipliers (and sums): its multipliers start
+		// at offset / Kp.
+		const double * FS = forwS.data() + forwI[item] / Kp, * FM = forwM.data() + forwI[item] / Kp;
+		const float * B = backP.data() + backI[item];
+		const double * BM = backM.data() + backI[item] / Kp;
 		double total = 0.0;
-		for (int p = 0 ; p < P ; p ++) for (int h = 0 ; h < C ; h ++) {
-			double & cell = prob[s][p][h];
-			cell = 0.0;
-			if (links.linked(s, p, h)) cell = updateRow(F + p * K, M.nrec[l - 1], FS[p] * M.recN[l - 1], B + h * K, mix.data(), K);
-			total += cell;
+		for (int p = 0 ; p < P ; p ++) {
+			std::fill(mix.begin(), mix.end(), 0.0f);
+			addRow(F + p * Kp, (float)M.nrec[l - 1], (float)(FS[p] * M.recN[l - 1]), mix.data(), Kp);
+			for (int h = 0 ; h < C ; h ++) {
+				double & cell = prob[s][p][h];
+				cell = links.linked(s, p, h) ? FM[p] * BM[h] * dotRow(mix.data(), B + h * Kp, Kp) : 0.0;
+				total += cell;
+			}
 		}
 		if (total < underflow) throw myException("Underflow in expectation" + form + " / i=" + G->name + " s=" + sutils::int2str(w) + " b=" + sutils::int2str(s) + " sp=" + sutils::double2str(total, 10));
 		if (std::isnan(total)) throw myException("Nan in expectation" + form + " / i=" + G->name + " s=" + sutils::int2str(w) + " b=" + sutils::int2str(s) + " sp=" + sutils::double2str(total, 10));

@@ -14,7 +14,16 @@
 // window, one lattice of K cells per candidate fragment of the current graph segment runs
 // forward and backward over the sites; the lattices are marginal over fragments and are
 // joined only at segment boundaries, into one matrix (left fragment, right fragment) per
-// group. A cell (h, k) sits at h * K + k in the two alternating buffers.
+// group.
+//
+// The lattices are single precision, each row held near 1: its sum at each site divides the
+// coefficients of the next site's update and moves into a double multiplier of the row, so
+// that no product of emissions can run out of the float range and the fragments keep their
+// relative weights in double. Rows have a stride of Kp cells, K rounded up to 8, whose padding has no
+// emission and so stays 0. A site where the unit is not missing, its fragments in use carry
+// one allele and all conditioning haplotypes carry one allele multiplies every cell by the
+// same emission, which the normalisation cancels: such a site only updates a pending
+// affine map of each row (row * A + B), applied at the next site that needs the cells.
 class haplotype_segment {
 public:
 	genhap_set & GH;
@@ -26,18 +35,16 @@ public:
 	std::vector < int > stop;
 	std::vector < int > segStart;
 	std::vector < int > segStop;
-	std::vector < double > prob0;
-	std::vector < double > prob1;
-	std::vector < double > sum0;
-	std::vector < double > sum1;
-	// Per-segment items of the current window, flat, each at its offset: forward cells and
-	// row sums at the last site of every segment; backward cells at the first site of every
-	// segment but the first, item i belonging to segment segStart + 1 + i; backward row sums
-	// at site 0 of the chromosome.
-	std::vector < double > forwP;
+	// Per-segment items of the current window, flat, each at its offset: forward cells, row
+	// sums and multipliers at the last site of every segment; backward cells and multipliers
+	// at the first site of every segment but the first, item i belonging to segment
+	// segStart + 1 + i; backward row weights at site 0 of the chromosome.
+	std::vector < float > forwP;
 	std::vector < double > forwS;
+	std::vector < double > forwM;
 	std::vector < int > forwI;
-	std::vector < double > backP;
+	std::vector < float > backP;
+	std::vector < double > backM;
 	std::vector < int > backI;
 	std::vector < double > backS;
 	// The alleles of a conditioning haplotype where its sample is missing count as known:
@@ -58,36 +65,46 @@ public:
 	void expectation(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < bool > > > & mask, std::vector < std::vector < std::vector < double > > > & prob);
 
 private:
-	int K;
+	// Conditioning haplotypes of the window, and the row stride.
+	int K, Kp;
 	segment_links links;
-	// Per site: the conditioning alleles and missing flags, and one emission row per allele
-	// of the unit (row a at a * K).
-	std::vector < unsigned char > alleles;
+	// The two alternating lattices of 8 rows; `cur` is the one holding the rows.
+	std::vector < float > lattice[2];
+	int cur;
+	// Per fragment: the pending map of its row (cells * A + B), the row's sum after it, and
+	// the row's multiplier: the weight of the row is its multiplier times its sum.
+	double rowA[segment_links::max_fragments], rowB[segment_links::max_fragments], rowS[segment_links::max_fragments], rowC[segment_links::max_fragments];
+	// Per site: the missing flags of the conditioning haplotypes, and one emission row per
+	// allele of the unit (row a at a * Kp).
 	std::vector < unsigned char > missing;
-	std::vector < double > emit;
-	// Sum of the source rows at a segment boundary.
-	std::vector < double > mix;
-	// Per conditioning haplotype of the window: its bytes, and the Miss flags of its sample
+	std::vector < float > emit;
+	// Sum of the source rows at a segment boundary, or one side of an interior product.
+	std::vector < float > mix;
+	// Per conditioning haplotype: its bytes, and the Miss flags of its sample
 	// (null for a panel haplotype).
 	std::vector < const unsigned char * > condBits;
 	std::vector < const std::vector < bool > * > condMiss;
-	// Cached byte of each conditioning haplotype, for the 8 sites it holds.
+	// Cached byte of each conditioning haplotype, for the 8 sites it holds, and the bits of
+	// these sites where all of them carry 1 (condAll) or some carries 1 (condAny).
 	std::vector < unsigned char > condByte;
 	int cachedByte;
+	unsigned char condAll, condAny;
 
 	void run(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < double > > > & prob, const std::string & form);
 	void prepareWindow(int w);
 	int windowRows(genotype_graph * G, int w) const;
 
-	// One window each, over the buffers that prepareWindow cleared.
+	// One window each, over the lattices that prepareWindow cleared.
 	void forward(genotype_graph * G, hmm_parameters & M, int w);
 	void backward(genotype_graph * G, hmm_parameters & M, int w);
 
-	void buffers(int rel, double *& cur, double *& cursum, const double *& old, const double *& oldsum);
-	void loadSite(genotype_graph * G, int s, int i, int l, unsigned int act, double match, double mismatch, double none, int * fa);
-	void mixSources(unsigned int src, const double * old, const double * oldsum, double nrec, double recN);
-	void rescale(double * cur, double * cursum, unsigned int act);
-	void appendItem(std::vector < double > & P, std::vector < int > & I, std::vector < double > * S, const double * cur, const double * cursum, int C, unsigned int act);
+	bool uniformSite(genotype_graph * G, int s, int i, int l, unsigned int act, int * fa);
+	void emissions(genotype_graph * G, int l, unsigned int act, const int * fa, double match, double mismatch, float none);
+	void startRows(unsigned int act, const int * fa);
+	void stepRows(unsigned int act, const int * fa, double nrec, double recN, bool uniform);
+	void mixRows(unsigned int act, const int * fa, double nrec, double recN, bool backward, int s);
+	void closeSite(unsigned int act);
+	void appendItem(std::vector < float > & P, std::vector < int > & I, std::vector < double > & mults, std::vector < double > * S, int C, unsigned int act);
 	void writeEnds(genotype_graph * G, std::vector < std::vector < std::vector < double > > > & prob, bool last);
 	void interior(genotype_graph * G, hmm_parameters & M, int w, std::vector < std::vector < std::vector < double > > > & prob, const std::string & form);
 };

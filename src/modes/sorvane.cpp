@@ -2,14 +2,47 @@
 #include "input/genotype_reader.h"
 #include "input/gmap_reader.h"
 #include "objects/snp_set.h"
+#include "output/vcf_output.h"
 #include "utils/futils.h"
 #include "utils/lfile.h"
 #include "utils/putils.h"
 #include "utils/sutils.h"
 
 #include <iostream>
+#include <map>
+#include <sstream>
 
 static const std::string input_options[4] = { "input-bed", "input-ped", "input-gen", "input-vcf" };
+
+// The modes: the word that selects each, the name its messages use, and what it does.
+static const struct { const char * word; const char * name; const char * what; } modes[6] = {
+	{ "-phase", "Phaser", "phase genotypes (the default: a command line may start with its options)" },
+	{ "-check", "Summarizer", "check a data set without phasing it" },
+	{ "-convert", "Converter", "haplotypes from graph files, pair tables, conversion of haplotype files" },
+	{ "-call", "Caller", "call genotypes from likelihoods by phasing" },
+	{ "-assemble", "Assembler", "phase with phase informative reads" },
+	{ "-mutinclude", "Mutincluder", "place new heterozygous sites onto known haplotypes" },
+};
+
+// Options naming files that a single value names as a stem, with these suffixes.
+static const std::map < std::string, std::vector < std::string > > stem_suffixes = {
+	{ "input-bed", { ".bed", ".bim", ".fam" } }, { "input-ped", { ".ped", ".map" } }, { "input-gen", { ".gen", ".sample" } },
+	{ "input-init", { ".haps", ".sample" } }, { "input-haps", { ".haps", ".sample" } }, { "input-scaffold", { ".haps", ".sample" } },
+	{ "output-max", { ".haps", ".sample" } }, { "output-sample", { ".haps", ".sample" } }, { "output-haps", { ".haps", ".sample" } },
+	{ "output-ref", { ".haplotypes", ".legend", ".samples" } },
+};
+
+std::string sorvane::usage() {
+	std::string text = "Usage: sorvane [MODE] [OPTIONS]\n\nEstimates the haplotypes of many individuals from their unphased genotypes at the\nbiallelic sites of one chromosome.\n\nModes:\n";
+	for (const auto & m : modes) text += "  " + std::string(m.word) + std::string(13 - std::string(m.word).size(), ' ') + m.what + "\n";
+	text += "\nThe options of a mode: sorvane MODE --help (for instance sorvane -phase --help).\n";
+	text += "The version: sorvane --version. The manual: man sorvane.\n";
+	return text;
+}
+
+std::string sorvane::version() {
+	return "sorvane " + std::string(SORVANE_VERSION) + " (source revision " + sutils::int2str(SORVANE_REVISION) + ")";
+}
 
 sorvane::sorvane() : descriptions(80, 40), i_workers(0) {
 }
@@ -37,37 +70,36 @@ void sorvane::declare_options() {
 		("include-ind", bpo::value< std::string >(), "List of samples to include in input/output files.")
 		("exclude-grp", bpo::value< std::string >(), "List of populations to exclude in input files. Works only on the reference panel of haplotypes.")
 		("include-grp", bpo::value< std::string >(), "List of populations to include in input files. Works only on the reference panel of haplotypes.")
-		("input-from", bpo::value< double >()->default_value(0), "First physical position to consider in input files.")
-		("input-to", bpo::value< double >()->default_value(1e9), "Last physical position to consider in input file.")
-		("output-from", bpo::value< double >()->default_value(0), "First physical position to output.")
-		("output-to", bpo::value< double >()->default_value(1e9), "Last physical position to output.");
+		("input-from", bpo::value< double >()->default_value(0, "0"), "First physical position to consider in input files.")
+		("input-to", bpo::value< double >()->default_value(1e9, "1e9"), "Last physical position to consider in input file.")
+		("output-from", bpo::value< double >()->default_value(0, "0"), "First physical position to output.")
+		("output-to", bpo::value< double >()->default_value(1e9, "1e9"), "Last physical position to output.");
 
 	descriptions.add(opt_base).add(opt_subset);
 }
 
 void sorvane::parse_command_line(std::vector < std::string > & args, std::string mode) {
+	std::string word = "-phase";
+	for (const auto & m : modes) if (mode == m.name) word = m.word;
+	// -h as well as -H and --help.
+	for (std::string & a : args) if (a == "-h") a = "--help";
 	try {
 		bpo::store(bpo::command_line_parser(args).options(descriptions).run(), options);
 		bpo::notify(options);
 	} catch (bpo::error const & e) {
-		std::cout << mode << " mode : " << e.what() << std::endl;
+		std::cerr << mode << " mode : " << e.what() << std::endl;
+		std::cerr << "The options of this mode: sorvane " << word << " --help" << std::endl;
 		exit(1);
 	}
 
-	std::cout << std::endl;
-	std::cout << "\033[33mS\033[0mampled \033[33mOR\033[0mdered \033[33mVA\033[0mriant \033[33mN\033[0mearest \033[33mE\033[0mstimator" << std::endl;
-	std::cout << "  * Authors : the sorvane developers" << std::endl;
-	std::cout << "  * Contact : through the project's issue tracker" << std::endl;
-	std::cout << "  * Webpage : see README.md in the source distribution" << std::endl;
-	std::cout << "  * Version : v2.r" << SORVANE_REVISION << std::endl;
-	std::cout << std::endl;
-
 	if (options.count("help")) {
-		std::cout << descriptions << std::endl;
+		std::ostringstream text;
+		text << "Usage: sorvane " << word << " [OPTIONS]\n\n" << descriptions << "\n";
+		std::cout << lfile::plain(text.str(), LOG.terminal);
 		exit(0);
 	}
 	if (options.count("version")) {
-		std::cout << std::endl;
+		std::cout << version() << std::endl;
 		exit(0);
 	}
 	if (options.count("source")) {
@@ -80,18 +112,74 @@ void sorvane::parse_command_line(std::vector < std::string > & args, std::string
 		exit(0);
 	}
 
-	std::string name = "sorvane_" + sutils::date2str(&START_DATE, "%d%m%Y_%Hh%Mm%Ss") + "_" + putils::getRandomID() + ".log";
-	if (!options["output-log"].defaulted()) name = options["output-log"].as < std::string > ();
-	if (!LOG.open(name)) {
-		std::cerr << "Impossible to open log file[" << name << "] check writing permissions!" << std::endl;
-		exit(1);
+	// Haplotypes streamed to standard output leave it to them: the screen goes to standard error.
+	if (options.count("output-vcf")) {
+		const std::string vcf = options["output-vcf"].as < std::string > ();
+		if (vcf_output::toStdout(vcf) || futils::isStandardOutput(vcf)) LOG.screenToStderr();
 	}
+	LOG.printC("\n");
+	LOG.printlnC("\033[33mS\033[0mampled \033[33mOR\033[0mdered \033[33mVA\033[0mriant \033[33mN\033[0mearest \033[33mE\033[0mstimator");
+	LOG.printlnC("  * Authors : the sorvane developers");
+	LOG.printlnC("  * Contact : through the project's issue tracker");
+	LOG.printlnC("  * Webpage : see README.md in the source distribution");
+	LOG.printlnC("  * Version : v2.r" + sutils::int2str(SORVANE_REVISION));
+	LOG.printlnC("");
+
+	// The log is written from the start of the work on; a run refused before writes none,
+	// unless the user named it.
+	const bool named = !options["output-log"].defaulted();
+	std::string name = "sorvane_" + sutils::date2str(&START_DATE, "%d%m%Y_%Hh%Mm%Ss") + "_" + putils::getRandomID() + ".log";
+	if (named) name = options["output-log"].as < std::string > ();
+	LOG.open(name, false);
+	LOG.keepOnError = named;
+	if (named && !futils::createFile(LOG.name())) logFailure(name);
 	flippable = 1;
 
 	LOG.printlnL("Mode    : " + mode);
 	LOG.printL("Options :");
 	for (const std::string & a : args) LOG.printL(" " + a);
 	LOG.printlnL("");
+}
+
+[[noreturn]] void sorvane::logFailure(const std::string & name) {
+	std::cerr << "Impossible to open log file[" << name << "] check writing permissions!" << std::endl;
+	exit(1);
+}
+
+// Every file that the run reads and writes, by option; the log counts as an output.
+void sorvane::checkOutputNames() {
+	std::vector < std::pair < std::string, std::string > > inputs, outputs = { { "output-log", LOG.name() } };
+	for (const auto & o : options) {
+		const std::string & option = o.first;
+		const bool output = option.compare(0, 7, "output-") == 0;
+		if (option == "output-log" || !(output || option.compare(0, 6, "input-") == 0 || option.compare(0, 8, "exclude-") == 0 || option.compare(0, 8, "include-") == 0)) continue;
+		std::vector < std::string > values;
+		if (o.second.value().type() == typeid(std::string)) values.push_back(o.second.as < std::string > ());
+		else if (o.second.value().type() == typeid(std::vector < std::string >)) values = o.second.as < std::vector < std::string > > ();
+		auto stem = stem_suffixes.find(option);
+		if (values.size() == 1 && stem != stem_suffixes.end()) {
+			const std::string s = values[0];
+			values.clear();
+			for (const std::string & suffix : stem->second) values.push_back(s + suffix);
+		}
+		for (const std::string & v : values) (output ? outputs : inputs).push_back({ option, v });
+	}
+	std::map < std::string, std::string > written;
+	for (const auto & out : outputs) {
+		// Standard output and devices may well be named twice.
+		if (out.second == "-" || futils::isSpecialFile(out.second)) continue;
+		const std::string key = futils::canonicalName(out.second);
+		for (const auto & in : inputs) if (futils::canonicalName(in.second) == key) {
+			if (out.first == "output-log") LOG.forget();
+			LOG.error("The output file [" + out.second + "] of --" + out.first + " is an input file of --" + in.first + ": writing it would replace the input");
+		}
+		auto seen = written.find(key);
+		if (seen != written.end()) {
+			if (seen->second == "output-log" || out.first == "output-log") LOG.forget();
+			LOG.error("The output file [" + out.second + "] is written by both --" + seen->second + " and --" + out.first);
+		}
+		written[key] = out.first;
+	}
 }
 
 void sorvane::check_options() {
@@ -141,6 +229,8 @@ void sorvane::verbose_options() {
 }
 
 void sorvane::read_files_and_initialise() {
+	checkOutputNames();
+	if (!LOG.start()) logFailure(LOG.name());
 	filter_in.initialise((int)options["input-from"].as < double > (), (int)options["input-to"].as < double > ());
 	if (options.count("exclude-snp")) filter_in.readSnpExcludeList(options["exclude-snp"].as < std::string > ());
 	if (options.count("include-snp")) filter_in.readSnpIncludeList(options["include-snp"].as < std::string > ());

@@ -39,6 +39,13 @@ public:
 	virtual void write_files_and_finalise();
 
 	void parse_command_line(std::vector < std::string > & args, std::string mode);
+	// What the program prints without a mode's options, and to --version.
+	static std::string usage();
+	static std::string version();
+	// Two outputs of one name, or an output that is also an input, stop the run before any
+	// file is read or written.
+	void checkOutputNames();
+	[[noreturn]] static void logFailure(const std::string & name);
 
 	// Shared checks of the modes that read unphased genotypes.
 	void checkUnphasedInputCount();

@@ -1,6 +1,7 @@
 #include "output/vcf_output.h"
 #include "utils/futils.h"
 #include "utils/lfile.h"
+#include "utils/output_set.h"
 
 #include <cstdio>
 #include <cstring>
@@ -17,11 +18,16 @@ vcf_output::vcf_output() : hts(nullptr), hdr(nullptr), record(nullptr), buffer({
 
 vcf_output::~vcf_output() {
 	release();
-	if (!target.empty()) std::remove(target.c_str());
+	if (!target.empty()) OUTPUTS.drop(target);
 }
 
 bool vcf_output::isIndexed(const std::string & name) {
 	return endsWith(name, ".vcf.gz") || endsWith(name, ".bcf");
+}
+
+// "-" is standard output as text, "-.vcf.gz" and "-.bcf" as BGZF or BCF, without index.
+bool vcf_output::toStdout(const std::string & name) {
+	return name == "-" || name == "-.vcf.gz" || name == "-.bcf";
 }
 
 bool vcf_output::open(const std::string & name) {
@@ -30,20 +36,27 @@ bool vcf_output::open(const std::string & name) {
 		text.reset(new ofile());
 		return text->open(name);
 	}
+	const char * mode = endsWith(name, ".bcf") ? "wb" : "wz";
+	if (toStdout(name)) {
+		hts = hts_open("-", mode);
+		if (hts) record = bcf_init();
+		return hts != nullptr;
+	}
 	if (access(name.c_str(), F_OK) == 0 && access(name.c_str(), W_OK) != 0) return false;
 	target = futils::temporaryName(name);
-	hts = hts_open(target.c_str(), endsWith(name, ".bcf") ? "wb" : "wz");
+	hts = hts_open(target.c_str(), mode);
 	if (!hts) {
 		target.clear();
 		return false;
 	}
+	OUTPUTS.add(target, name);
 	record = bcf_init();
 	return true;
 }
 
 void vcf_output::fail(const std::string & what) {
 	release();
-	if (!target.empty()) std::remove(target.c_str());
+	if (!target.empty()) OUTPUTS.drop(target);
 	target.clear();
 	LOG.error("Writing to file [" + file + "] failed: " + what);
 }
@@ -84,7 +97,8 @@ void vcf_output::release() {
 	}
 }
 
-// The index is built on the complete file under its own name.
+// The index is built on the complete temporary file, under a temporary name of its own,
+// and both join the outputs of the run, the index after the file.
 void vcf_output::close() {
 	if (text) {
 		text->close();
@@ -98,8 +112,12 @@ void vcf_output::close() {
 	int status = hts_close(hts);
 	hts = nullptr;
 	if (status != 0) fail(strerror(errno));
-	if (std::rename(target.c_str(), file.c_str()) != 0) fail(strerror(errno));
+	if (target.empty()) return;
+	const std::string index = file + (endsWith(file, ".bcf") ? ".csi" : ".tbi");
+	const std::string index_target = futils::temporaryName(index);
+	OUTPUTS.add(index_target, index);
+	int indexed = endsWith(file, ".bcf") ? bcf_index_build2(target.c_str(), index_target.c_str(), 14) : tbx_index_build2(target.c_str(), index_target.c_str(), 0, &tbx_conf_vcf);
+	if (indexed != 0) fail("the index could not be built");
+	if (!OUTPUTS.done(target) || !OUTPUTS.done(index_target)) fail(strerror(errno));
 	target.clear();
-	int indexed = endsWith(file, ".bcf") ? bcf_index_build(file.c_str(), 14) : tbx_index_build(file.c_str(), 0, &tbx_conf_vcf);
-	if (indexed != 0) LOG.error("Indexing file [" + file + "] failed");
 }

@@ -10,9 +10,10 @@
 // Destination of VCF text: the header, then one data line at a time. A name ending in
 // ".vcf.gz" is written BGZF-compressed, with a tabix index (".tbi") beside it, and one
 // ending in ".bcf" as BCF, with a CSI index (".csi"), both through htslib, which reads back
-// each line as a record; any other name as text through ofile (".vcf", ".vcf.bz2"). As with
-// ofile, the data go to a temporary name that is renamed once complete, and any failure
-// ends the run naming the file.
+// each line as a record; any other name as text through ofile (".vcf", ".vcf.bz2"). "-" is
+// standard output as text, "-.vcf.gz" and "-.bcf" standard output in those forms, with no
+// index. As with ofile, the data and the index go to temporary names that join the outputs
+// of the run once complete, and any failure ends the run naming the file.
 class vcf_output {
 public:
 	vcf_output();
@@ -27,6 +28,7 @@ public:
 	void close();
 
 	static bool isIndexed(const std::string & name);
+	static bool toStdout(const std::string & name);
 
 private:
 	std::string file;

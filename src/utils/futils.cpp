@@ -2,6 +2,7 @@
 #include "utils/ofile.h"
 
 #include <cstdint>
+#include <cstdlib>
 #include <fstream>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -44,6 +45,27 @@ bool isSpecialFile(const std::string & name) {
 // In the same folder as the name, so that renaming it onto the name is atomic.
 std::string temporaryName(const std::string & name) {
 	return name + ".tmp" + std::to_string(getpid());
+}
+
+bool isStandardOutput(const std::string & name) {
+	struct stat file, out;
+	return stat(name.c_str(), &file) == 0 && fstat(1, &out) == 0 && file.st_dev == out.st_dev && file.st_ino == out.st_ino;
+}
+
+std::string canonicalName(const std::string & name) {
+	char * real = realpath(name.c_str(), nullptr);
+	if (!real) {
+		const std::string::size_type slash = name.find_last_of('/');
+		const std::string folder = slash == std::string::npos ? "." : name.substr(0, slash + 1);
+		real = realpath(folder.c_str(), nullptr);
+		if (!real) return name;
+		std::string joined = std::string(real) + "/" + name.substr(slash == std::string::npos ? 0 : slash + 1);
+		free(real);
+		return joined;
+	}
+	std::string resolved = real;
+	free(real);
+	return resolved;
 }
 
 void bool2binary(const std::vector < bool > & v, std::ostream & os) {

@@ -15,6 +15,10 @@ namespace futils {
 	bool createFile(std::string name);
 	bool isSpecialFile(const std::string & name);
 	std::string temporaryName(const std::string & name);
+	// The file that standard output is (/dev/stdout, or a redirection to it).
+	bool isStandardOutput(const std::string & name);
+	// The absolute name with links resolved, of the file or, if it does not exist, of its folder.
+	std::string canonicalName(const std::string & name);
 	void bool2binary(const std::vector < bool > & v, std::ostream & os);
 	// v is replaced only once all its bytes are read.
 	bool binary2bool(std::vector < bool > & v, std::istream & is);

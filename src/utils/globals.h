@@ -5,6 +5,8 @@
 #include <string>
 
 #define SORVANE_REVISION 904
+// SORVANE_VERSION, the release "major.minor.revision", comes from the project's version in
+// CMakeLists.txt, which the manual page shows too.
 
 // Set by main before anything else; the log and the output headers print it.
 extern time_t START_DATE;

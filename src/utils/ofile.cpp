@@ -1,6 +1,7 @@
 #include "utils/ofile.h"
 #include "utils/futils.h"
 #include "utils/lfile.h"
+#include "utils/output_set.h"
 
 #include <boost/iostreams/filter/bzip2.hpp>
 #include <boost/iostreams/filter/gzip.hpp>
@@ -8,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <iostream>
 #include <unistd.h>
 
 namespace bio = boost::iostreams;
@@ -20,10 +22,10 @@ public:
 	typedef char char_type;
 	typedef bio::sink_tag category;
 
-	std::ofstream * fd;
+	std::ostream * fd;
 	int * error;
 
-	checked_output(std::ofstream * _fd, int * _error) : fd(_fd), error(_error) {}
+	checked_output(std::ostream * _fd, int * _error) : fd(_fd), error(_error) {}
 
 	std::streamsize write(const char * s, std::streamsize n) {
 		if (fd->write(s, n)) return n;
@@ -40,14 +42,21 @@ ofile::ofile(std::string name, bool binary) {
 }
 
 ofile::~ofile() {
-	if (!fd.is_open()) return;
+	if (!opened) return;
 	release();
-	if (target != file) std::remove(target.c_str());
+	if (target != file) OUTPUTS.drop(target);
 }
 
-bool ofile::open(std::string name, bool binary) {
+bool ofile::open(std::string name, bool binary, bool at_once) {
 	file = name;
 	error = 0;
+	now = at_once;
+	if (name == "-") {
+		target = name;
+		opened = true;
+		push(checked_output(&std::cout, &error));
+		return true;
+	}
 	bool in_place = futils::isSpecialFile(name);
 	// An existing file that may not be written stays refused, though renaming could replace it.
 	if (!in_place && access(name.c_str(), F_OK) == 0 && access(name.c_str(), W_OK) != 0) return false;
@@ -65,6 +74,8 @@ bool ofile::open(std::string name, bool binary) {
 		fd.open(target.c_str(), std::ios::out | std::ios::trunc);
 	}
 	if (fd.fail()) return false;
+	opened = true;
+	if (!in_place) OUTPUTS.add(target, name);
 	push(checked_output(&fd, &error));
 	return true;
 }
@@ -91,25 +102,31 @@ bool ofile::release() {
 		ok = false;
 	}
 	errno = 0;
-	fd.flush();
-	ok = ok && fd.good();
-	fd.close();
-	ok = ok && !fd.fail();
+	opened = false;
+	if (file == "-") {
+		std::cout.flush();
+		ok = ok && std::cout.good();
+	} else {
+		fd.flush();
+		ok = ok && fd.good();
+		fd.close();
+		ok = ok && !fd.fail();
+	}
 	if (!ok && !error) error = errno;
 	return ok;
 }
 
 void ofile::close() {
-	if (!fd.is_open()) {
+	if (!opened) {
 		reset();
 		return;
 	}
 	bool ok = release();
-	if (ok && target != file && std::rename(target.c_str(), file.c_str()) != 0) {
+	if (ok && target != file && !OUTPUTS.done(target, now)) {
 		ok = false;
 		error = errno;
 	}
 	if (ok) return;
-	if (target != file) std::remove(target.c_str());
+	if (target != file) OUTPUTS.drop(target);
 	LOG.error("Writing to file [" + file + "] failed" + (error ? ": " + std::string(strerror(error)) : ""));
 }

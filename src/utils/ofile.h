@@ -6,10 +6,12 @@
 #include <string>
 
 // Output stream that compresses by file extension: ".gz" (gzip) and ".bz2" (bzip2).
-// The data go to a temporary file next to the named one, which gets its name only when
-// close() finds everything written: a failed or interrupted run leaves no file that looks
-// complete. An existing name that is not a regular file (a device, a pipe, a link) is
-// written in place. An ofile destroyed without close() discards what it wrote.
+// The data go to a temporary file next to the named one, which joins the run's set of
+// outputs (OUTPUTS) when close() finds everything written: it gets its name then, or with
+// the other outputs of the run at its end, so a failed or interrupted run leaves no file
+// that looks complete. The name "-" is standard output; an existing name that is not a
+// regular file (a device, a pipe, a link) is written in place. An ofile destroyed without
+// close() discards what it wrote.
 class ofile : public boost::iostreams::filtering_ostream {
 public:
 	std::string file;
@@ -20,7 +22,9 @@ public:
 	ofile(std::string name, bool binary = false);
 	~ofile();
 
-	bool open(std::string name, bool binary = false);
+	// `at_once`: the file gets its name at close even while the outputs of the run wait;
+	// the data check reports, which tell why a run stopped, are written so.
+	bool open(std::string name, bool binary = false, bool at_once = false);
 	void writeString(std::string & s);
 	std::string name();
 	// Ends the run through the log's error, naming the file, if anything failed to be written.
@@ -28,6 +32,8 @@ public:
 
 private:
 	int error = 0;
+	bool opened = false;
+	bool now = false;
 
 	bool release();
 };

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -53,6 +54,15 @@ std::string date2str(time_t * t, std::string format) {
 	char buffer[128];
 	strftime(buffer, 128, format.c_str(), tm_info);
 	return std::string(buffer);
+}
+
+std::string duration2str(double seconds) {
+	if (seconds < 60) return double2str(seconds, 2) + " s";
+	long whole = (long)(seconds + 0.5);
+	char text[32];
+	if (whole < 3600) snprintf(text, sizeof(text), "%ldm%02lds", whole / 60, whole % 60);
+	else snprintf(text, sizeof(text), "%ldh%02ldm", whole / 3600, (whole % 3600) / 60);
+	return text;
 }
 
 int tokenize(std::string & s, std::vector < std::string > & out, std::string separators) {

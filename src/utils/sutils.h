@@ -13,6 +13,8 @@ namespace sutils {
 	std::string bool2str(const std::vector < bool > & v);
 	std::string double2str(const std::vector < double > & v, int precision = 0);
 	std::string date2str(time_t * t, std::string format);
+	// A duration: "0.42 s" under a minute, "3m07s" under an hour, "2h05m" beyond.
+	std::string duration2str(double seconds);
 	int tokenize(std::string & s, std::vector < std::string > & out);
 	int tokenize(std::string & s, std::vector < std::string > & out, std::string separators);
 	int tokenize(std::string & s, std::vector < std::string > & out, int n);

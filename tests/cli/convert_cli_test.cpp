@@ -14,6 +14,7 @@ using testutils::RunResult;
 using testutils::TempDir;
 using testutils::has;
 using testutils::lines;
+using testutils::refused;
 using testutils::readCompressed;
 using testutils::runSorvane;
 using testutils::words;
@@ -242,7 +243,8 @@ TEST(cli_convert, HaplotypeFiles) {
 }
 
 // Every refusal of the file checks, before anything is read; outputs that the input does
-// not use draw a warning and are never created.
+// not use draw a warning and are never created. A run whose last output fails replaces none
+// of the files before it.
 TEST(cli_convert, ChecksAndWarnings) {
 	TempDir d;
 	d.write("in.haps", small_haps);
@@ -266,12 +268,17 @@ TEST(cli_convert, ChecksAndWarnings) {
 		{ "--input-haps in --output-vcf nodir/o.vcf", "nodir/o.vcf is impossible to create, check writing permissions" },
 		{ "--input-haps in --output-ref nodir/r", "nodir/r.haplotypes is impossible to create, check writing permissions" },
 		{ "--input-graph g.graph --input-sets g.graph --replicate -1", "You must specify a --replicate value of at least 0" },
+		{ "--input-haps in --output-vcf ./in.sample", "The output file [./in.sample] of --output-vcf is an input file of --input-haps: writing it would replace the input" },
+		{ "--input-haps in --output-haps o --output-ref o --output-vcf o.sample", "The output file [o.sample] is written by both --output-haps and --output-vcf" },
+		{ "--input-haps in --output-haps keep --output-vcf /dev/full", "Writing to file [/dev/full] failed: No space left on device" },
 	};
+	d.write("keep.haps", "kept\n");
 	for (const auto & c : refusals) {
 		RunResult r = runSorvane("-convert " + c.first + " -L c", d.path);
-		testutils::expectError(r, c.second + "\n", c.first);
-		EXPECT_FALSE(has(r.out, "Reading")) << c.first;
+		EXPECT_TRUE(refused(r, c.second + "\n")) << c.first;
+		EXPECT_EQ(has(r.out, "Reading"), has(c.first, "full")) << c.first;
 	}
+	EXPECT_EQ(d.read("keep.haps"), "kept\n");
 	RunResult r = runSorvane("-convert --input-haps in --output-haps o --output-max m --output-sample s -L c", d.path);
 	EXPECT_EQ(r.status, 0) << r.out;
 	EXPECT_TRUE(has(d.read("c.log"), "WARNING: Options --output-max and --output-sample are unused when specifying --input-haps\n"));
@@ -306,12 +313,12 @@ TEST(cli_convert, DamagedGraphsAndSets) {
 	d.write("sets", "w1" + window);
 	for (const auto & c : cases) {
 		d.write("b.graph", c.first);
-		testutils::expectError(runSorvane("-convert --input-graph b.graph --input-sets sets --output-max m -L c", d.path), c.second);
+		EXPECT_TRUE(refused(runSorvane("-convert --input-graph b.graph --input-sets sets --output-max m -L c", d.path), c.second));
 		for (std::string out : { "m.haps", "m.sample", "w1.pairs.gz" }) EXPECT_FALSE(std::ifstream(d.file(out)).good()) << out;
 	}
 	d.write("sets", "w1" + window + "\nnodir/w2" + window);
 	RunResult r = runSorvane("-convert --input-graph a.graph --input-sets sets --replicate 5 -L c", d.path);
-	testutils::expectError(r, "The table nodir/w2.pairs.gz of window nodir/w2 is impossible to create, check writing permissions\n");
+	EXPECT_TRUE(refused(r, "The table nodir/w2.pairs.gz of window nodir/w2 is impossible to create, check writing permissions\n"));
 	EXPECT_FALSE(has(r.out, "Sampling haplotypes"));
 	EXPECT_FALSE(std::ifstream(d.file("w1.pairs.gz")).good());
 }

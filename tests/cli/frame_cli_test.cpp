@@ -1,49 +1,78 @@
+#include "modes/sorvane.h"
 #include "test_utils.h"
+
+#include <dirent.h>
+#include <regex>
+#include <unistd.h>
 
 using testutils::RunResult;
 using testutils::TempDir;
 using testutils::runSorvane;
 using testutils::has;
+using testutils::refused;
 
-TEST(cli_frame, NoArgumentHelpVersionSourceAndParseErrors) {
+namespace {
+
+// The logs in a folder named from the date and a random identifier.
+int defaultLogs(const TempDir & d) {
+	int n = 0;
+	DIR * dir = opendir(d.path.c_str());
+	for (dirent * e = readdir(dir) ; e ; e = readdir(dir)) n += std::regex_match(e->d_name, std::regex("sorvane_[0-9]{8}_[0-9]{2}h[0-9]{2}m[0-9]{2}s_.{36}\\.log"));
+	closedir(dir);
+	return n;
+}
+
+}
+
+// Bare, the program prints its usage to standard error and exits 1; asked for help, to
+// standard output and exits 0. A mode's help has no colour codes when piped and shows its
+// defaults as written.
+TEST(cli_frame, UsageHelpVersionAndParseErrors) {
 	TempDir d;
 	RunResult r = runSorvane("", d.path);
 	EXPECT_EQ(r.status, 1);
 	EXPECT_EQ(r.out, "");
-	EXPECT_EQ(r.err, "");
+	EXPECT_EQ(r.err, sorvane::usage());
+	for (std::string mode : { "-phase ", "-check ", "-convert ", "-call ", "-assemble ", "-mutinclude " }) EXPECT_TRUE(has(r.err, "\n  " + mode)) << mode;
+	for (std::string help : { "-h", "--help" }) {
+		r = runSorvane(help, d.path);
+		EXPECT_EQ(r.status, 0);
+		EXPECT_EQ(r.out, sorvane::usage());
+	}
 
 	// An unknown option, a missing value or a bad number: the parser's message and exit 1.
 	const std::pair < std::string, std::string > bad[] = {
-		{ "--bogus-option 3", "Phaser mode : unrecognised option '--bogus-option'" },
+		{ "--bogus-option 3", "Phaser mode : unrecognised option '--bogus-option'\nThe options of this mode: sorvane -phase --help\n" },
 		{ "--input-vcf in.vcf --seed", "Phaser mode : the required argument for option '--seed' is missing" },
 		{ "-check --thread notanumber", "Summarizer mode : the argument ('notanumber') for option '--thread' is invalid" },
 	};
 	for (const auto & b : bad) {
 		r = runSorvane(b.first, d.path);
 		EXPECT_EQ(r.status, 1) << b.first;
-		EXPECT_TRUE(has(r.out, b.second)) << r.out;
+		EXPECT_TRUE(has(r.err, b.second)) << r.err;
 	}
 
-	r = runSorvane("-check --help", d.path);
+	r = runSorvane("-check -h", d.path);
 	EXPECT_EQ(r.status, 0);
-	EXPECT_TRUE(has(r.out, "ampled \033[33mOR\033[0mdered")) << r.out;
-	EXPECT_TRUE(has(r.out, "  * Version : v2.r904\n")) << r.out;
-	EXPECT_TRUE(has(r.out, "Basic options")) << r.out;
+	EXPECT_EQ(r.out.compare(0, 33, "Usage: sorvane -check [OPTIONS]\n\n"), 0) << r.out;
 	EXPECT_TRUE(has(r.out, "Input data are from chromosome X")) << r.out;
 	EXPECT_FALSE(has(r.out, "Number of burn-in MCMC iterations.")) << r.out;
+	EXPECT_EQ(r.out.find_first_of("\033"), std::string::npos);
 
 	r = runSorvane("-phase --help", d.path);
 	EXPECT_EQ(r.status, 0);
 	for (std::string opt : { "--burn", "--prune", "--main", "--run", "--no-mcmc", "--input-ped", "--missing-code", "--input-bed",
-			"--noped", "--duohmm", "--input-gen", "--input-thr", "--input-vcf", "--input-map", "--input-ref", "--input-init",
+			"--noped", "--duohmm", "--input-gen", "--input-vcf", "--input-map", "--input-ref", "--input-init",
 			"--input-sex", "--missing-maf", "--chrX", "--force", "--states", "--states-random", "--states-pmatch", "--states-cov",
-			"--window", "--model-version1", "--effective-size", "--rho", "--input-copy-states", "--output-max", "--output-graph",
-			"--seed", "--thread", "--output-log", "--exclude-snp", "--include-grp", "--input-from", "--output-to" })
+			"--model-version1", "--effective-size", "--input-copy-states", "--output-max", "--output-graph",
+			"--seed", "--thread", "--output-log", "--exclude-snp", "--include-grp", "--input-from", "--output-to",
+			"--input-thr arg (=0.9) ", "--rho arg (=0.0004) ", "--window ] arg (=2) ", "--input-to arg (=1e9) " })
 		EXPECT_TRUE(has(r.out, opt)) << opt;
 
 	r = runSorvane("--version", d.path);
 	EXPECT_EQ(r.status, 0);
-	EXPECT_TRUE(has(r.out, "v2.r904"));
+	EXPECT_EQ(r.out, sorvane::version() + "\n");
+	EXPECT_EQ(sorvane::version().compare(0, 15, "sorvane 2.0.904"), 0) << sorvane::version();
 
 	r = runSorvane("--source", d.path);
 	EXPECT_EQ(r.status, 0);
@@ -53,70 +82,55 @@ TEST(cli_frame, NoArgumentHelpVersionSourceAndParseErrors) {
 	EXPECT_EQ(r.status, 0);
 }
 
+// The log records the command line and the settings; errors go to standard error and to
+// the log. A run refused before its work leaves no default log; one that reached it does.
 TEST(cli_frame, LogFileNamesAndContent) {
 	TempDir d;
 	d.write("in.vcf", "x");
-	RunResult r = runSorvane("--input-vcf in.vcf --output-max out --output-log x --seed 5", d.path);
-	EXPECT_EQ(r.status, 1);
+	RunResult r = testutils::runCommand(std::string(SORVANE_BIN) + " --input-vcf in.vcf --output-max out --output-log x --seed 5 > /dev/null 2> err.txt; cat err.txt", d.path);
+	EXPECT_TRUE(has(r.out, "\nERROR: ")) << r.out;
 	std::string log = d.read("x.log");
 	EXPECT_TRUE(has(log, "Mode    : Phaser\nOptions : --input-vcf in.vcf --output-max out --output-log x --seed 5\n")) << log;
 	EXPECT_TRUE(has(log, "Version : v2.r904\nDate    : ")) << log;
 	EXPECT_TRUE(has(log, "\nMODE -phase : PHASING GENOTYPE DATA\n  * Autosome (chr1 ... chr22)\n  * Window-based model (SORVANE v2)\n  * MCMC iteration\n")) << log;
 	EXPECT_TRUE(has(log, "\nParameters :\n  * Seed : 5\n  * Parallelisation: 1 threads\n  * Ref allele is NOT aligned on the reference genome\n"
 		"  * MCMC: 35 iterations [7 B + 1 runs of 8 P + 20 M]\n  * Model: 100 states per window [100 H + 0 PM + 0 R + 0 COV ] / Windows of ~2.0 Mb / rho = 0.00040\n")) << log;
-	EXPECT_TRUE(has(r.out, "  * LOGfile : [x.log]")) << r.out;
-	EXPECT_TRUE(has(r.out, "MODE \033[33m-phase\033[0m : PHASING GENOTYPE DATA")) << r.out;
-	// Screen-only lines stay off the log, and colours stay off the log.
+	EXPECT_TRUE(has(log, "\nERROR: ")) << log;
+	// The thread count warns from 51 on; screen-only lines and colours stay off the log.
+	r = runSorvane("--input-vcf in.vcf --output-max out -L x --thread 51 --input-from 1000 --input-to 2e6 --aligned", d.path);
+	EXPECT_TRUE(has(r.out, "  * LOGfile : [x.log]\n\nMODE -phase : PHASING GENOTYPE DATA\n")) << r.out;
+	EXPECT_TRUE(has(r.err, "\nWARNING: High number of thread, check parameters\n")) << r.err;
+	log = d.read("x.log");
+	EXPECT_TRUE(has(log, "  * Input  window: [1000 -> 2000000]\n  * Parallelisation: 51 threads\n  * Ref allele is aligned on the reference genome\n")) << log;
 	EXPECT_FALSE(has(log, "LOGfile")) << log;
-	EXPECT_FALSE(has(log, "\033[")) << log;
+	EXPECT_EQ(log.find_first_of("\033\r"), std::string::npos);
 
-	// A run without --output-log names its log from the date and a random identifier.
-	r = runSorvane("--input-vcf in.vcf --output-max out", d.path);
-	std::string cmd = "ls " + d.path + " | grep -c '^sorvane_[0-9]\\{8\\}_[0-9][0-9]h[0-9][0-9]m[0-9][0-9]s_.\\{36\\}\\.log$' > " + d.file("count");
-	ASSERT_EQ(system(cmd.c_str()), 0);
-	EXPECT_EQ(d.read("count"), "1\n");
+	EXPECT_TRUE(refused(runSorvane("--input-vcf none.vcf --output-max out", d.path), "none.vcf is impossible to open"));
+	EXPECT_TRUE(refused(runSorvane("--input-vcf in.vcf --output-max out --seed -1", d.path), "Random number generator needs a positive seed value"));
+	EXPECT_EQ(defaultLogs(d), 0);
+	runSorvane("--input-vcf in.vcf --output-max out", d.path);
+	EXPECT_EQ(defaultLogs(d), 1);
 
 	r = runSorvane("--input-vcf in.vcf --output-max out --output-log nodir/x", d.path);
 	EXPECT_EQ(r.status, 1);
 	EXPECT_TRUE(has(r.err, "Impossible to open log file[nodir/x] check writing permissions!")) << r.err;
+	log = d.read("x.log");
+	EXPECT_TRUE(refused(runSorvane("--input-vcf x.log --output-max out -L x", d.path), "The output file [x.log] of --output-log is an input file of --input-vcf"));
+	EXPECT_EQ(d.read("x.log"), log);
 }
 
-TEST(cli_frame, CommonOptionChecks) {
+// make install puts the two programs, the plotting script and the manual page under PREFIX,
+// below DESTDIR; make uninstall takes them away.
+TEST(cli_frame, InstallAndUninstall) {
 	TempDir d;
-	d.write("in.vcf", "x");
-	const std::string base = "--input-vcf in.vcf --output-max out -L log ";
-	struct Case { std::string args; bool refused; std::string message; };
-	const std::string window_in = "The input window coordinates are incorrect (must have --input-from >= 0 & --input-to > 0 & --input-from < input-to\n";
-	const std::string window_out = "The output window coordinates are incorrect (must have --output-from >= 0 & --output-to > 0 & --output-from < output-to\n";
-	const Case cases[] = {
-		{ "--seed -1", true, "Random number generator needs a positive seed value" },
-		{ "--seed 0", false, "positive seed" },
-		{ "--thread 0", true, "You must use at least 1 thread" },
-		{ "--input-from 5 --input-to 5", true, window_in },
-		{ "--input-from 0 --input-to 1", false, "window coordinates" },
-		{ "--input-from 100000001 --input-to 100000002", true, window_in },
-		{ "--input-from -1", true, window_in },
-		{ "--input-to 1e5 --input-from 2e5", true, window_in },
-		{ "--output-from 10 --output-to 2", true, window_out },
-		{ "--exclude-snp nothere", true, "[nothere] is impossible to open, check file existence or reading permissions" },
-		{ "--include-grp nothere", true, "[nothere] is impossible to open, check file existence or reading permissions" },
-	};
-	for (const Case & c : cases) {
-		RunResult r = runSorvane(base + c.args, d.path);
-		EXPECT_EQ(r.status, 1) << c.args;
-		if (c.refused) {
-			EXPECT_TRUE(has(r.out, "\033[33mERROR:\033[0m " + c.message)) << c.args << "\n" << r.out;
-			EXPECT_TRUE(has(d.read("log.log"), "ERROR: " + c.message)) << c.args;
-		} else {
-			EXPECT_FALSE(has(r.out, c.message)) << c.args << "\n" << r.out;
-		}
-	}
-	RunResult r = runSorvane(base + "--thread 51", d.path);
-	EXPECT_TRUE(has(r.out, "\n\033[33mWARNING:\033[0m High number of thread, check parameters\n")) << r.out;
-	EXPECT_TRUE(has(r.out, "  * Parallelisation: 51 threads")) << r.out;
-
-	r = runSorvane(base + "--input-from 1000 --input-to 2e6 --aligned", d.path);
-	std::string log = d.read("log.log");
-	EXPECT_TRUE(has(log, "  * Input  window: [1000 -> 2000000]\n")) << log;
-	EXPECT_TRUE(has(log, "  * Ref allele is aligned on the reference genome\n")) << log;
+	const std::string build = std::string(SORVANE_PLOT).substr(0, std::string(SORVANE_PLOT).rfind('/'));
+	const std::string make = "make -s -C " + std::string(SORVANE_EXAMPLE_DATA) + "/.. -o build BUILD=" + build + " PREFIX=/opt/sv DESTDIR=" + d.path;
+	RunResult r = testutils::runCommand(make + " install", d.path);
+	ASSERT_EQ(r.status, 0) << r.out << r.err;
+	for (std::string f : { "bin/sorvane", "bin/readmine", "bin/sorvane-plot", "share/man/man1/sorvane.1" })
+		EXPECT_EQ(access(d.file("opt/sv/" + f).c_str(), f[0] == 'b' ? X_OK : R_OK), 0) << f;
+	EXPECT_EQ(testutils::runCommand("opt/sv/bin/sorvane --version", d.path).out, sorvane::version() + "\n");
+	EXPECT_TRUE(has(testutils::runCommand("man -l opt/sv/share/man/man1/sorvane.1", d.path).out, "sorvane " SORVANE_VERSION)) << "manual page";
+	ASSERT_EQ(testutils::runCommand(make + " uninstall", d.path).status, 0);
+	EXPECT_EQ(testutils::runCommand("find opt -type f", d.path).out, "");
 }

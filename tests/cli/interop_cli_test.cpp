@@ -8,24 +8,13 @@ using testutils::RunResult;
 using testutils::TempDir;
 using testutils::has;
 using testutils::lines;
+using testutils::runOk;
 using testutils::runSorvane;
 using testutils::words;
 
 namespace {
 
 const std::string E = SORVANE_EXAMPLE_DATA;
-
-// Runs a shell command in the folder; its standard output is returned, its status kept.
-std::string shell(const TempDir & d, const std::string & command, int & status) {
-	status = system(("cd '" + d.path + "' && " + command + " > .shell.out 2> .shell.err").c_str());
-	return d.read(".shell.out");
-}
-
-void run(const TempDir & d, const std::string & command) {
-	int status;
-	shell(d, command, status);
-	ASSERT_EQ(status, 0) << command << "\n" << d.read(".shell.err");
-}
 
 // A site report of -check with the alleles in a fixed order: a tool that writes the
 // alleles of a site the other way round gives the same rows.
@@ -51,11 +40,7 @@ std::set < std::string > siteRows(const std::string & report) {
 TEST(cli_interop, ExportsReadAlike) {
 	TempDir d;
 	const std::string plink = "plink2 --vcf " + E + "/cohort.vcf.gz --out x ";
-	run(d, plink + "--export vcf");
-	run(d, plink + "--export ped");
-	run(d, plink + "--export oxford");
-	run(d, plink + "--make-bed");
-	run(d, "bcftools view -Ob -o x.bcf " + E + "/cohort.vcf.gz");
+	runOk(plink + "--export vcf && " + plink + "--export ped && " + plink + "--export oxford && " + plink + "--make-bed && bcftools view -Ob -o x.bcf " + E + "/cohort.vcf.gz", d.path);
 	const std::vector < std::pair < std::string, std::string > > inputs = {
 		{ "vcf", "--input-vcf x.vcf" }, { "ped", "--input-ped x" }, { "gen", "--input-gen x.gen x.sample" }, { "bed", "--input-bed x" },
 		{ "bcf", "--input-vcf x.bcf" },
@@ -71,36 +56,40 @@ TEST(cli_interop, ExportsReadAlike) {
 	}
 	const std::string bcf = d.read("x.bcf");
 	d.write("cut.bcf", bcf.substr(0, bcf.size() / 2));
-	RunResult r = runSorvane("-check --input-vcf cut.bcf -L cut", d.path);
-	EXPECT_EQ(r.status, 1);
-	EXPECT_TRUE(has(r.out, "ERROR:\033[0m File [cut.bcf] is corrupted or truncated")) << r.out;
+	EXPECT_TRUE(testutils::refused(runSorvane("-check --input-vcf cut.bcf -L cut", d.path), "File [cut.bcf] is corrupted or truncated"));
 }
 
 // Phased output as VCF, BGZF with its index and BCF: bcftools reads, re-indexes and counts
 // the same sites and samples; the HAPS/SAMPLE output loads in plink2, whose VCF export
-// gives back the phased genotypes.
+// gives back the phased genotypes. Streamed to standard output, as text or BCF, the same
+// records go to bcftools, and the screen to standard error.
 TEST(cli_interop, OutputsLoadInBcftoolsAndPlink2) {
 	TempDir d;
 	exsubset::writeSubset(d);
-	RunResult r = runSorvane("--input-vcf " + E + "/cohort.vcf.gz" + exsubset::subsetArgs() + "--thread 2 --seed 1 --output-max p --output-vcf p.vcf.gz -L p", d.path);
+	const std::string phase = "--input-vcf " + E + "/cohort.vcf.gz" + exsubset::subsetArgs() + "--thread 1 --seed 1 ";
+	RunResult r = runSorvane(phase + "--output-max p --output-vcf p.vcf.gz -L p", d.path);
 	ASSERT_EQ(r.status, 0) << r.out;
 	ASSERT_EQ(runSorvane("-convert --input-haps p --output-vcf p.bcf -L c", d.path).status, 0);
+	for (std::string stream : { phase + "--output-vcf - -L s", std::string("-convert --input-haps p --output-vcf -.bcf -L s") }) {
+		r = testutils::runCommand(SORVANE_BIN " " + stream + " | bcftools view -H", d.path);
+		EXPECT_EQ(r.out, runOk("bcftools view -H p." + std::string(has(stream, "bcf") ? "bcf" : "vcf.gz"), d.path)) << stream;
+		EXPECT_TRUE(has(r.err, "  * LOGfile : [s.log]\n")) << r.err;
+	}
 	const std::vector < std::string > haps = lines(d.read("p.haps"));
 	const std::string sites = std::to_string(haps.size());
-	int status;
 	for (std::string file : { "p.vcf.gz", "p.bcf" }) {
-		run(d, "bcftools view " + file + " > /dev/null");
-		EXPECT_EQ(shell(d, "bcftools index -n " + file, status), sites + "\n") << file;
-		run(d, "bcftools index -f " + file);
-		const std::string stats = shell(d, "bcftools stats " + file + " | grep '^SN'", status);
+		runOk("bcftools view " + file + " > /dev/null", d.path);
+		EXPECT_EQ(runOk("bcftools index -n " + file, d.path), sites + "\n") << file;
+		runOk("bcftools index -f " + file, d.path);
+		const std::string stats = runOk("bcftools stats " + file + " | grep '^SN'", d.path);
 		EXPECT_TRUE(has(stats, "number of samples:\t23\n")) << stats;
 		EXPECT_TRUE(has(stats, "number of records:\t" + sites + "\n")) << stats;
 	}
-	const std::string region = shell(d, "bcftools view -H -r 20:1000000-1050000 p.vcf.gz | wc -l", status);
+	const std::string region = runOk("bcftools view -H -r 20:1000000-1050000 p.vcf.gz | wc -l", d.path);
 	EXPECT_GT(std::stoi(region), 0);
 	EXPECT_LT(std::stoi(region), (int)haps.size());
 
-	run(d, "plink2 --haps p.haps ref-first --sample p.sample --export vcf --out back");
+	runOk("plink2 --haps p.haps ref-first --sample p.sample --export vcf --out back", d.path);
 	std::string expected, got;
 	for (const std::string & l : haps) {
 		std::vector < std::string > t = words(l);

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <sys/stat.h>
 
+using testutils::refused;
 using testutils::RunResult;
 using testutils::TempDir;
 using testutils::runSorvane;
@@ -19,13 +20,8 @@ struct OptionCase {
 static void runCases(const TempDir & d, const std::vector < OptionCase > & cases) {
 	for (const OptionCase & c : cases) {
 		RunResult r = runSorvane(c.args + " -L log", d.path);
-		EXPECT_EQ(r.status, 1) << c.args;
-		if (c.refused) {
-			EXPECT_TRUE(has(r.out, "\033[33mERROR:\033[0m " + c.message + "\n")) << c.args << "\n" << r.out;
-		} else {
-			EXPECT_FALSE(has(r.out, c.message)) << c.args << "\n" << r.out;
-			EXPECT_TRUE(has(r.out, "Parameters :")) << c.args << "\n" << r.out;
-		}
+		if (c.refused) EXPECT_TRUE(refused(r, c.message + "\n")) << c.args;
+		else EXPECT_TRUE(r.status == 1 && !has(r.err, c.message) && has(r.out, "Parameters :")) << c.args << "\n" << r.err;
 	}
 }
 
@@ -37,7 +33,19 @@ TEST(cli_phase_options, ValueChecks) {
 	d.write("ref.sample", "x");
 	const std::string io = "--input-vcf in.vcf --output-max out ";
 	const std::string ref = "--input-ref ref.hap ref.legend ref.sample ";
+	const std::string window_in = "The input window coordinates are incorrect (must have --input-from >= 0 & --input-to > 0 & --input-from < input-to";
 	runCases(d, {
+		{ io + "--seed -1", "Random number generator needs a positive seed value", true },
+		{ io + "--seed 0", "positive seed", false },
+		{ io + "--thread 0", "You must use at least 1 thread", true },
+		{ io + "--input-from 5 --input-to 5", window_in, true },
+		{ io + "--input-from 0 --input-to 1", "window coordinates", false },
+		{ io + "--input-from 100000001 --input-to 100000002", window_in, true },
+		{ io + "--input-from -1", window_in, true },
+		{ io + "--input-to 1e5 --input-from 2e5", window_in, true },
+		{ io + "--output-from 10 --output-to 2", "The output window coordinates are incorrect (must have --output-from >= 0 & --output-to > 0 & --output-from < output-to", true },
+		{ io + "--exclude-snp nothere", "[nothere] is impossible to open, check file existence or reading permissions", true },
+		{ io + "--include-grp nothere", "[nothere] is impossible to open, check file existence or reading permissions", true },
 		{ io + "--noped --duohmm", "The --noped and --duohmm options are incompatible with one another.", true },
 		{ io + "--chrX --duohmm", "The --chrX and --duohmm options are incompatible with one another.", true },
 		{ io + "--output-duohmm-errors e.txt", "The --output-duohmm-errors option needs --duohmm and --output-max or --output-vcf", true },
@@ -109,7 +117,7 @@ TEST(cli_phase_options, FileChecks) {
 		{ "--seed 1" + out, no_input, true },
 		{ "--input-vcf in.vcf --input-gen g" + out, two_inputs, true },
 		{ "--input-bed b --input-ped p" + out, two_inputs, true },
-		{ "--input-vcf in.vcf", "You must specify at least one output file with --output-max and/or --output-graph", true },
+		{ "--input-vcf in.vcf", "You must specify at least one output file with --output-max, --output-vcf and/or --output-graph", true },
 		{ "--input-bed b b.bim" + out, "Incorrect number of arguments given to --input-bed (it must be 3 files)", true },
 		{ "--input-bed b.bed b.bim b.fam" + out, "Incorrect number", false },
 		{ "--input-bed x" + out, "x.bed" + cannot_open, true },
@@ -163,17 +171,16 @@ TEST(cli_phase_options, SampleCountWithoutPanel) {
 	d.write("ten", ten);
 	const std::string vcf = "--input-vcf " + E + "/cohort.vcf.gz --output-max out -L log --force --burn 1 --prune 1 --main 1 ";
 	RunResult r = runSorvane(vcf + "--include-ind nine", d.path);
-	EXPECT_EQ(r.status, 1);
-	EXPECT_TRUE(has(r.out, stop)) << r.out;
+	EXPECT_TRUE(refused(r, stop));
 	r = runSorvane(vcf + "--include-ind ten", d.path);
 	EXPECT_EQ(r.status, 0) << r.out;
-	EXPECT_FALSE(has(r.out, stop)) << r.out;
+	EXPECT_FALSE(has(r.err, stop)) << r.err;
 	EXPECT_TRUE(has(d.read("log.log"), "  * 10 samples included\n")) << d.read("log.log");
 	// One graph per unrelated sample.
 	EXPECT_TRUE(has(d.read("log.log"), "  * 10 graphs / ")) << d.read("log.log");
 	EXPECT_TRUE(has(d.read("log.log"), "  * 0 haploids / 10 unrelateds / 0 duos / 0 trios\n")) << d.read("log.log");
 	r = runSorvane(vcf + "--include-ind nine --input-ref " + E + "/reference.haplotypes " + E + "/reference.legend " + E + "/reference.samples", d.path);
 	EXPECT_EQ(r.status, 0) << r.out;
-	EXPECT_FALSE(has(r.out, stop)) << r.out;
+	EXPECT_FALSE(has(r.err, stop)) << r.err;
 	EXPECT_TRUE(has(d.read("log.log"), "  * 200 reference haplotypes included\n")) << d.read("log.log");
 }

@@ -131,7 +131,7 @@ TEST(cli_pir, AssembleMalformedFiles) {
 		std::remove(d.file("out.haps").c_str());
 	}
 	RunResult r = runSorvane("-assemble --input-vcf " + E + "/cohort.vcf.gz --output-max out -L log", d.path);
-	EXPECT_TRUE(has(r.out, "You must specify a file with the list of BAM files to be used"));
+	EXPECT_TRUE(has(r.err, "You must specify a file with the list of BAM files to be used"));
 }
 
 namespace {
@@ -278,5 +278,7 @@ TEST(cli_pir, MutationInclusionChecks) {
 		{ "--input-bam r.pir --input-haps s --input-vcf g.vcf --output-probs p", "You must specify an output haplotype file with option --output-haps" },
 		{ "--input-bam r.pir --input-haps s --input-vcf g.vcf --output-probs p --output-haps a b c", "Incorrect number of arguments given to --output-sample" },
 	};
-	for (const std::pair < std::string, std::string > & c : cases) testutils::expectError(runSorvane("-mutinclude " + c.first + " -L log", d.path), c.second + "\n", c.first);
+	for (const std::pair < std::string, std::string > & c : cases) {
+		EXPECT_TRUE(testutils::refused(runSorvane("-mutinclude " + c.first + " -L log", d.path), c.second)) << c.first;
+	}
 }

@@ -21,7 +21,7 @@ namespace modeltest {
 
 // A unit's graph built from random genotypes, and the haplotypes it copies from: the first
 // 2 * n_samples belong to study samples whose graphs carry only their Miss flags, the rest
-// to a panel.
+// to a panel; each of their alleles is 1 at rate alt.
 struct Scene {
 	static const int n_samples = 3, n_panel = 6;
 	genhap_set GH;
@@ -30,7 +30,7 @@ struct Scene {
 	std::vector < std::vector < int > > cond;
 	std::vector < int > start, stop, segStart, segStop;
 
-	Scene(int type, int L, double het, double miss, bool oneWindow) {
+	Scene(int type, int L, double het, double miss, bool oneWindow, double alt = 0.35) {
 		for (int i = 0 ; i < n_samples ; i ++) {
 			GH.vecG.push_back(new genotype_graph(2, i));
 			for (int l = 0 ; l < L ; l ++) GH.vecG[i]->Miss.push_back(putils::getRandom() < 0.3);
@@ -38,7 +38,7 @@ struct Scene {
 		}
 		for (int k = 0 ; k < 2 * n_samples + n_panel ; k ++) {
 			GH.vecH.push_back(chaplotype(L));
-			for (int l = 0 ; l < L ; l ++) GH.vecH[k].set(l, putils::getRandom() < 0.35);
+			for (int l = 0 ; l < L ; l ++) GH.vecH[k].set(l, putils::getRandom() < alt);
 		}
 		build(type, L, het, miss);
 		for (std::vector < double > * v : { &M.t, &M.rec, &M.recN, &M.nrec }) v->resize(L - 1);
@@ -145,12 +145,12 @@ struct Scene {
 		return ref;
 	}
 
-	// Every cell of the graph's shape; the caller's matrices start at -1 so that a cell left
-	// unwritten shows.
-	void compare(const matrices & prob, const matrices & ref, const std::string & what) const {
+	// Every cell of the graph's shape, within tolerance times the reference cell; the
+	// caller's matrices start at -1 so that a cell left unwritten shows.
+	void compare(const matrices & prob, const matrices & ref, double tolerance, const std::string & what) const {
 		const int S = G->HapsC.size();
 		for (int g = 0 ; g <= S ; g ++) for (int a = 0 ; a < (g ? (int)G->HapsC[g - 1] : 1) ; a ++) for (int b = 0 ; b < (g < S ? (int)G->HapsC[g] : 1) ; b ++)
-			ASSERT_NEAR(prob[g][a][b], ref[g][a][b], 1e-9) << what << " group " << g << " cell " << a << "," << b;
+			ASSERT_NEAR(prob[g][a][b], ref[g][a][b], tolerance * ref[g][a][b]) << what << " group " << g << " cell " << a << "," << b;
 	}
 };
 

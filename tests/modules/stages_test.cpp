@@ -131,6 +131,7 @@ TEST(stages, LogLinesAndProgress) {
 		Study st(12, c.n);
 		std::string screen, log = genotest::logOf(d, [&] {
 			LOG.unmuteC();
+			LOG.terminal = true;
 			testing::internal::CaptureStdout();
 			if (c.line.find("Computing") == 0) likelihood_maker(st.GH, st.likes, c.T).make();
 			else if (c.n) sampler(st.GH, true, c.T, c.verbose).sample();
@@ -138,6 +139,7 @@ TEST(stages, LogLinesAndProgress) {
 			screen = testing::internal::GetCapturedStdout();
 		});
 		testutils::silenceLog();
+		LOG.terminal = false;
 		EXPECT_EQ(log, c.verbose ? "\n" + c.line + "\n\n" : "");
 		std::string all = c.verbose ? "\n\n" : "";
 		for (int i = 1 ; i <= c.n && c.verbose ; i ++) {

@@ -2,6 +2,8 @@
 #include "utils/lfile.h"
 #include "utils/myException.h"
 
+#include <sstream>
+
 using testutils::TempDir;
 
 TEST(lfile, NamesAndOutput) {
@@ -33,16 +35,47 @@ TEST(lfile, NamesAndOutput) {
 	EXPECT_FALSE(bad.open(d.file("no/such/dir/x")));
 }
 
-TEST(lfile, ErrorEndsTheRun) {
+// Off a terminal the screen gets no colour, and a line rewritten with "\r" only in the state
+// it has when it ends, whether "\r" comes before or after the text.
+TEST(lfile, PlainScreenOffTerminal) {
+	lfile L;
+	L.muteL();
+	std::ostringstream screen;
+	L.screen = &screen;
+	L.terminal = false;
+	L.printlnC("\nMODE \033[33m-phase\033[0m : PHASING");
+	for (int i = 1 ; i <= 3 ; i ++) L.printC("\rMain iteration [" + std::to_string(i) + "/3]");
+	L.println("");
+	for (int i = 0 ; i <= 2 ; i ++) L.printC("Correcting [" + std::to_string(i) + "/2]\r");
+	L.printlnC("");
+	L.printC("cut short");
+	L.close();
+	EXPECT_EQ(screen.str(), "\nMODE -phase : PHASING\nMain iteration [3/3]\nCorrecting [2/2]\ncut short\n");
+}
+
+// A log opened for later keeps its lines in memory: a failure before start() writes no
+// file unless the log must be kept.
+TEST(lfile, HeldUntilStarted) {
 	TempDir d;
-	EXPECT_EXIT({
-		lfile L;
-		L.muteC();
-		L.open(d.file("e"));
-		dup2(2, 1);
-		L.error("broken input");
-	}, ::testing::ExitedWithCode(1), "ERROR:.* broken input");
-	EXPECT_EQ(d.read("e.log"), "\nERROR: broken input\n");
+	lfile L;
+	L.muteC();
+	ASSERT_TRUE(L.open(d.file("held"), false));
+	L.println("before");
+	EXPECT_FALSE(std::ifstream(d.file("held.log")).good());
+	ASSERT_TRUE(L.start());
+	L.println("after");
+	L.close();
+	EXPECT_EQ(d.read("held.log"), "before\nafter\n");
+	for (bool keep : { true, false }) EXPECT_EXIT({
+		lfile E;
+		E.muteC();
+		E.open(d.file(keep ? "kept" : "dropped"), false);
+		E.keepOnError = keep;
+		E.println("checks");
+		E.error("broken input");
+	}, ::testing::ExitedWithCode(1), "^\nERROR: broken input\n$");
+	EXPECT_EQ(d.read("kept.log"), "checks\n\nERROR: broken input\n");
+	EXPECT_FALSE(std::ifstream(d.file("dropped.log")).good());
 }
 
 TEST(lfile, ErrorThrowsWhenAskedTo) {
@@ -50,12 +83,13 @@ TEST(lfile, ErrorThrowsWhenAskedTo) {
 	L.muteC();
 	L.muteL();
 	L.exitOnError = false;
-	testing::internal::CaptureStdout();
+	L.errorTerminal = false;
+	testing::internal::CaptureStderr();
 	try {
 		L.error("refused input");
 		ADD_FAILURE() << "error returned";
 	} catch (const myException & e) {
 		EXPECT_STREQ(e.what(), "refused input");
 	}
-	EXPECT_NE(testing::internal::GetCapturedStdout().find("refused input"), std::string::npos);
+	EXPECT_EQ(testing::internal::GetCapturedStderr(), "\nERROR: refused input\n");
 }

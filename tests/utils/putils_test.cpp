@@ -7,19 +7,13 @@
 // Expected draws computed independently from the minimal standard generator with its
 // 32-word shuffle table.
 TEST(putils, GeneratorSequenceIsFixedBySeed) {
-	putils::initRandom(1);
-	EXPECT_NEAR(putils::getRandom(), 0.41599935685098144, 1e-15);
-	EXPECT_NEAR(putils::getRandom(), 0.09196489075755929, 1e-15);
-	EXPECT_NEAR(putils::getRandom(), 0.7564104859514211, 1e-15);
-	EXPECT_NEAR(putils::getRandom(), 0.5297001933351626, 1e-15);
-
-	putils::initRandom(42);
-	EXPECT_NEAR(putils::getRandom(), 0.4719729877412193, 1e-15);
-	EXPECT_NEAR(putils::getRandom(), 0.5390094013600654, 1e-15);
-
 	// Seed 0 is taken as 1, and re-seeding restarts the sequence.
-	putils::initRandom(0);
-	EXPECT_NEAR(putils::getRandom(), 0.41599935685098144, 1e-15);
+	const std::pair < int, std::vector < double > > draws[] = { { 1, { 0.41599935685098144, 0.09196489075755929, 0.7564104859514211, 0.5297001933351626 } },
+		{ 42, { 0.4719729877412193, 0.5390094013600654 } }, { 0, { 0.41599935685098144 } } };
+	for (const auto & seed : draws) {
+		putils::initRandom(seed.first);
+		for (double x : seed.second) EXPECT_NEAR(putils::getRandom(), x, 1e-15) << seed.first;
+	}
 
 	std::vector < double > a, b;
 	putils::initRandom(7);
@@ -89,22 +83,13 @@ TEST(autils, MaxAndUniqueSet) {
 }
 
 TEST(autils, MendelTests) {
-	EXPECT_EQ(autils::checkDuo(0, 0, 1, 1), -1);
-	EXPECT_EQ(autils::checkDuo(1, 1, 0, 0), -1);
-	EXPECT_EQ(autils::checkDuo(0, 1, 1, 1), 1);
-	EXPECT_EQ(autils::checkDuo(1, 0, 0, 0), 1);
-	EXPECT_EQ(autils::checkDuo(0, 1, 0, 1), 0);
-	EXPECT_EQ(autils::checkDuo(0, 0, 0, 1), 0);
-	EXPECT_EQ(autils::checkDuo(1, 1, 1, 0), 0);
-
-	EXPECT_EQ(autils::checkTrio(0, 1, 0, 1, 0, 0), 2);
-	EXPECT_EQ(autils::checkTrio(0, 1, 0, 1, 1, 1), 2);
-	EXPECT_EQ(autils::checkTrio(0, 1, 0, 1, 0, 1), 0);
-	EXPECT_EQ(autils::checkTrio(0, 1, 1, 1, 0, 1), 1);
-	EXPECT_EQ(autils::checkTrio(0, 1, 1, 1, 1, 1), 1);
-	EXPECT_EQ(autils::checkTrio(0, 0, 0, 0, 0, 1), -1);
-	EXPECT_EQ(autils::checkTrio(0, 0, 1, 1, 1, 1), -1);
-	EXPECT_EQ(autils::checkTrio(0, 0, 1, 1, 0, 1), 0);
+	// Parent, child, result.
+	const int duos[7][5] = { { 0, 0, 1, 1, -1 }, { 1, 1, 0, 0, -1 }, { 0, 1, 1, 1, 1 }, { 1, 0, 0, 0, 1 }, { 0, 1, 0, 1, 0 }, { 0, 0, 0, 1, 0 }, { 1, 1, 1, 0, 0 } };
+	for (const auto & c : duos) EXPECT_EQ(autils::checkDuo(c[0], c[1], c[2], c[3]), c[4]) << c[0] << c[1] << c[2] << c[3];
+	// Father, mother, child, result.
+	const int trios[8][7] = { { 0, 1, 0, 1, 0, 0, 2 }, { 0, 1, 0, 1, 1, 1, 2 }, { 0, 1, 0, 1, 0, 1, 0 }, { 0, 1, 1, 1, 0, 1, 1 },
+		{ 0, 1, 1, 1, 1, 1, 1 }, { 0, 0, 0, 0, 0, 1, -1 }, { 0, 0, 1, 1, 1, 1, -1 }, { 0, 0, 1, 1, 0, 1, 0 } };
+	for (const auto & c : trios) EXPECT_EQ(autils::checkTrio(c[0], c[1], c[2], c[3], c[4], c[5]), c[6]) << c[0] << c[1] << c[2] << c[3] << c[4] << c[5];
 	// Swapping the alleles of any one individual changes nothing.
 	for (int g = 0 ; g < 64 ; g ++) {
 		int a[6];

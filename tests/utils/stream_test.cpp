@@ -1,6 +1,7 @@
 #include "test_utils.h"
 #include "utils/ifile.h"
 #include "utils/ofile.h"
+#include "utils/output_set.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -134,6 +135,21 @@ TEST(streams, OutputAppearsOnlyWhenClosed) {
 		o.close();
 		EXPECT_EQ(listFolder(d.path), std::set < std::string > { name });
 		EXPECT_EQ(readAll(d.file(name)), text) << name;
+
+		// Among the outputs of a run, a closed file waits for them all: a failed run discards it.
+		OUTPUTS.deferred = true;
+		for (bool commit : { false, true }) {
+			ofile n(d.file(name));
+			n << "new\n";
+			n.close();
+			EXPECT_EQ(readAll(d.file(name)), text) << name;
+			std::string failed;
+			if (commit) EXPECT_TRUE(OUTPUTS.commit(failed));
+			else OUTPUTS.discard();
+			EXPECT_EQ(listFolder(d.path).size(), 1u) << name;
+		}
+		OUTPUTS.deferred = false;
+		EXPECT_EQ(readAll(d.file(name)), "new\n") << name;
 	}
 }
 

@@ -12,6 +12,7 @@ TEST(sutils, Formatting) {
 	EXPECT_EQ(sutils::int2str(std::vector < int > ({ 1, -1, 0, 12 })), "1-012");
 	EXPECT_EQ(sutils::bool2str(std::vector < bool > ({ true, false, true })), "101");
 	EXPECT_EQ(sutils::double2str(std::vector < double > ({ 1.0, 0.25 }), 2), "1.00 0.25 ");
+	for (const auto & d : std::vector < std::pair < double, std::string > > ({ { 0.421, "0.42 s" }, { 187, "3m07s" }, { 7500, "2h05m" } })) EXPECT_EQ(sutils::duration2str(d.first), d.second);
 }
 
 TEST(sutils, Tokenize) {

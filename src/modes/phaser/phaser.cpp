@@ -15,7 +15,7 @@
 #include <algorithm>
 #include <map>
 
-phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), predefined_states(false), pbwt_selection(false), window_mb(0.0), drawn_known(false), batch_thread_seconds(0.0), busy_thread_seconds(0.0) {
+phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), predefined_states(false), pbwt_selection(false), window_mb(0.0), drawn_known(false), batch_thread_seconds(0.0), busy_thread_seconds(0.0), stage_mark(std::chrono::steady_clock::now()), n_iterations(0), n_iterations_done(0), iteration_seconds(0.0) {
 }
 
 phaser::~phaser() {
@@ -59,7 +59,7 @@ void phaser::declare_options() {
 		("noped", "No pedigree information taken into account.")
 		("duohmm", "Phase pedigrees using the duoHMM algorithm.")
 		("input-gen,G", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in GEN/SAMPLE format.")
-		("input-thr", bpo::value< double >()->default_value(0.9), "Probability threshold used to call genotypes in GEN file.")
+		("input-thr", bpo::value< double >()->default_value(0.9, "0.9"), "Probability threshold used to call genotypes in GEN file.")
 		("input-vcf,V", bpo::value< std::string >(), "Unphased genotypes in VCF format.")
 		("input-map,M", bpo::value< std::string >(), "Genetic map in HapMap format.")
 		("input-ref,R", bpo::value< std::vector < std::string > >()->multitoken(), "Reference set of haplotypes in HAPS/SAMPLE format.")
@@ -75,11 +75,11 @@ void phaser::declare_options() {
 		("states-random", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected at random).")
 		("states-pmatch", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected using perfect match maximisation).")
 		("states-cov", bpo::value< int >()->default_value(0), "Number of hidden states used for phasing (selected using perfect match that maximise coverage of the region).")
-		("window,W", bpo::value< double >()->default_value(2), "Mean size of the windows in which conditioning haplotypes are defined (0.5 with the pbwt selection, unless given).")
+		("window,W", bpo::value< double >()->default_value(2, "2"), "Mean size of the windows in which conditioning haplotypes are defined (0.5 with the pbwt selection, unless given).")
 		("selection", bpo::value< std::string >()->default_value("auto"), "How the --states conditioning haplotypes are selected: hamming (smallest Hamming distance over each window), pbwt (longest local matches, positional Burrows-Wheeler transform) or auto (pbwt with a reference panel or from 1000 haplotypes to copy from, hamming otherwise).")
 		("model-version1", "Use the graphical model to represent the conditioning haplotypes (as in SORVANE v1).")
 		("effective-size", bpo::value< int >()->default_value(15000), "Effective size of the population.")
-		("rho", bpo::value< double >()->default_value(0.0004), "Constant recombination rate.")
+		("rho", bpo::value< double >()->default_value(0.0004, "0.0004"), "Constant recombination rate.")
 		("input-copy-states", bpo::value< std::string >(), "To specify who to copy from")
 		("no-rare-phasing", "Leave singletons and doubletons as sampled instead of placing them from the matches around them.");
 
@@ -163,7 +163,7 @@ void phaser::check_files() {
 	sorvane::check_files();
 	checkUnphasedInputCount();
 	if (!options.count("output-max") && !options.count("output-graph") && !options.count("output-vcf"))
-		LOG.error("You must specify at least one output file with --output-max and/or --output-graph");
+		LOG.error("You must specify at least one output file with --output-max, --output-vcf and/or --output-graph");
 	checkInputFileSet("input-bed", { ".bed", ".bim", ".fam" }, 3, "Incorrect number of arguments given to --input-bed (it must be 3 files)");
 	checkInputFileSet("input-ped", { ".ped", ".map" }, 2, "Incorrect number of arguments given to --input-ped (it must be 2 files)");
 	checkInputFileSet("input-gen", { ".gen", ".sample" }, 2, "Incorrect number of arguments given to --input-gen (it must be 2 files)");
@@ -278,6 +278,7 @@ void phaser::readPanelAndMap(reference_reader & readerR, snp_set * study_sites) 
 
 // One graph per unit, then GH takes the graphs, the sites and the panel.
 void phaser::buildGraphs(genotype_reader & readerG, reference_reader & readerR, std::vector < std::map < std::string, int > > & units) {
+	endStage("reading");
 	// Threads beyond the number of sampling units would have nothing to do.
 	n_thread = std::max(1, std::min(options["thread"].as < int > (), (int)units.size()));
 	builder B(readerG, units, n_thread);

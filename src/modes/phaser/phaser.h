@@ -9,6 +9,7 @@
 #include "output/haplotype_writer.h"
 
 #include <atomic>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <string>
@@ -74,6 +75,14 @@ public:
 	std::vector < double > thread_busy;
 	double batch_thread_seconds;
 	double busy_thread_seconds;
+	// Seconds of the stages of the run (reading, graphs, iterations, solving, writing), each
+	// ended by endStage; the iterations of the run, those done and the seconds they took,
+	// from which each iteration line tells the time left.
+	std::vector < std::pair < std::string, double > > stage_seconds;
+	std::chrono::steady_clock::time_point stage_mark;
+	int n_iterations;
+	int n_iterations_done;
+	double iteration_seconds;
 	// Per thread, the window model, whose buffers serve all the individuals of the thread.
 	std::vector < std::unique_ptr < haplotype_segment > > thread_models;
 	// The allowed haplotypes compressed into one graph, alive during one graph-form iteration,
@@ -134,6 +143,9 @@ protected:
 
 private:
 	void checkRange(const std::string & option, int low, int high);
+	void endStage(const std::string & name);
+	// The estimate of the time left, with `fraction` of the current iteration done in `seconds`.
+	std::string timeLeft(double fraction, double seconds);
 	void checkPedigreeColumns();
 	void refinePedigrees();
 	// One iteration by batches; in the graph form the batch's families leave graph_model

@@ -95,7 +95,7 @@ template < class Model > void phaser::runModel(int ind, int slot, Model & model,
 	} catch (myException & e) {
 		LOG.error(e.what());
 	} catch (std::bad_alloc & e) {
-		std::cout << "Error allocating memory." << std::endl;
-		std::cout << e.what() << std::endl;
+		std::cerr << "Error allocating memory." << std::endl;
+		std::cerr << e.what() << std::endl;
 	}
 }

@@ -89,6 +89,8 @@ void phaser::phaseMcmc() {
 	int R = pruningRuns();
 	int P = options["prune"].as < int > ();
 	int M = options["main"].as < int > ();
+	endStage("graphs");
+	n_iterations = B + R * P + M;
 
 	weighGraphs();
 	// Burn-in: the chance of drawing on doubled weights falls from 1 to 0 (NaN with one
@@ -120,11 +122,14 @@ void phaser::phaseMcmc() {
 	}
 
 	normaliser(GH, n_thread).normalise();
+	endStage("iterations");
 }
 
 // Against the reference panel alone: one burn-in in the graph form whatever the model,
 // then one pruning and one main iteration.
 void phaser::phaseNoMcmc() {
+	endStage("graphs");
+	n_iterations = predefined_states ? 2 : 3;
 	weighGraphs();
 	stage_burnin = true;
 	p_random = 0.0;
@@ -140,6 +145,7 @@ void phaser::phaseNoMcmc() {
 	shuffle();
 	phaseIteration("Main iteration [1/1]");
 	normaliser(GH, n_thread).normalise();
+	endStage("iterations");
 }
 
 void phaser::weighGraphs() {
@@ -186,6 +192,7 @@ void phaser::batchFamilyHaplotypes(std::vector < int > & haps) {
 void phaser::runBatches(std::string name, void * (*callback)(void *), void (phaser::*step)(int), bool graph) {
 	LOG.println("");
 	LOG.printL(name);
+	const auto start = std::chrono::steady_clock::now();
 	const int T = n_thread;
 	int N = GH.vecG.size();
 	n_sampled = 0;
@@ -224,10 +231,37 @@ void phaser::runBatches(std::string name, void * (*callback)(void *), void (phas
 			const int levels = graph_model->levels.size();
 			progress += " (Hg:b=" + sutils::double2str((double)GH.sites->size() / levels, 1) + "/s=" + sutils::int2str(levels) + ")";
 		}
+		const double seconds = std::chrono::duration < double > (std::chrono::steady_clock::now() - start).count();
+		if (done < N) progress += timeLeft((double)done / N, seconds);
+		else {
+			n_iterations_done ++;
+			iteration_seconds += seconds;
+			progress += " " + sutils::duration2str(seconds) + timeLeft(0.0, 0.0);
+		}
 		LOG.printC(progress);
 	}
 	graph_model.reset();
 	LOG.println("");
+	LOG.printlnL("  * Time: " + sutils::duration2str(std::chrono::duration < double > (std::chrono::steady_clock::now() - start).count()));
+}
+
+// From the mean time of an iteration so far; nothing once the last one is done.
+std::string phaser::timeLeft(double fraction, double seconds) {
+	const double done = n_iterations_done + fraction;
+	const double left = n_iterations - done;
+	if (done <= 0 || left <= 0) return "";
+	return " / ~" + sutils::duration2str((iteration_seconds + seconds) / done * left) + " left";
+}
+
+void phaser::endStage(const std::string & name) {
+	const auto now = std::chrono::steady_clock::now();
+	const double seconds = std::chrono::duration < double > (now - stage_mark).count();
+	stage_mark = now;
+	for (auto & s : stage_seconds) if (s.first == name) {
+		s.second += seconds;
+		return;
+	}
+	stage_seconds.push_back({ name, seconds });
 }
 
 // Claims the next slot of the batch and phases its individual, if any, timing the work.
@@ -265,6 +299,7 @@ void phaser::write_files_and_finalise() {
 		solver(GH, n_thread).solve();
 		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
 		if (options.count("duohmm")) refinePedigrees();
+		endStage("solving");
 		haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);
 		writerH.orient(known_phases);
 		if (options.count("output-max")) {
@@ -277,6 +312,10 @@ void phaser::write_files_and_finalise() {
 		graph_writer writerG(GH, sample_header1, sample_header2);
 		writerG.writeBinaryGraph(options["output-graph"].as < std::string > ());
 	}
+	endStage("writing");
+	std::string times;
+	for (const auto & s : stage_seconds) times += (times.empty() ? "" : " / ") + s.first + " " + sutils::duration2str(s.second);
+	LOG.println("\nTime by stage: " + times);
 }
 
 // On the most likely haplotypes, before they are written: families made consistent with the

@@ -33,7 +33,7 @@ void summarizer::declare_options() {
 		("input-bed,B", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in Plink BED/BIM/FAM format.")
 		("noped", "No pedigree information taken into account.")
 		("input-gen,G", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in Fillgen2 GEN/SAMPLE format.")
-		("input-thr", bpo::value< double >()->default_value(0.9), "Probability threshold used to call a genotype in GEN file.")
+		("input-thr", bpo::value< double >()->default_value(0.9, "0.9"), "Probability threshold used to call a genotype in GEN file.")
 		("input-vcf,V", bpo::value< std::string >(), "Unphased genotypes in VCF format.")
 		("input-map,M", bpo::value< std::string >(), "Genetic map in HapMap format.")
 		("input-ref,R", bpo::value< std::vector < std::string > >()->multitoken(), "Reference set of haplotypes in Fillgen2 format.")
