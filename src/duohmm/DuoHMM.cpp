@@ -1,10 +1,10 @@
 #include "duohmm/DuoHMM.h"
 #include "duohmm/hmm_utils.h"
 #include "utils/assertion.h"
+#include "utils/myException.h"
 
 #include <cmath>
 #include <cstdlib>
-#include <iostream>
 
 DuoHMM::DuoHMM(const std::vector < int > & positions, const geneticMap & map) :
 	K(positions.size()), NSTATE(4), NITERATION(100), parental_haplotypes(NULL), child_haplotypes(NULL),
@@ -108,11 +108,8 @@ void DuoHMM::estep() {
 	}
 	float E[4], T[16];
 	for (int l = 0 ; l + 1 < K ; l ++) {
-		if (recomb[l] < 0 || recomb[l] >= 1) {
-			std::cerr << "ERROR BAD RECOMBINATION RATE AT MARKER " << l << " rho = " << recomb[l] << std::endl;
-			std::cerr << cM[l] << " " << cM[l + 1] << std::endl;
-			exit(1);
-		}
+		if (recomb[l] < 0 || recomb[l] >= 1)
+			throw myException("Pedigree refinement: bad recombination rate at marker " + std::to_string(l) + " rho = " + std::to_string(recomb[l]) + " (" + std::to_string(cM[l]) + " cM to " + std::to_string(cM[l + 1]) + " cM)");
 		emissions(l + 1, E);
 		transitions(recomb[l], T);
 		float * x = &xi[l * 16];

@@ -1,9 +1,9 @@
 #include "duohmm/hmm_utils.h"
+#include "utils/myException.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
-#include <iostream>
 
 int argmax(const std::vector < float > & v) {
 	int best = 0;
@@ -61,10 +61,8 @@ float crossoverProbability(double same, double diff, float rho, float s, int l, 
 	double den = same * stayProbability(rho, s) + diff * changeProbability(rho, s);
 	double num = same * rho * s + diff * (1 - s) * rho;
 	float q = num / den;
-	if (!(q >= 0 && q <= 1)) {
-		std::cerr << "ERROR:Invalid probability encountered" << std::endl;
-		std::cerr << q << "\n" << l << "\n" << cM_l << " " << cM_p << "\n" << d << "\n" << rho << "\n" << s1 << "\n" << s2 << std::endl;
-		exit(1);
-	}
+	// Thrown rather than printed: the run then ends through the log with the message, and
+	// no haplotypes are written.
+	if (!(q >= 0 && q <= 1)) throw myException("Pedigree refinement: invalid crossover probability " + std::to_string(q) + " at site " + std::to_string(l) + " (" + std::to_string(cM_l) + " cM after " + std::to_string(cM_p) + " cM, distance " + std::to_string(d) + ", rate " + std::to_string(rho) + ", switch terms " + std::to_string(s1) + " " + std::to_string(s2) + ")");
 	return q;
 }

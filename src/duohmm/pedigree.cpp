@@ -1,5 +1,6 @@
 #include "duohmm/pedigree.h"
 #include "utils/assertion.h"
+#include "utils/myException.h"
 #include "utils/sutils.h"
 
 #include <cstdlib>
@@ -156,8 +157,8 @@ void buildFam(std::string id, std::map < std::string, individual > & sampleinfo,
 	}
 }
 
-// Members with a parent left in the set wait for the next round; a cycle of descent would
-// never end, and the data checks do not exclude one.
+// Members with a parent left in the set wait for the next round. The readers refuse cycles
+// of descent; one met here all the same stops the refinement rather than looping.
 void pedigree::orderSamples(std::set < std::string > & family, std::vector < std::string > & out) {
 	if (family.size() == 1) {
 		out.push_back(*family.begin());
@@ -172,5 +173,6 @@ void pedigree::orderSamples(std::set < std::string > & family, std::vector < std
 		if (dad || mum) deferred.insert(id);
 		else out.push_back(id);
 	}
+	if (deferred.size() == family.size()) throw myException("Pedigree refinement: a cycle of descent among " + *family.begin() + " and its relatives");
 	orderSamples(deferred, out);
 }

@@ -81,27 +81,21 @@ void genotype_checker::checkGenotypeData() {
 }
 
 void genotype_checker::checkLikelihoodData() {
-	checkLikelihoodValues();
 	checkMissingAndMAF(true);
 	checkMendelErrors();
-}
-
-// The GEN reader scales each triple to sum 1 but takes the numbers as they are: a negative or
-// non-numeric value would turn the transition weights of the graphs into NaN later in the run.
-void genotype_checker::checkLikelihoodValues() {
-	for (int i = 0 ; i < (int)reader.likelihoods.size() ; i ++) {
-		const std::vector < float > & L = reader.likelihoods[i];
-		for (int v = 0 ; v < (int)L.size() ; v ++) if (!(L[v] >= 0.0f))
-			LOG.error("Genotype likelihoods of sample " + reader.ind_id[i] + " at position " + sutils::int2str(reader.sites->getByIndex(v / 3)->bp) + " are not all positive or zero");
-	}
 }
 
 void genotype_checker::checkMendelErrors() {
 	walkMendelErrors(false);
 }
 
+// Each genotype of a Mendel error is set missing, to be imputed with the haplotypes.
 void genotype_checker::wipeMendelErrors() {
+	long before = 0, after = 0;
+	for (const std::vector < bool > & m : reader.missing) before += std::count(m.begin(), m.end(), true);
 	walkMendelErrors(true);
+	for (const std::vector < bool > & m : reader.missing) after += std::count(m.begin(), m.end(), true);
+	if (after > before) LOG.println("  * " + sutils::long2str(after - before) + " genotypes in Mendel errors set missing");
 }
 
 /*****************************************************************************/

@@ -38,7 +38,6 @@ public:
 	void wipeMendelErrors();
 	void checkHaploidHeterozygous();
 	void checkMissingAndMAF(bool likelihoods);
-	void checkLikelihoodValues();
 
 	void order(std::vector < std::map < std::string, int > > & out);
 

@@ -11,6 +11,7 @@ void genotype_reader::openInput(ifile & fd, std::string file, bool binary) {
 }
 
 int genotype_reader::putInd(std::string & id) {
+	if (id == "0") LOG.error("A sample is named 0, which stands for an absent parent: give it another identifier");
 	if (getInd(id) >= 0) LOG.error("Two individuals or more have the following ID : " + id);
 	if (!filter.checkInd(id)) return false;
 	int index = ind_id.size();
@@ -66,11 +67,13 @@ void genotype_reader::indexingPedigrees(std::vector < std::string > & fathers, s
 		ind_mother[i] = getInd(mothers[i]);
 		if (ind_mother[i] >= 0) ind_children[ind_mother[i]].push_back(i);
 		if (ind_father[i] == i || ind_mother[i] == i) LOG.error("Individual " + ind_id[i] + " is given as its own parent");
+		if (ind_father[i] >= 0 && ind_father[i] == ind_mother[i]) LOG.error("Individual " + ind_id[ind_father[i]] + " is given as both father and mother of " + ind_id[i]);
 		int n_parents = (ind_father[i] >= 0) + (ind_mother[i] >= 0);
 		if (n_parents == 2) n_trio ++;
 		if (n_parents == 1) n_duo ++;
 	}
 	for (int i = 0 ; i < (int)ind_id.size() ; i ++) if (isFounder(i) && ind_children[i].empty()) n_unr ++;
+	checkDescent();
 
 	int family = 0;
 	for (int i = 0 ; i < (int)ind_id.size() ; i ++) {
@@ -79,6 +82,39 @@ void genotype_reader::indexingPedigrees(std::vector < std::string > & fathers, s
 		if (!members.empty()) family ++;
 	}
 	LOG.println("  * " + sutils::int2str(n_unr) + " unrelateds / " + sutils::int2str(n_duo) + " duos / " + sutils::int2str(n_trio) + " trios in " + sutils::int2str(family) + " different families");
+}
+
+// No one may be among his own ancestors. A walk up from each individual, through fathers
+// then mothers, with the path kept on a stack rather than in recursion: pedigrees may be deep.
+void genotype_reader::checkDescent() {
+	const int N = ind_id.size();
+	// 0 not seen, 1 on the current path, 2 all ancestors seen.
+	std::vector < char > state (N, 0);
+	std::vector < std::pair < int, int > > path;
+	for (int root = 0 ; root < N ; root ++) {
+		if (state[root]) continue;
+		path.assign(1, std::make_pair(root, 0));
+		state[root] = 1;
+		while (!path.empty()) {
+			std::pair < int, int > & top = path.back();
+			const int parent = top.second == 0 ? ind_father[top.first] : top.second == 1 ? ind_mother[top.first] : -2;
+			if (parent == -2) {
+				state[top.first] = 2;
+				path.pop_back();
+				continue;
+			}
+			top.second ++;
+			if (parent < 0 || state[parent] == 2) continue;
+			if (state[parent] == 1) {
+				// The path runs from child to parent; the message from parent to child.
+				std::string cycle = ind_id[parent];
+				for (int k = path.size() - 1 ; k >= 0 && path[k].first != parent ; k --) cycle += " -> " + ind_id[path[k].first];
+				LOG.error("Pedigree cycle: " + cycle + " -> " + ind_id[parent]);
+			}
+			state[parent] = 1;
+			path.push_back(std::make_pair(parent, 0));
+		}
+	}
 }
 
 void genotype_reader::indexingFamily(int ind, int family, std::vector < int > & members) {

@@ -56,6 +56,8 @@ public:
 	bool isFounder(int ind);
 	void indexingPedigrees(std::vector < std::string > & fathers, std::vector < std::string > & mothers);
 	void indexingFamily(int ind, int family, std::vector < int > & members);
+	// Stops the run on a cycle of descent, naming it parent first.
+	void checkDescent();
 	int resetSnp(bool allele, int site);
 	void fixPed();
 	void fixBed();

@@ -3,7 +3,19 @@
 #include "utils/sutils.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
+
+// A genotype probability or likelihood: the whole word a finite number from 0, checked
+// before the triple is scaled and called.
+static float probability(const std::string & word, const std::string & file, int line, const std::string & sample) {
+	const char * begin = word.c_str();
+	char * end;
+	const double p = strtod(begin, &end);
+	if (end == begin || *end != '\0' || !std::isfinite(p) || p < 0)
+		LOG.error("Line " + sutils::int2str(line) + " of [" + file + "]: the genotype probability [" + word + "] of sample " + sample + " is not a number from 0");
+	return p;
+}
 
 // SAMPLE file: two header lines (column names, column types), then one line per sample
 // with ID_1, ID_2 and further columns. mask[j] tells whether sample line j was kept.
@@ -91,9 +103,9 @@ void genotype_reader::readGenotypeImpute(std::string gen, std::string sample, do
 
 		for (int j = 0, ind = 0 ; j < N ; j ++) {
 			if (!mask[j]) continue;
-			float p0 = strtod(tokens[lead + 3 * j].c_str(), NULL);
-			float p1 = strtod(tokens[lead + 3 * j + 1].c_str(), NULL);
-			float p2 = strtod(tokens[lead + 3 * j + 2].c_str(), NULL);
+			float p0 = probability(tokens[lead + 3 * j], gen, n_line, ind_id[ind]);
+			float p1 = probability(tokens[lead + 3 * j + 1], gen, n_line, ind_id[ind]);
+			float p2 = probability(tokens[lead + 3 * j + 2], gen, n_line, ind_id[ind]);
 			double sum = (float)(p1 + p0 + p2);
 			if (sum == 0.0) {
 				p0 = 0.332f;

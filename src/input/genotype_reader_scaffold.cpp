@@ -18,7 +18,7 @@ void genotype_reader::readScaffoldImpute(std::string haps, std::string sample) {
 	int n_line = 0, n_mapped = 0;
 	for ( ; getline(fd, line) ; n_line ++) {
 		int n_fields = sutils::tokenize(line, tokens);
-		if (n_fields < 3) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields, expected more than 3");
+		if (n_fields < 3) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields, expected more than 3, in [" + sample + "]");
 		int ind = getInd(tokens[1]);
 		if (ind < 0 || !scaffold[ind].empty()) {
 			columns.push_back(-1);
@@ -38,7 +38,7 @@ void genotype_reader::readScaffoldImpute(std::string haps, std::string sample) {
 	int n_sites_mapped = 0, n_unmapped = 0, n_misaligned = 0, n_multi = 0;
 	for (n_line = 1 ; getline(fh, line) ; n_line ++) {
 		int n_fields = sutils::tokenize(line, tokens);
-		if (n_fields != n_expected) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields, expected =" + sutils::int2str(n_expected));
+		if (n_fields != n_expected) LOG.error("Line=" + sutils::int2str(n_line) + " found=" + sutils::int2str(n_fields) + " fields, expected =" + sutils::int2str(n_expected) + ", in [" + haps + "]");
 		int strand;
 		snp * s = sites->getByRef(sutils::str2bp(tokens[2], haps, n_line), tokens[3], tokens[4], strand);
 		if (strand == -3) n_unmapped ++;
@@ -46,13 +46,13 @@ void genotype_reader::readScaffoldImpute(std::string haps, std::string sample) {
 		if (strand == -1) n_multi ++;
 		if (!s) continue;
 		n_sites_mapped ++;
-		// Any digit but "0" is the second allele; on the swapped strand the reverse.
+		// On the swapped strand the alleles are inverted.
 		bool flip = (strand == 1);
 		for (int c = 0 ; c < (int)columns.size() ; c ++) {
 			int ind = columns[c];
 			if (ind < 0) continue;
-			hap0[ind][s->idx] = (tokens[5 + 2 * c] != "0") != flip;
-			hap1[ind][s->idx] = (tokens[6 + 2 * c] != "0") != flip;
+			hap0[ind][s->idx] = sutils::str2allele(tokens[5 + 2 * c], haps, n_line) != flip;
+			hap1[ind][s->idx] = sutils::str2allele(tokens[6 + 2 * c], haps, n_line) != flip;
 			missing[ind][s->idx] = false;
 			scaffold[ind][s->idx] = true;
 		}

@@ -5,12 +5,58 @@
 #include "utils/sutils.h"
 
 #include <algorithm>
+#include <boost/iostreams/operations.hpp>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <zlib.h>
 
 using futils::readValue;
+
+// Sits on top of the decompressed stream and keeps the CRC-32 of every byte that passes but
+// the last four, which it holds back: once the stream has ended they are the trailer that
+// the writer puts after the tail, the checksum of everything before it.
+class crc_tap {
+public:
+	typedef char char_type;
+	typedef boost::iostreams::multichar_input_filter_tag category;
+
+	struct state {
+		uLong crc = crc32(0L, Z_NULL, 0);
+		unsigned char held[4];
+		int n_held = 0;
+	};
+	std::shared_ptr < state > sum;
+
+	crc_tap() : sum(new state()) {}
+
+	template < typename Source > std::streamsize read(Source & src, char * s, std::streamsize n) {
+		std::streamsize got = boost::iostreams::read(src, s, n);
+		if (got > 0) pass((const unsigned char *)s, got);
+		return got;
+	}
+
+private:
+	void pass(const unsigned char * s, size_t n) {
+		unsigned char all[4 + 4];
+		state & x = *sum;
+		if (n >= 4) {
+			x.crc = crc32(x.crc, x.held, x.n_held);
+			x.crc = crc32(x.crc, s, n - 4);
+			std::copy(s + n - 4, s + n, x.held);
+			x.n_held = 4;
+			return;
+		}
+		std::copy(x.held, x.held + x.n_held, all);
+		std::copy(s, s + n, all + x.n_held);
+		const int len = x.n_held + n, out = std::max(0, len - 4);
+		x.crc = crc32(x.crc, all, out);
+		std::copy(all + out, all + len, x.held);
+		x.n_held = len - out;
+	}
+};
 
 namespace {
 
@@ -36,6 +82,29 @@ void readTail(ifile & f, unsigned char second) {
 	if (!hasBits(t1, 0xAA) || !hasBits(t2, second)) LOG.error("Binary file corrupted (tail)");
 }
 
+// The fault of one graph of a file, with the file, the graph's rank and its sample.
+[[noreturn]] void graphFault(const std::string & file, int i, int n, const genotype_graph & g, const std::string & what) {
+	std::string sample = g.name.empty() ? "" : " (sample " + g.name + ")";
+	LOG.error("Graph file [" + file + "], graph " + sutils::int2str(i + 1) + " of " + sutils::int2str(n) + sample + ": " + what);
+}
+
+// Reads one graph record and checks it against the site count.
+void readGraph(ifile & f, const std::string & file, int i, int n, int n_sites, genotype_graph & g, bool v20) {
+	try {
+		if (v20) g.readBinary20(f);
+		else g.readBinary(f);
+	} catch (const std::exception & e) {
+		graphFault(file, i, n, g, e.what());
+	}
+	const std::string fault = g.structuralFault(n_sites);
+	if (!fault.empty()) graphFault(file, i, n, g, fault);
+	// Graphs are saved with their probabilities normalised: each group has some weight to
+	// draw and maximise from.
+	for (size_t k = 0 ; k < g.probsC.size() ; k ++)
+		if (std::all_of(g.probs.begin() + g.probsI[k], g.probs.begin() + g.probsI[k] + g.probsC[k], [](float p) { return p == 0; }))
+			graphFault(file, i, n, g, "the probabilities of group " + sutils::int2str(k) + " are all 0");
+}
+
 }
 
 graph_reader::graph_reader() : header1("ID_1 ID_2 missing"), header2("0 0 0"), S(new snp_set()) {
@@ -44,6 +113,8 @@ graph_reader::graph_reader() : header1("ID_1 ID_2 missing"), header2("0 0 0"), S
 void graph_reader::readBinaryGraph(std::string filename) {
 	LOG.println("\nReading genotype graphs in [" + filename + "]");
 	ifile f;
+	crc_tap tap;
+	f.push(tap);
 	openInput(f, filename, true);
 	unsigned char m1, m2;
 	readMarks(f, m1, m2);
@@ -60,24 +131,37 @@ void graph_reader::readBinaryGraph(std::string filename) {
 
 	if (!f.readString(header1)) LOG.error("reading header1");
 	if (!f.readString(header2)) LOG.error("reading header2");
-	readSites(f, v22);
+	readSites(f, v22, filename);
 	LOG.println("  * " + sutils::int2str(S->size()) + " sites found");
 
 	int32_t n;
-	if (!readValue(f, n)) LOG.error("Binary file corrupted 1.2");
+	if (!readValue(f, n) || n < 0) LOG.error("Binary file corrupted 1.2");
 	for (int i = 0 ; i < n ; i ++) {
 		std::unique_ptr < genotype_graph > g(new genotype_graph());
-		g->readBinary(f);
+		readGraph(f, filename, i, n, S->size(), *g, false);
 		vecG.push_back(g.release());
 	}
 	readTail(f, 0x15);
+	checkTrailer(f, filename, tap.sum->crc);
+}
+
+// Files written since the checksum was added end with it, older ones at the tail: both read,
+// but a checksum present must be whole, last, and match.
+void graph_reader::checkTrailer(ifile & f, const std::string & filename, uint32_t crc) {
+	uint32_t stored;
+	if (!readValue(f, stored)) {
+		if (f.gcount() != 0) LOG.error("Graph file [" + filename + "] ends inside its checksum: the file is truncated");
+		return;
+	}
+	if (f.peek() != EOF) LOG.error("Graph file [" + filename + "] goes on after its checksum");
+	if (stored != crc) LOG.error("Graph file [" + filename + "] is corrupted: its checksum does not match its content");
 }
 
 // A failed string read is reported with the number field next to it, the stream being
 // unusable from there on either way.
-void graph_reader::readSites(ifile & f, bool v22) {
+void graph_reader::readSites(ifile & f, bool v22, const std::string & filename) {
 	int32_t n;
-	if (!readValue(f, n)) LOG.error("reading total number of sites");
+	if (!readValue(f, n) || n < 0) LOG.error("reading total number of sites");
 	for (int i = 0 ; i < n ; i ++) {
 		std::unique_ptr < snp > s(new snp());
 		std::string fault = "reading snp " + sutils::int2str(i);
@@ -103,6 +187,9 @@ void graph_reader::readSites(ifile & f, bool v22) {
 				if (!f.readString(s->properties.back())) LOG.error(fault + " number of properties");
 			}
 		} else s->id = s->chr;
+		// Sites are indexed by their rank and looked up by position: both must hold.
+		if (s->idx != i) LOG.error("Graph file [" + filename + "], site " + sutils::int2str(i + 1) + ": its index is " + sutils::int2str(s->idx));
+		if (i > 0 && s->bp < S->vecS.back()->bp) LOG.error("Graph file [" + filename + "], site " + sutils::int2str(i + 1) + ": position " + sutils::int2str(s->bp) + " comes after position " + sutils::int2str(S->vecS.back()->bp));
 		S->put(s.release());
 	}
 }
@@ -121,7 +208,7 @@ void graph_reader::readBinaryGraph20(std::string graphFile, std::string sampleFi
 	int32_t n;
 	if (!readValue(f, n)) LOG.error("Binary file corrupted 1");
 	if (n != (int)vecG.size()) LOG.error("Different number of individuals, in binary file=" + sutils::int2str(n) + " in sample file=" + sutils::int2str(vecG.size()));
-	for (genotype_graph * g : vecG) g->readBinary20(f);
+	for (int i = 0 ; i < n ; i ++) readGraph(f, graphFile, i, n, S->size(), *vecG[i], true);
 	readTail(f, 0x55);
 }
 

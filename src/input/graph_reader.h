@@ -5,14 +5,17 @@
 #include "objects/snp_set.h"
 #include "utils/ifile.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
 // Reads binary graph files: v2.2 and v2.1 from one file, v2.0 from a graph file with its
 // text lists of sites and samples. The reader owns its site list until a longer-lived
-// owner moves it out; the graphs are left alive for the set that takes them over. A broken
-// graph record throws myException; any other fault ends the run.
+// owner moves it out; the graphs are left alive for the set that takes them over. Every
+// graph is checked as it is read, against the site count and its own counters, and so is
+// the checksum that ends files written since it was added: a fault ends the run naming the
+// file and the graph.
 class graph_reader {
 public:
 	std::string header1;
@@ -26,7 +29,8 @@ public:
 	void readBinaryGraph20(std::string graphFile, std::string sampleFile, std::string siteFile);
 
 private:
-	void readSites(ifile & f, bool v22);
+	void readSites(ifile & f, bool v22, const std::string & filename);
+	void checkTrailer(ifile & f, const std::string & filename, uint32_t crc);
 	void readSiteList(std::string siteFile);
 	void readSampleList(std::string sampleFile);
 };

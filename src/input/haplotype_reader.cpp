@@ -92,8 +92,8 @@ void haplotype_reader::readHaps(std::string haps, const std::vector < bool > & m
 		s->id = tokens[1];
 		if (new_format) s->properties.push_back(tokens[2]);
 		for (int i = 0, k = 0 ; i < (int)mask.size() ; i ++) if (mask[i]) {
-			hap0[k].push_back(tokens[lead + 2 * i] == "1");
-			hap1[k].push_back(tokens[lead + 2 * i + 1] == "1");
+			hap0[k].push_back(sutils::str2allele(tokens[lead + 2 * i], haps, line - 1));
+			hap1[k].push_back(sutils::str2allele(tokens[lead + 2 * i + 1], haps, line - 1));
 			k ++;
 		}
 		n_included ++;

@@ -34,7 +34,7 @@ static bool nextLine(ifile & fd, int & line, std::string & buffer) {
 	return true;
 }
 
-sequencer::sequencer(snp_set * _snps, std::vector < int > * _mapping) : snps(_snps), mapping(_mapping) {
+sequencer::sequencer(snp_set * _snps, std::vector < int > * _mapping) : snps(_snps), mapping(_mapping), record_line(0) {
 }
 
 void sequencer::readMap(ifile & fd, int & line, snp_set * snps, std::vector < int > & mapping, int & n_found, int & n_missed) {
@@ -69,6 +69,7 @@ void sequencer::readPIRs(ifile & fd, int & line, std::string & id, int & n_read,
 		if (!nextLine(fd, line, buffer)) return;
 	} while (sutils::tokenize(buffer, tokens) == 0);
 	id = tokens[0];
+	record_line = line;
 	const std::string count = tokens.size() > 1 ? tokens[1] : "";
 	n_read = wholeNumber(count);
 	if (n_read < 0) malformed(fd, line, "the number of reads [" + count + "] of sample " + id + " is not a whole number");

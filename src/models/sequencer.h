@@ -25,6 +25,8 @@ public:
 	std::vector < std::vector < std::pair < int, float > > > reads;
 	// Per site, the reads that cover it.
 	std::vector < std::vector < int > > pileup;
+	// The line where the current record starts, for the messages.
+	int record_line;
 
 	sequencer(snp_set * snps, std::vector < int > * mapping);
 

@@ -4,7 +4,7 @@
 #include "utils/sutils.h"
 
 builder::builder(genotype_reader & _G, std::vector < std::map < std::string, int > > & _units, int nThreads) :
-	G(_G), units(_units), i_workers(0), n_thread(nThreads) {
+	G(_G), units(_units), i_workers(0), n_thread(nThreads), n_mendel(0), n_family(0) {
 	if (n_thread > 1) {
 		pthread_mutex_init(&mutex_workers, NULL);
 		pthread_mutex_init(&mutex_log, NULL);
@@ -55,10 +55,13 @@ void builder::build() {
 	}
 	LOG.printC(progress(total, total));
 	LOG.println("");
+	// The genotypes of a duo or trio that break Mendel's laws at a site are all opened there,
+	// and the haplotypes drawn fill them in.
+	if (n_family) LOG.println("  * " + sutils::long2str(n_mendel) + " genotypes in Mendel errors set missing");
 }
 
 void builder::build(std::map < std::string, int > & unit) {
-	int type = unit["type"], child = unit["idx_child"], father = unit["idx_father"], mother = unit["idx_mother"];
+	int type = unit["type"], child = unit["idx_child"], father = unit["idx_father"], mother = unit["idx_mother"], errors = 0;
 	genotype_graph * graph = new genotype_graph(type, G.ind_family[child]);
 	graph->pushChild(G.ind_id[child], unit["ord_child"], G.ind_fields[child]);
 	switch (type) {
@@ -70,18 +73,17 @@ void builder::build(std::map < std::string, int > & unit) {
 		else graph->buildUnr(G.hap0[child], G.hap1[child], G.missing[child], G.scaffold[child]);
 		break;
 	case 3:
-		// Mendel errors only weaken their sites here; the data checks report them.
 		sorvane_assert(father >= 0 || mother >= 0);
 		if (father < 0) {
-			graph->buildDuo(G.hap0[mother], G.hap1[mother], G.missing[mother], G.hap0[child], G.hap1[child], G.missing[child]);
+			errors = graph->buildDuo(G.hap0[mother], G.hap1[mother], G.missing[mother], G.hap0[child], G.hap1[child], G.missing[child]);
 			graph->pushMother(G.ind_id[mother], unit["main_mother"] == 1, unit["ord_mother"], G.ind_fields[mother]);
 		} else {
-			graph->buildDuo(G.hap0[father], G.hap1[father], G.missing[father], G.hap0[child], G.hap1[child], G.missing[child]);
+			errors = graph->buildDuo(G.hap0[father], G.hap1[father], G.missing[father], G.hap0[child], G.hap1[child], G.missing[child]);
 			graph->pushFather(G.ind_id[father], unit["main_father"] == 1, unit["ord_father"], G.ind_fields[father]);
 		}
 		break;
 	case 4:
-		graph->buildTrio(G.hap0[father], G.hap1[father], G.missing[father], G.hap0[mother], G.hap1[mother], G.missing[mother], G.hap0[child], G.hap1[child], G.missing[child]);
+		errors = graph->buildTrio(G.hap0[father], G.hap1[father], G.missing[father], G.hap0[mother], G.hap1[mother], G.missing[mother], G.hap0[child], G.hap1[child], G.missing[child]);
 		graph->pushFather(G.ind_id[father], unit["main_father"] == 1, unit["ord_father"], G.ind_fields[father]);
 		graph->pushMother(G.ind_id[mother], unit["main_mother"] == 1, unit["ord_mother"], G.ind_fields[mother]);
 		break;
@@ -91,5 +93,7 @@ void builder::build(std::map < std::string, int > & unit) {
 	}
 	if (n_thread > 1) pthread_mutex_lock(&mutex_log);
 	vecG.push_back(graph);
+	n_mendel += errors;
+	n_family += type > 2;
 	if (n_thread > 1) pthread_mutex_unlock(&mutex_log);
 }

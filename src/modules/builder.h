@@ -23,6 +23,9 @@ public:
 	pthread_mutex_t mutex_workers;
 	pthread_mutex_t mutex_log;
 	std::vector < pthread_t > id_workers;
+	// Genotypes of duos and trios set missing for breaking Mendel's laws; family units built.
+	long n_mendel;
+	int n_family;
 
 	builder(genotype_reader & G, std::vector < std::map < std::string, int > > & units, int nThreads);
 	~builder();

@@ -68,8 +68,13 @@ public:
 	void writeBinary(ofile & f);
 	void readBinary(ifile & f);
 	void readBinary20(ifile & f);
+	// What makes a graph unusable over n_sites sites, empty when nothing does: counters out
+	// of their bounds or not summing up, fragment indices past their segment, probabilities
+	// that are not finite and non-negative, dead-end transitions.
+	std::string structuralFault(int n_sites) const;
 
-	// Building from genotypes, one bit per site.
+	// Building from genotypes, one bit per site. The family forms return the number of
+	// genotypes set missing because they break Mendel's laws.
 	int buildHap(std::vector < bool > & G0, std::vector < bool > & M);
 	int buildUnr(std::vector < bool > & G0, std::vector < bool > & G1, std::vector < bool > & M);
 	int buildUnr(std::vector < bool > & G0, std::vector < bool > & G1, std::vector < bool > & M, std::vector < bool > & S);
@@ -116,6 +121,7 @@ private:
 	// Tracks of an unrelated graph without scaffold form unordered pairs.
 	bool unordered() const { return type == 2 && !scaffolded; }
 	bool matchNibbles(int a, int b, int shiftA, int shiftB) const;
+	void stateKeys(size_t g, bool next, std::vector < unsigned int > & keys) const;
 	template < class SiteRule > void buildSegments(int n_sites, unsigned int max_states, SiteRule rule);
 	int buildFamily(std::vector < bool > ** A0, std::vector < bool > ** A1, std::vector < bool > ** AM);
 	void pushChain(std::vector < std::vector < std::vector < bool > > > & segHaps, std::vector < std::vector < std::vector < int > > > & segStates);

@@ -231,8 +231,9 @@ int genotype_graph::buildUnr(std::vector < bool > & G0, std::vector < bool > & G
 }
 
 // Duo (parent, child) or trio (father, mother, child): A0, A1, AM hold the allele and missing
-// vectors of the type - 1 members. A site whose genotypes break Mendel's laws is counted
-// and opened to every combination, as if all members were missing there.
+// vectors of the type - 1 members. A site whose genotypes break Mendel's laws is opened to
+// every combination, as if all members were missing there; the count returned is that of
+// the genotypes so set missing.
 int genotype_graph::buildFamily(std::vector < bool > ** A0, std::vector < bool > ** A1, std::vector < bool > ** AM) {
 	int members = type - 1, n_sites = AM[0]->size(), errors = 0;
 	for (int k = 0 ; k < members ; k ++) sorvane_assert((int)A0[k]->size() == n_sites && (int)A1[k]->size() == n_sites && (int)AM[k]->size() == n_sites);
@@ -254,7 +255,7 @@ int genotype_graph::buildFamily(std::vector < bool > ** A0, std::vector < bool >
 		candidates.clear();
 		fill(g);
 		if (candidates.empty()) {
-			errors ++;
+			for (int k = 0 ; k < members ; k ++) errors += g[2 * k] >= 0;
 			fill(unknown);
 		}
 		amb = candidates.size() >= 2;

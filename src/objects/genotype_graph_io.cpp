@@ -4,6 +4,7 @@
 #include "utils/sutils.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 using futils::readValue;
@@ -105,7 +106,11 @@ void genotype_graph::writeBinary(ofile & f) {
 void genotype_graph::readBinary(ifile & f) {
 	check(readValue(f, type), "genotype_graph type");
 	check(readValue(f, famID), "famID");
-	check(f.readString(name), "name");
+	// A name cut short would be reported as the graph's sample.
+	if (!f.readString(name)) {
+		name.clear();
+		check(false, "name");
+	}
 	check(readValue(f, index), "index");
 	readProperties(f, properties, "");
 	check(f.readString(fname), "fname");
@@ -122,4 +127,70 @@ void genotype_graph::readBinary(ifile & f) {
 void genotype_graph::readBinary20(ifile & f) {
 	check(readValue(f, type), "genotype_graph type");
 	readGraphBody(f, *this);
+}
+
+namespace {
+
+// A state as a key: one nibble a track. The two tracks of an unrelated unit without
+// scaffold are an unordered pair (as `linked` takes them), so its key is sorted.
+unsigned int stateKey(const unsigned char * bytes, int n, bool next, bool unordered) {
+	unsigned int k[4];
+	for (int j = 0 ; j < n ; j ++) k[j] = next ? bytes[j] >> 4 : bytes[j] & 15;
+	if (unordered && k[0] > k[1]) std::swap(k[0], k[1]);
+	unsigned int key = 0;
+	for (int j = 0 ; j < n ; j ++) key = (key << 4) | k[j];
+	return key;
+}
+
+}
+
+// The distinct states that the transitions of group g lead to (next) or come from.
+void genotype_graph::stateKeys(size_t g, bool next, std::vector < unsigned int > & keys) const {
+	keys.clear();
+	for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++) keys.push_back(stateKey(&trans[t * type], type, next, type == 2 && !scaffolded));
+	std::sort(keys.begin(), keys.end());
+	keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+}
+
+std::string genotype_graph::structuralFault(int n_sites) const {
+	if (type < 1 || type > 4) return "type " + sutils::int2str(type) + " is none of haploid (1), unrelated (2), duo (3) and trio (4)";
+	const int n = type;
+	const size_t S = HapsC.size();
+	if (HapsI.size() != S || HapsS.size() != S) return "segment counters of different lengths";
+	if (S == 0) return "no segment";
+	uint64_t bits = 0, covered = 0;
+	for (size_t s = 0 ; s < S ; s ++) {
+		if (HapsC[s] < 1 || HapsC[s] > 8) return "segment " + sutils::int2str(s) + " has " + sutils::long2str(HapsC[s]) + " fragments (1 to 8)";
+		if (HapsS[s] < 1) return "segment " + sutils::int2str(s) + " has no site";
+		if (HapsI[s] != bits) return "segment " + sutils::int2str(s) + " does not start where the one before ends";
+		bits += (uint64_t)HapsC[s] * HapsS[s];
+		covered += HapsS[s];
+	}
+	if (covered != (uint64_t)n_sites) return "segments cover " + sutils::long2str(covered) + " sites, the file has " + sutils::int2str(n_sites);
+	if (bits != (uint64_t)Haps.size()) return "fragments hold " + sutils::long2str(bits) + " bits, the graph " + sutils::int2str(Haps.size());
+	if (Ambs.size() != (size_t)n_sites) return "ambiguity flags for " + sutils::long2str(Ambs.size()) + " sites, the file has " + sutils::int2str(n_sites);
+	if (probsI.size() != S + 1 || probsC.size() != S + 1) return "transition counters for " + sutils::long2str(probsC.size()) + " groups, " + sutils::long2str(S + 1) + " expected";
+	uint64_t total = 0;
+	for (size_t g = 0 ; g <= S ; g ++) {
+		if (probsC[g] < 1) return "group " + sutils::int2str(g) + " has no transition";
+		if (probsI[g] != total) return "group " + sutils::int2str(g) + " does not start where the one before ends";
+		total += probsC[g];
+	}
+	if (total != probs.size()) return sutils::long2str(probs.size()) + " probabilities for " + sutils::long2str(total) + " transitions";
+	if (trans.size() != total * n) return sutils::long2str(trans.size()) + " transition bytes for " + sutils::long2str(total) + " transitions of " + sutils::int2str(n) + " tracks";
+	for (size_t t = 0 ; t < probs.size() ; t ++)
+		if (!std::isfinite(probs[t]) || probs[t] < 0) return "probability " + sutils::long2str(t) + " is not a finite number from 0";
+	for (size_t g = 0 ; g <= S ; g ++) {
+		const unsigned int before = g ? HapsC[g - 1] : 1, after = g < S ? HapsC[g] : 1;
+		for (size_t b = probsI[g] * n ; b < (probsI[g] + probsC[g]) * n ; b ++)
+			if ((trans[b] & 15) >= before || (trans[b] >> 4) >= after) return "group " + sutils::int2str(g) + " names a fragment its segments do not have";
+	}
+	// Every transition goes on into the next group and comes from the one before.
+	std::vector < unsigned int > ends, starts;
+	for (size_t g = 0 ; g < S ; g ++) {
+		stateKeys(g, true, ends);
+		stateKeys(g + 1, false, starts);
+		if (ends != starts) return "transitions of groups " + sutils::int2str(g) + " and " + sutils::int2str(g + 1) + " do not meet";
+	}
+	return "";
 }

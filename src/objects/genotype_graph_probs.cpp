@@ -163,7 +163,8 @@ void genotype_graph::sample(std::vector < chaplotype > & H, std::vector < int > 
 	buildGuesses(H, indexes, path);
 }
 
-// Viterbi over the transitions, each group rescaled to sum 1; on ties the first stays.
+// Viterbi over the transitions, each group rescaled to sum 1; on ties the first stays, and a
+// transition that no path reaches with any weight keeps its first linked predecessor.
 void genotype_graph::maximize(std::vector < chaplotype > & H, std::vector < int > & indexes) {
 	const int G = probsC.size();
 	std::vector < double > V(probs.size(), 0.0);
@@ -175,13 +176,13 @@ void genotype_graph::maximize(std::vector < chaplotype > & H, std::vector < int 
 			for (unsigned int m = probsI[g - 1] ; m < probsI[g] ; m ++) {
 				if (!linked(m * type, t * type)) continue;
 				double x = probs[t] * V[m];
-				if (V[t] < x) {
+				if (back[t] < 0 || V[t] < x) {
 					total += x - V[t];
 					V[t] = x;
 					back[t] = m;
 				}
 			}
-		for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++) V[t] /= total;
+		if (total > 0) for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++) V[t] /= total;
 	}
 	std::vector < double > last(V.begin() + probsI[G - 1], V.end());
 	std::vector < int > path(G);

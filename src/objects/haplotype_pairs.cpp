@@ -1,6 +1,5 @@
 #include "objects/haplotype_pairs.h"
 #include "containers/genhap_set/genhap_set.h"
-#include "utils/assertion.h"
 #include "utils/lfile.h"
 #include "utils/ofile.h"
 #include "utils/sutils.h"
@@ -30,10 +29,10 @@ int haplotype_pairs::indexH(chaplotype & h) {
 	return e >= 0 ? e : addH(h);
 }
 
-void haplotype_pairs::count(int ind, const std::vector < unsigned char > & c, bool unordered) {
-	std::vector < std::vector < unsigned char > > & combinations = C[ind];
+void haplotype_pairs::count(int ind, const std::vector < int > & c, bool unordered) {
+	std::vector < std::vector < int > > & combinations = C[ind];
 	for (unsigned int k = 0 ; k < combinations.size() ; k ++) {
-		const std::vector < unsigned char > & e = combinations[k];
+		const std::vector < int > & e = combinations[k];
 		bool same = (e == c) || (unordered && e[0] == c[1] && e[1] == c[0]);
 		if (same) {
 			P[ind][k] += 1.0f;
@@ -44,40 +43,21 @@ void haplotype_pairs::count(int ind, const std::vector < unsigned char > & c, bo
 	P[ind].push_back(1.0f);
 }
 
+// A braced list is evaluated left to right: new haplotypes enter H in argument order.
 void haplotype_pairs::addP(int ind, chaplotype & h0) {
-	int idx0 = indexH(h0);
-	sorvane_assert(idx0 <= 255);
-	count(ind, { (unsigned char)idx0 }, false);
+	count(ind, { indexH(h0) }, false);
 }
 
 void haplotype_pairs::addP(int ind, chaplotype & h0, chaplotype & h1) {
-	int idx0 = indexH(h0);
-	int idx1 = indexH(h1);
-	sorvane_assert(idx0 <= 255);
-	sorvane_assert(idx1 <= 255);
-	count(ind, { (unsigned char)idx0, (unsigned char)idx1 }, true);
+	count(ind, { indexH(h0), indexH(h1) }, true);
 }
 
 void haplotype_pairs::addP(int ind, chaplotype & h0, chaplotype & h1, chaplotype & h2) {
-	int idx0 = indexH(h0);
-	int idx1 = indexH(h1);
-	int idx2 = indexH(h2);
-	sorvane_assert(idx0 <= 255);
-	sorvane_assert(idx1 <= 255);
-	sorvane_assert(idx2 <= 255);
-	count(ind, { (unsigned char)idx0, (unsigned char)idx1, (unsigned char)idx2 }, false);
+	count(ind, { indexH(h0), indexH(h1), indexH(h2) }, false);
 }
 
 void haplotype_pairs::addP(int ind, chaplotype & h0, chaplotype & h1, chaplotype & h2, chaplotype & h3) {
-	int idx0 = indexH(h0);
-	int idx1 = indexH(h1);
-	int idx2 = indexH(h2);
-	int idx3 = indexH(h3);
-	sorvane_assert(idx0 <= 255);
-	sorvane_assert(idx1 <= 255);
-	sorvane_assert(idx2 <= 255);
-	sorvane_assert(idx3 <= 255);
-	count(ind, { (unsigned char)idx0, (unsigned char)idx1, (unsigned char)idx2, (unsigned char)idx3 }, false);
+	count(ind, { indexH(h0), indexH(h1), indexH(h2), indexH(h3) }, false);
 }
 
 void haplotype_pairs::normaliseProbs() {
@@ -95,7 +75,7 @@ void haplotype_pairs::computeFrequencies() {
 	F.assign(H.size(), 0.0f);
 	double total = 0.0;
 	for (unsigned int i = 0 ; i < C.size() ; i ++) for (unsigned int k = 0 ; k < C[i].size() ; k ++)
-		for (unsigned char e : C[i][k]) {
+		for (int e : C[i][k]) {
 			F[e] += P[i][k];
 			total += P[i][k];
 		}
@@ -110,7 +90,7 @@ void haplotype_pairs::writePairs(genhap_set & GH) {
 		const genotype_graph * g = GH.vecG[i];
 		for (unsigned int k = 0 ; k < C[i].size() ; k ++) {
 			f << i << " " << (int)g->type << " " << g->name << " " << g->fname << " " << g->mname << " " << k << " " << sutils::double2str(P[i][k], 5);
-			for (unsigned char e : C[i][k]) f << " " << (int)e;
+			for (int e : C[i][k]) f << " " << e;
 			f << "\n";
 		}
 	}

@@ -11,16 +11,15 @@ class genhap_set;
 // Tabulates, over one window of sites, the combinations of window haplotypes that repeated
 // sampling gives each individual: pairs for an unrelated, one haplotype for a haploid,
 // three for a duo and four for a trio. H holds the distinct window haplotypes in order of
-// first sight; a combination is 1 to 4 indices into H, one byte each, so a window holds at
-// most 256 distinct haplotypes. P counts each combination until normaliseProbs makes the
-// counts probabilities.
+// first sight; a combination is 1 to 4 indices into H, which may grow to any size. P counts
+// each combination until normaliseProbs makes the counts probabilities.
 class haplotype_pairs {
 public:
 	std::string id;
 	std::vector < int > sites;
 	std::vector < std::vector < bool > > H;
 	std::vector < float > F;
-	std::vector < std::vector < std::vector < unsigned char > > > C;
+	std::vector < std::vector < std::vector < int > > > C;
 	std::vector < std::vector < float > > P;
 
 	haplotype_pairs(std::string & id, std::vector < int > & sites, int individuals);
@@ -43,7 +42,7 @@ public:
 private:
 	int indexH(chaplotype & h);
 	// Counts one more sight of combination c for ind; `unordered` makes (a, b) and (b, a) one.
-	void count(int ind, const std::vector < unsigned char > & c, bool unordered);
+	void count(int ind, const std::vector < int > & c, bool unordered);
 };
 
 #endif

@@ -2,15 +2,41 @@
 #include "utils/futils.h"
 #include "utils/lfile.h"
 
+#include <boost/iostreams/operations.hpp>
 #include <cstdint>
+#include <memory>
+#include <zlib.h>
 
 using futils::writeValue;
+
+namespace {
+
+// Keeps the CRC-32 of the bytes written through it, before any compression.
+class crc_counter {
+public:
+	typedef char char_type;
+	typedef boost::iostreams::multichar_output_filter_tag category;
+
+	std::shared_ptr < uLong > crc;
+
+	crc_counter() : crc(new uLong(crc32(0L, Z_NULL, 0))) {}
+
+	template < typename Sink > std::streamsize write(Sink & snk, const char * s, std::streamsize n) {
+		std::streamsize done = boost::iostreams::write(snk, s, n);
+		if (done > 0) *crc = crc32(*crc, (const unsigned char *)s, done);
+		return done;
+	}
+};
+
+}
 
 graph_writer::graph_writer(genhap_set & _set, std::string _header1, std::string _header2) : set(_set), header1(_header1), header2(_header2) {
 }
 
 void graph_writer::writeBinaryGraph(std::string filename) {
 	ofile f;
+	crc_counter counter;
+	f.push(counter);
 	if (!f.open(filename, true)) LOG.error("Impossible to create file [" + filename + "]");
 	LOG.println("\nWriting SNPs in [" + filename + "] in SORVANE binary format (v2.2)");
 	writeValue(f, (unsigned char)0xAA);
@@ -25,6 +51,10 @@ void graph_writer::writeBinaryGraph(std::string filename) {
 	for (genotype_graph * g : set.vecG) g->writeBinary(f);
 	writeValue(f, (unsigned char)0xAA);
 	writeValue(f, (unsigned char)0x15);
+	// The checksum of everything before it, so that a reader tells a damaged file from a
+	// sound one.
+	f.flush();
+	writeValue(f, (uint32_t)*counter.crc);
 	f.close();
 }
 

@@ -126,6 +126,26 @@ std::vector < const chaplotype * > haplotype_writer::columns(int which) const {
 	return c;
 }
 
+void haplotype_writer::orient(const std::map < std::string, known_phase > & phases) {
+	std::vector < const chaplotype * > c0 = columns(0);
+	swaps.assign(order.size(), std::vector < bool > ());
+	for (unsigned int k = 0 ; k < order.size() ; k ++) {
+		std::map < std::string, known_phase >::const_iterator it = phases.find(identifier(order[k]));
+		if (it == phases.end()) continue;
+		const known_phase & p = it->second;
+		const int L = p.known.size();
+		int first = 0;
+		while (first < L && !(p.known[first] && p.hap0[first] != p.hap1[first])) first ++;
+		if (first == L) continue;
+		bool swap = c0[k]->get(first) != p.hap0[first];
+		swaps[k].assign(L, false);
+		for (int l = 0 ; l < L ; l ++) {
+			if (p.known[l] && p.hap0[l] != p.hap1[l]) swap = c0[k]->get(l) != p.hap0[l];
+			swaps[k][l] = swap;
+		}
+	}
+}
+
 void haplotype_writer::writeHaplotypeHap(std::string haps, std::string sample) {
 	LOG.println("\nWriting sample list in [" + sample + "]");
 	ofile fs;
@@ -145,7 +165,7 @@ void haplotype_writer::writeHaplotypeHap(std::string haps, std::string sample) {
 		// The six-column GEN layout keeps its second identifier in the site's properties.
 		if (s->source == 4) fh << " " << s->properties[0];
 		fh << " " << s->bp << " " << s->a0 << " " << s->a1;
-		for (unsigned int k = 0 ; k < order.size() ; k ++) fh << " " << c0[k]->get(l) << " " << c1[k]->get(l);
+		for (unsigned int k = 0 ; k < order.size() ; k ++) fh << " " << allele(c0, c1, k, l, 0) << " " << allele(c0, c1, k, l, 1);
 		fh << "\n";
 	}
 	fh.close();
@@ -175,7 +195,7 @@ void haplotype_writer::writeHaplotypeRef(std::string haplotypes, std::string leg
 	openOutput(fh, haplotypes);
 	for (int l = 0 ; l < set.sites->size() ; l ++) {
 		if (!filter.checkSnp(set.sites->getByIndex(l)->bp)) continue;
-		for (unsigned int k = 0 ; k < order.size() ; k ++) fh << (k ? " " : "") << c0[k]->get(l) << " " << c1[k]->get(l);
+		for (unsigned int k = 0 ; k < order.size() ; k ++) fh << (k ? " " : "") << allele(c0, c1, k, l, 0) << " " << allele(c0, c1, k, l, 1);
 		fh << "\n";
 	}
 	fh.close();
@@ -234,7 +254,7 @@ void haplotype_writer::writeHaplotypeVcf(std::string vcf) {
 		int ac = 0, an = 0;
 		calls.clear();
 		for (unsigned int k = 0 ; k < order.size() ; k ++) {
-			const int b0 = c0[k]->get(l) ^ swap, b1 = c1[k]->get(l) ^ swap;
+			const int b0 = allele(c0, c1, k, l, 0) ^ swap, b1 = allele(c0, c1, k, l, 1) ^ swap;
 			calls += '\t';
 			calls += (char)('0' + b0);
 			ac += b0;

@@ -5,6 +5,7 @@
 #include "input/filter_writer.h"
 #include "utils/ofile.h"
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,14 @@ struct haplotype_index {
 };
 
 bool compare_haplotype_index(const haplotype_index & a, const haplotype_index & b);
+
+// The phase of a sample known at some sites (a scaffold): per site, whether it is known,
+// and the alleles of its two haplotypes there.
+struct known_phase {
+	std::vector < bool > known;
+	std::vector < bool > hap0;
+	std::vector < bool > hap1;
+};
 
 // Writes the haplotypes of a set back as one column pair per sample, in input sample order,
 // as HAPS/SAMPLE, reference panel or VCF files. Samples are filtered once, when `order` is
@@ -36,14 +45,27 @@ public:
 	void writeHaplotypeHap(std::string haps, std::string sample);
 	void writeHaplotypeRef(std::string haplotypes, std::string legend, std::string samples);
 	void writeHaplotypeVcf(std::string vcf);
+	// Turns the two columns of each sample of `phases` to agree with its known phase: at
+	// each known heterozygous site, and from there on to the next one, the columns are
+	// exchanged where they stand the other way round. The sites before the first one
+	// follow it.
+	void orient(const std::map < std::string, known_phase > & phases);
 
 private:
+	// Per output sample, empty or one flag a site: the two columns are exchanged there.
+	std::vector < std::vector < bool > > swaps;
+
 	void add(const std::string & id, int order, int index, int kind);
 	const std::string & identifier(const haplotype_index & h) const;
 	const std::vector < std::string > & fields(const haplotype_index & h) const;
 	void writeSamples(ofile & f) const;
 	// Per output sample, the haplotypes of its first and second column.
 	std::vector < const chaplotype * > columns(int which) const;
+	// The allele of column `which` of output sample k at site l, after orient.
+	int allele(const std::vector < const chaplotype * > & c0, const std::vector < const chaplotype * > & c1, unsigned int k, int l, int which) const {
+		bool swap = !swaps.empty() && !swaps[k].empty() && swaps[k][l];
+		return (which != swap ? c1 : c0)[k]->get(l);
+	}
 };
 
 #endif

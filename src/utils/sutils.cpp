@@ -110,4 +110,9 @@ int str2bp(const std::string & text, const std::string & file, int line, bool wh
 	return bp;
 }
 
+bool str2allele(const std::string & text, const std::string & file, int line) {
+	if (text != "0" && text != "1") LOG.error("Allele code [" + text + "] at line " + int2str(line) + " of [" + file + "]: a haplotype allele is 0 or 1");
+	return text == "1";
+}
+
 }

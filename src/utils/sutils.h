@@ -24,6 +24,8 @@ namespace sutils {
 	// stops the run naming the file and its line: wrapped, or read as far as it parses,
 	// it would silently move the site.
 	int str2bp(const std::string & text, const std::string & file, int line, bool whole = true);
+	// A haplotype allele: "0" or "1"; anything else stops the run naming the file and line.
+	bool str2allele(const std::string & text, const std::string & file, int line);
 }
 
 #endif

@@ -280,3 +280,32 @@ TEST(cli_convert, ChecksAndWarnings) {
 	EXPECT_EQ(lines(d.read("m.haps")).size(), lines(d.read("a.haps")).size());
 	for (std::string unused : { "h.haps", "h.sample", "v.vcf", "s.haps" }) EXPECT_FALSE(std::ifstream(d.file(unused)).good()) << unused;
 }
+
+// A damaged graph file, or a sets file whose tables cannot be written, stops the run before
+// any output, naming the file; blank lines of a sets file are passed over.
+TEST(cli_convert, DamagedGraphsAndSets) {
+	TempDir d;
+	phaseWithGraphs(d);
+	const std::string graph = d.read("a.graph");
+	std::vector < int > p = positions(d.read("a.haps"));
+	const std::string window = " " + std::to_string(p[1]) + " " + std::to_string(p[2]) + "\n";
+	std::string flipped = graph;
+	flipped[graph.size() / 2] ^= 0x10;
+	const std::vector < std::pair < std::string, std::string > > cases = {
+		{ flipped, "Graph file [b.graph] is corrupted: its checksum does not match its content" },
+		{ graph.substr(0, graph.size() - 1), "Graph file [b.graph] ends inside its checksum: the file is truncated" },
+		{ graph + "\n", "Graph file [b.graph] goes on after its checksum" },
+		{ graph.substr(0, graph.size() / 2), "Graph file [b.graph], graph " },
+	};
+	d.write("sets", "w1" + window);
+	for (const auto & c : cases) {
+		d.write("b.graph", c.first);
+		EXPECT_TRUE(refused(runSorvane("-convert --input-graph b.graph --input-sets sets --output-max m -L c", d.path), c.second));
+		for (std::string out : { "m.haps", "m.sample", "w1.pairs.gz" }) EXPECT_FALSE(std::ifstream(d.file(out)).good()) << out;
+	}
+	d.write("sets", "w1" + window + "\nnodir/w2" + window);
+	RunResult r = runSorvane("-convert --input-graph a.graph --input-sets sets --replicate 5 -L c", d.path);
+	EXPECT_TRUE(refused(r, "The table nodir/w2.pairs.gz of window nodir/w2 is impossible to create, check writing permissions\n"));
+	EXPECT_FALSE(has(r.out, "Sampling haplotypes"));
+	EXPECT_FALSE(std::ifstream(d.file("w1.pairs.gz")).good());
+}

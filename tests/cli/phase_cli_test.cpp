@@ -4,6 +4,7 @@
 #include "test_utils.h"
 
 #include <cstdint>
+#include <fstream>
 #include <map>
 #include <sstream>
 #include <tuple>
@@ -42,6 +43,7 @@ TEST(cli_phase, EveryFormatPhasesAndKeepsGenotypes) {
 		ASSERT_EQ(r.status, 0) << run.args << "\n" << r.out << r.err;
 		std::string log = d.read(run.name + ".log");
 		EXPECT_TRUE(has(log, run.units)) << log;
+		EXPECT_EQ(has(log, " genotypes in Mendel errors set missing\n"), run.units == families) << log;
 		EXPECT_EQ(has(log, "Threads lowered"), !run.threads.empty()) << log;
 		EXPECT_TRUE(has(log, run.threads)) << log;
 		// Each iteration with its time, and at the end the time of each stage and the memory.
@@ -174,16 +176,36 @@ TEST(cli_phase, DuohmmNeedsPedigreeColumns) {
 	EXPECT_FALSE(has(r.out, "Building")) << r.out;
 }
 
+// Pedigrees that cannot be (a cycle of descent, one sample as both parents, a sample named
+// 0) stop the run once the samples are read, before any phasing or output.
+TEST(cli_phase, ImpossiblePedigrees) {
+	TempDir d;
+	d.write("p.map", "1 rs1 0 100\n1 rs2 0 200\n1 rs3 0 300\n");
+	const std::vector < std::pair < std::string, std::string > > cases = {
+		{ "s1 s2 0\ns2 s3 0\ns3 s1 0\n", "Pedigree cycle: s1 -> s3 -> s2 -> s1" },
+		{ "s1 0 0\ns2 0 0\ns3 s1 s1\n", "Individual s1 is given as both father and mother of s3" },
+		{ "0 0 0\ns2 0 0\ns3 0 0\n", "A sample is named 0, which stands for an absent parent: give it another identifier" },
+	};
+	for (const auto & c : cases) {
+		std::string ped;
+		for (const std::string & l : lines(c.first)) ped += "F " + l + " 1 -9 A C A A C C\n";
+		for (int i = 4 ; i <= 12 ; i ++) ped += "F s" + std::to_string(i) + " 0 0 2 -9 A A C A C C\n";
+		d.write("p.ped", ped);
+		EXPECT_TRUE(refused(runSorvane("--input-ped p --duohmm --output-max o -L log", d.path), c.second + "\n"));
+		EXPECT_FALSE(std::ifstream(d.file("o.haps")).good());
+	}
+}
+
 // The copying states file: unknown samples and malformed lines stop the run with the line;
 // every sample to phase needs a line.
 TEST(cli_phase, CopyingStatesFile) {
 	TempDir d;
 	writeSubset(d);
-	const std::string base = "--input-vcf " + std::string(SORVANE_EXAMPLE_DATA) + "/cohort.vcf.gz" + subsetArgs() + "--output-max o -L log --input-copy-states copy";
+	const std::string E = SORVANE_EXAMPLE_DATA, rest = subsetArgs() + "--output-max o -L log --input-copy-states copy";
 	const std::string first = "IND0001 0 IND0002 IND0005\n";
 	const std::vector < std::pair < std::string, std::string > > cases = {
-		{ first + "IND9999 0 IND0002\n", "input-copy-states1: sample IND9999 not found" },
-		{ first + "IND0002 0 IND0001 NOBODY\n", "input-copy-states2: sample NOBODY not found" },
+		{ first + "IND9999 0 IND0002\n", "Line 2 of copy: sample IND9999 is not in the data" },
+		{ first + "IND0002 0 IND0001 NOBODY\n", "Line 2 of copy: sample NOBODY is not in the data" },
 		{ first + "\nIND0002 1050000\n", "Line 3 of copy: a window needs the sample, the position where it starts and at least one sample to copy from" },
 		{ first + "IND0001 0 IND0003\n", "Line 2 of copy: the windows of sample IND0001 must come in increasing position order" },
 		{ "IND0001 10x IND0002\n", "Position 10x at line 1 of [copy] is not a whole number" },
@@ -191,10 +213,12 @@ TEST(cli_phase, CopyingStatesFile) {
 		{ "IND0001 1200000 IND0002\n", "Line 1 of copy: the position 1200000 is after the last site" },
 		{ "IND0001 0 IND0002 IND0001\n", "Line 1 of copy: sample IND0001 cannot copy from itself" },
 		{ first, "No copying states given for sample IND0002 in copy" },
+		{ "IND0003 0 IND0001\n", "Line 1 of copy: sample IND0003 is phased with its family, under the name of its child IND0004: give that name instead" },
 	};
 	for (const std::pair < std::string, std::string > & c : cases) {
 		d.write("copy", c.first);
-		RunResult r = runSorvane(base, d.path);
+		// Read from the PED file, the subset has its duos and trio.
+		RunResult r = runSorvane((has(c.first, "IND0003") ? "--input-ped " + E + "/cohort" : "--input-vcf " + E + "/cohort.vcf.gz") + rest, d.path);
 		EXPECT_TRUE(refused(r, c.second + "\n") && has(r.out, "\nReading copying states in [copy]\n")) << c.first;
 	}
 	EXPECT_TRUE(has(d.read("log.log"), "Window-based model with user specification of the copying states"));

@@ -1,7 +1,9 @@
 #include "cli/example_subset.h"
 #include "test_utils.h"
 
+#include <cstdio>
 #include <set>
+#include <unistd.h>
 
 using exsubset::Haplotypes;
 using exsubset::subsetArgs;
@@ -93,36 +95,40 @@ TEST(cli_pir, AssembleExampleReads) {
 		const std::string log = d.read(run + ".log");
 		EXPECT_TRUE(has(log, "MODE -assemble : READ AWARE PHASING\n  * Autosome (chr1 ... chr22)\n  * Window-based model (SORVANE v2)\n  * No reference panel used\n  * Gibbs sampling\n"));
 		EXPECT_EQ(count(log, "\nReading map in [reads.pir]\n  * 1081 sites found in the genotype map\n  * 0 sites not found in the genotype map\n"), 2) << log;
-		EXPECT_EQ(count(log, "  * 30/30 samples covered by PIRs\n"), 2);
+		EXPECT_EQ(count(log, "  * 30/31 samples covered by PIRs\n  * 1 records of samples not in the data skipped\n  * 0 records of samples in duos or trios skipped\n"), 2) << log;
 		EXPECT_EQ(count(log, " graph segments covered by PIRs\n"), 2);
 		EXPECT_FALSE(has(log, "WARNING"));
 	}
 }
 
 // Malformed PIR files stop -assemble with a message naming the line; a file with only its
-// map changes nothing and says so.
+// map changes nothing and says so; every record is read, past the number of graphs too.
 TEST(cli_pir, AssembleMalformedFiles) {
 	TempDir d;
 	writeSubset(d);
 	const std::string map = "MAP 2\n1000474 A G\n1000741 T G\n";
+	std::string others;
+	for (int k = 0 ; k < 30 ; k ++) others += "OTHER" + std::to_string(k) + " 0\n";
 	const std::vector < std::pair < std::string, std::string > > cases = {
 		{ "MAPPING 2\n", "ERROR: PIRs file wrongly formatted (I do not detect a map inside)!" },
 		{ "MAP two\n", "ERROR: PIRs file wrongly formatted at line 1 of [reads.pir]: the number of map lines [two] is not a whole number" },
 		{ map + "IND0001 1\n0 A 20 2 G 20\n", "ERROR: PIRs file wrongly formatted at line 5 of [reads.pir]: the map index [2] is not within the map of 2 lines" },
 		{ map + "IND0001 1\n0 A 20 1 G\n", "ERROR: PIRs file wrongly formatted at line 5 of [reads.pir]: a read is made of triples (map index, base, Phred quality), this line has 5 words" },
-		{ map, "" },
+		{ map + "IND0001 1\n0 A 20 1 G 20\n\nIND0001 0\n", "ERROR: PIRs file [reads.pir] has a second record of sample IND0001 at line 7, the first being at line 4" },
+		{ map, "  * 0/0 PIRs used\n  * 0/0 samples covered by PIRs\n  * 0 records of samples not in the data skipped\n  * 0 records of samples in duos or trios skipped\n  * 0/0 heterozygotes covered by PIRs\n  * 0/0 graph segments covered by PIRs\n\nWARNING: No sample of the PIR file [reads.pir] matches an unrelated sample of the data: the reads change no graph\n" },
+		{ map + others + "IND0020 1\n0 A 20 1 G 20\n", "  * 1/1 PIRs used\n  * 1/31 samples covered by PIRs\n  * 30 records of samples not in the data skipped\n" },
+		// Bases of quality 0 are certain to be wrong: these two reads leave no phase possible.
+		{ "MAP 2\n1001292 T A\n1002222 G C\nIND0001 2\n0 A 0 1 C 0\n0 A 0 1 G 0\n", "ERROR: PIRs file [reads.pir], record of sample IND0001 at line 4: its reads rule out every phase of two graph segments (Underflow in sequencing" },
 	};
 	for (const std::pair < std::string, std::string > & c : cases) {
 		d.write("reads.pir", c.first);
 		RunResult r = runSorvane("-assemble --input-vcf " + E + "/cohort.vcf.gz" + subsetArgs() + "--seed 1 --input-pir reads.pir --output-max out -L log", d.path);
 		const std::string log = d.read("log.log");
-		if (c.second.empty()) {
-			EXPECT_EQ(r.status, 0) << r.out;
-			EXPECT_EQ(count(log, "  * 0/0 PIRs used\n  * 0/0 samples covered by PIRs\n  * 0/0 heterozygotes covered by PIRs\n  * 0/0 graph segments covered by PIRs\n\nWARNING: No sample of the PIR file [reads.pir] matches an unrelated sample of the data: the reads change no graph\n"), 2) << log;
-		} else {
-			EXPECT_EQ(r.status, 1) << c.first;
-			EXPECT_TRUE(has(log, c.second)) << log;
-		}
+		const bool fault = has(c.second, "ERROR");
+		EXPECT_EQ(r.status, fault) << c.first;
+		EXPECT_EQ(count(log, c.second), fault ? 1 : 2) << log;
+		EXPECT_EQ(access(d.file("out.haps").c_str(), F_OK) == 0, !fault) << c.first;
+		std::remove(d.file("out.haps").c_str());
 	}
 	RunResult r = runSorvane("-assemble --input-vcf " + E + "/cohort.vcf.gz --output-max out -L log", d.path);
 	EXPECT_TRUE(has(r.err, "You must specify a file with the list of BAM files to be used"));
@@ -173,7 +179,8 @@ struct MutationFiles {
 // New heterozygotes placed by the example reads: nearly all that reads join to a scaffold
 // heterozygote go onto the true haplotype; those of IND0003, which has no reads, stay at -1
 // in the VCF's order; scaffold sites do not change; the same output on two threads; a
-// sample of the PIR file not in the data ends on the assertion.
+// sample of the PIR file not in the data, or dropped by --exclude-ind, is passed over; a
+// scaffold with swapped alleles is matched as such.
 TEST(cli_pir, MutationInclusion) {
 	TempDir d;
 	const Haplotypes truth(E + "/truth");
@@ -228,9 +235,29 @@ TEST(cli_pir, MutationInclusion) {
 	EXPECT_EQ(d.read("out.haps"), d.read("two.haps"));
 
 	d.write("reads.pir", d.read("reads.pir") + "NOBODY 1\n0 A 20 1 T 20\n");
-	r = runSorvane(args + "--output-haps bad -L bad", d.path);
-	EXPECT_NE(r.status, 0);
-	EXPECT_TRUE(has(r.err, "Assertion `ind >= 0' failed")) << r.err;
+	ASSERT_EQ(runSorvane(args + "--output-haps more -L more", d.path).status, 0);
+	EXPECT_EQ(d.read("out.haps"), d.read("more.haps"));
+	EXPECT_TRUE(has(d.read("more.log"), "  * 30/31 samples covered by PIRs\n  * 1 records of samples not in the data skipped\n")) << d.read("more.log");
+	d.write("drop", ids[0] + "\n");
+	ASSERT_EQ(runSorvane(args + "--exclude-ind drop --output-haps fewer -L fewer", d.path).status, 0);
+	EXPECT_TRUE(has(d.read("fewer.log"), "  * 29/31 samples covered by PIRs\n  * 2 records of samples not in the data skipped\n"));
+	// The scaffold with the alleles of its sites swapped, and its codes inverted, says the same.
+	std::string swapped;
+	for (const std::string & line : testutils::lines(d.read("scaffold.haps"))) {
+		std::vector < std::string > w = testutils::words(line);
+		std::swap(w[3], w[4]);
+		for (unsigned int k = 0 ; k < w.size() ; k ++) swapped += (k ? " " : "") + (k < 5 ? w[k] : w[k] == "0" ? "1" : "0");
+		swapped += "\n";
+	}
+	d.write("scaffold.haps", swapped);
+	ASSERT_EQ(runSorvane(args + "--output-haps flip -L flip", d.path).status, 0);
+	EXPECT_EQ(d.read("flip.haps"), d.read("more.haps"));
+	auto counts = [&](const std::string & log) {
+		const std::string text = d.read(log);
+		const size_t from = text.find("heterozygous genotypes");
+		return text.substr(from, text.find("\nWriting") - from);
+	};
+	EXPECT_EQ(counts("flip.log"), counts("more.log"));
 }
 
 // The checks of the -mutinclude files, each with its own message.

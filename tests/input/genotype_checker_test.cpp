@@ -217,18 +217,6 @@ TEST_F(genotype_checker_test, FullyMissingStopsEvenWithForce) {
 	EXPECT_EQ(report(".snp.mm"), "id\tposition\tA\tB\tmissing\tcount_A_main\tcount_B_main\tcount_A_founder\tcount_B_founder\n");
 }
 
-// Likelihoods must be numbers of at least 0: the first other value stops the run, naming the
-// sample and the position.
-TEST_F(genotype_checker_test, LikelihoodValues) {
-	Study st(2, { { "a", ".." }, { "b", ".." } });
-	st.G.likelihoods = { { 0.2f, 0.3f, 0.5f, 0, 0, 1 }, { 1, 0, 0, 0.5f, 0.5f, 0 } };
-	genotype_checker(st.G, st.R, false, true).checkLikelihoodValues();
-	for (float bad : { -0.1f, NAN }) {
-		st.G.likelihoods[1][4] = bad;
-		EXPECT_LOG_ERROR(genotype_checker(st.G, st.R, false, true).checkLikelihoodValues(), "Genotype likelihoods of sample b at position 200 are not all positive or zero");
-	}
-}
-
 TEST_F(genotype_checker_test, MonomorphicSitesAndSingletons) {
 	for (bool likelihoods : { false, true }) {
 		SCOPED_TRACE(likelihoods);

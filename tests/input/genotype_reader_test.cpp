@@ -176,7 +176,7 @@ TEST(genotype_reader, ReadScaffoldImpute) {
 	d.write("scaf.sample", "ID_1 ID_2 missing\n0 0 0\nf S2 0\nf absent 0\nf S1 0\nf S2 0\n");
 	d.write("scaf.haps",
 		"1 r1 100 A C 1 0 1 1 0 1 1 1\n"	// same strand
-		"1 r2 200 T A 0 1 1 1 0 2 0 0\n"	// swapped: digits inverted, "2" counts as 1
+		"1 r2 200 T A 0 1 1 1 0 1 0 0\n"	// swapped: digits inverted
 		"1 r3 300 G C 1 1 1 1 1 1 1 1\n"	// position known, alleles not: misaligned
 		"1 r4 350 A C 1 1 1 1 1 1 1 1\n"	// unknown position
 		"1 r5 400 A T 1 1 1 1 1 1 1 1\n");	// two sites match once flipped
@@ -205,6 +205,7 @@ TEST(genotype_reader, ReadScaffoldImpute) {
 	// The field count of the HAPS file follows the SAMPLE file.
 	expectFaults(d, { { "f.haps", "" }, { "f.sample", "a b c\nd e f\nf S3 0\nf x 0\nf y 0\nf z 0\n" } }, {
 		{ "f.sample", "a b c\nd e f\nf S1\n", "Line=0 found=2 fields, expected more than 3" },
-		{ "f.haps", "1 r1 100 A C 1 0 1 1 0 1 1 1\n1 r2 200 A T 1 0\n", "Line=2 found=7 fields, expected =13" },
+		{ "f.haps", "1 r1 100 A C 1 0 1 1 0 1 1 1\n1 r2 200 A T 1 0\n", "Line=2 found=7 fields, expected =13, in \\[.*f.haps\\]" },
+		{ "f.haps", "1 r1 100 A C NA 0 1 1 0 1 1 1\n", "Allele code \\[NA\\] at line 1 of \\[.*f.haps\\]" },
 	}, [&] { S.G.readScaffoldImpute(d.file("f.haps"), d.file("f.sample")); });
 }

@@ -1,25 +1,28 @@
 #include "input/genotype_test_utils.h"
 #include "input/graph_reader.h"
+#include "modules/sampler.h"
+#include "modules/solver.h"
 #include "objects/genotype_graph_test_utils.h"
 #include "output/graph_writer.h"
 #include "utils/myException.h"
 
+#include <cmath>
 #include <cstdint>
 #include <fstream>
 #include <memory>
 #include <sys/resource.h>
+#include <zlib.h>
 
 using namespace genotest;
 
 namespace {
 
-// A binary file built field by field. Each field keeps its end and the failure of a file
-// cut inside it: a text of a graph record (thrown as "read <text> failed") or a fatal one.
+// A binary file built field by field. Each field keeps its end and the text of the fault of
+// a file cut inside it; a field of a graph record fails as "read <text> failed".
 struct Bytes {
 	struct Field {
 		size_t end;
 		std::string text;
-		bool thrown;
 	};
 	std::string data;
 	std::vector < Field > fields;
@@ -27,11 +30,11 @@ struct Bytes {
 
 	template < class T > void put(T v, const std::string & text) {
 		data.append((const char *)&v, sizeof(T));
-		fields.push_back(Field { data.size(), text, record });
+		fields.push_back(Field { data.size(), record ? "read " + text + " failed" : text });
 	}
 	void str(const std::string & s, const std::string & text) {
 		data.append(std::string(1, (char)s.size()) + std::string(3, '\0') + s);
-		fields.push_back(Field { data.size(), text, record });
+		fields.push_back(Field { data.size(), record ? "read " + text + " failed" : text });
 	}
 	template < class T > void array(const std::vector < T > & v, const std::string & name) {
 		put((int32_t)v.size(), "#" + name);
@@ -72,7 +75,42 @@ struct Bytes {
 		array(g.HapsS, "HapsS");
 		record = false;
 	}
+	// The end of the last field of that text.
+	size_t endOf(const std::string & text) const {
+		size_t k = fields.size() - 1;
+		while (fields[k].text != text) k --;
+		return fields[k].end;
+	}
 };
+
+// The checksum the writer appends.
+std::string withCrc(const std::string & data) {
+	uint32_t crc = crc32(crc32(0L, Z_NULL, 0), (const unsigned char *)data.data(), data.size());
+	return data + std::string((const char *)&crc, 4);
+}
+
+// The fault a read ends with, "" when it succeeds; the log's error throws meanwhile, its
+// screen output is captured. The graphs read are handed to `use`, then deleted.
+std::string readFault(const std::function < void (graph_reader &) > & read, const std::function < void (graph_reader &) > & use = nullptr) {
+	graph_reader R;
+	std::string fault;
+	LOG.exitOnError = false;
+	testing::internal::CaptureStdout();
+	try {
+		read(R);
+		if (use) use(R);
+	} catch (const std::exception & e) {
+		fault = std::string("fault: ") + e.what();
+	}
+	testing::internal::GetCapturedStdout();
+	LOG.exitOnError = true;
+	for (genotype_graph * g : R.vecG) delete g;
+	return fault;
+}
+
+std::string readFault(const std::string & file) {
+	return readFault([&](graph_reader & R) { R.readBinaryGraph(file); });
+}
 
 // An unrelated graph of one segment of three sites with the fragments 101 and 000.
 genotype_graph * smallGraph() {
@@ -92,16 +130,16 @@ genotype_graph * smallGraph() {
 	return g;
 }
 
-// Two sites and one graph. A v2.1 site is one name for chromosome and identifier, without
-// identifier and property lists.
+// Three sites and one graph, without the checksum. A v2.1 site is one name for chromosome and
+// identifier, without identifier and property lists.
 Bytes file(bool v22, const genotype_graph & g) {
 	Bytes b;
 	b.put((unsigned char)0xAA, "Binary graph file format unsupported!");
 	b.put((unsigned char)(v22 ? 0x51 : 0x15), "Binary graph file format unsupported!");
 	b.str("ID_1 ID_2 missing", "reading header1");
 	b.str("", "reading header2");
-	b.put((int32_t)2, "reading total number of sites");
-	for (int i = 0 ; i < 2 ; i ++) {
+	b.put((int32_t)3, "reading total number of sites");
+	for (int i = 0 ; i < 3 ; i ++) {
 		const std::string fault = "reading snp " + std::to_string(i), id = "rs" + std::to_string(i);
 		b.str(v22 ? "1" : id, fault + " position in bp");
 		b.put((int32_t)(100 + i), fault + " position in bp");
@@ -112,37 +150,14 @@ Bytes file(bool v22, const genotype_graph & g) {
 		if (!v22) continue;
 		b.put((int32_t)1, fault + " number of ids");
 		b.str(id, fault + " number of ids");
-		b.put((int32_t)(2 - 2 * i), fault + " number of properties");
-		for (int k = 0 ; k < 2 - 2 * i ; k ++) b.str("p" + std::to_string(k), fault + " number of properties");
+		b.put((int32_t)(i ? 0 : 2), fault + " number of properties");
+		for (int k = 0 ; k < (i ? 0 : 2) ; k ++) b.str("p" + std::to_string(k), fault + " number of properties");
 	}
 	b.put((int32_t)1, "Binary file corrupted 1.2");
 	b.graph(g, true);
 	b.put((unsigned char)0xAA, "Binary file corrupted (tail)");
 	b.put((unsigned char)0x15, "Binary file corrupted (tail)");
 	return b;
-}
-
-// Runs `read` on a fresh reader, expecting it to fail with `text`.
-void expectFailure(const std::function < void (graph_reader &) > & read, const std::string & text, bool thrown) {
-	SCOPED_TRACE(text);
-	if (!thrown) {
-		std::string regex;
-		for (char c : text) regex += (c == '(' || c == ')' ? "\\" : "") + std::string(1, c);
-		EXPECT_LOG_ERROR({ graph_reader R; read(R); }, regex);
-		return;
-	}
-	graph_reader R;
-	try {
-		read(R);
-		ADD_FAILURE() << "no failure";
-	} catch (myException & e) {
-		EXPECT_EQ(e.msg, "read " + text + " failed");
-	}
-	for (genotype_graph * g : R.vecG) delete g;
-}
-
-void expectFailure(const std::string & file, const std::string & text, bool thrown) {
-	expectFailure([&](graph_reader & R) { R.readBinaryGraph(file); }, text, thrown);
 }
 
 // Lets the address space of the process grow by `extra` bytes at most. Not under a
@@ -171,75 +186,147 @@ void expectFailureInBoundedMemory(const std::string & file, const std::string & 
 	}, regex);
 }
 
+// Writes the small graph over three sites, the first with two properties, as the writer does.
+void writeSmall(const std::string & name) {
+	snp_set sites;
+	for (int l = 0 ; l < 3 ; l ++) {
+		snp * s = new snp("1", 100 + l, "A", l ? "" : "C", 3);
+		s->id = "rs" + std::to_string(l);
+		s->cm = 0.5 + l;
+		s->idx = l;
+		sites.put(s);
+	}
+	sites.getByIndex(0)->properties = { "p0", "p1" };
+	std::vector < genotype_graph * > graphs = { smallGraph() };
+	genhap_set set;
+	set.initialise(graphs, &sites);
+	graph_writer(set, "ID_1 ID_2 missing", "").writeBinaryGraph(name);
 }
 
-// The writer's file byte by byte; both versions of one file read back with their log, and
-// cut inside each field failing with that field's text; malformed heads, counts and tails.
+}
+
+// The writer's file byte by byte, its checksum last, plain and compressed; both versions
+// of one file read back with their log, with or without the checksum, and cut inside each
+// field failing with that field's text; malformed heads, tails and checksums.
 TEST(graph_reader, Versions22And21) {
 	TempDir d;
 	testutils::silenceLog();
 	std::unique_ptr < genotype_graph > original(smallGraph());
-	{
-		snp_set sites;
-		for (int l = 0 ; l < 2 ; l ++) {
-			snp * s = new snp("1", 100 + l, "A", l ? "" : "C", 3);
-			s->id = "rs" + std::to_string(l);
-			s->cm = 0.5 + l;
-			s->idx = l;
-			sites.put(s);
-		}
-		sites.getByIndex(0)->properties = { "p0", "p1" };
-		std::vector < genotype_graph * > graphs = { smallGraph() };
-		genhap_set set;
-		set.initialise(graphs, &sites);
-		graph_writer(set, "ID_1 ID_2 missing", "").writeBinaryGraph(d.file("w.bin"));
-	}
-	ASSERT_EQ(d.read("w.bin"), file(true, *original).data);
+	writeSmall(d.file("w.bin"));
+	writeSmall(d.file("w.bin.gz"));
+	ASSERT_EQ(d.read("w.bin"), withCrc(file(true, *original).data));
+	EXPECT_EQ(testutils::readCompressed(d.file("w.bin.gz")), d.read("w.bin"));
 
-	for (bool v22 : { true, false }) {
-		SCOPED_TRACE(v22 ? "v2.2" : "v2.1");
+	for (bool v22 : { true, false }) for (bool crc : { true, false }) {
+		SCOPED_TRACE(std::string(v22 ? "v2.2" : "v2.1") + (crc ? " with checksum" : ""));
 		const Bytes b = file(v22, *original);
-		d.write("g.bin", b.data);
+		testutils::writeCompressed(d.file(crc ? "g.bin.gz" : "g.bin"), crc ? withCrc(b.data) : b.data);
 		graph_reader R;
 		snp_set * S = R.S.get();
-		const std::string log = logOf(d, [&] { R.readBinaryGraph(d.file("g.bin")); });
-		EXPECT_EQ(log, "\nReading genotype graphs in [" + d.file("g.bin") + "]\n  * Binary graph file v2." + (v22 ? "2" : "1") + " detected!\n  * 2 sites found\n");
+		const std::string name = d.file(crc ? "g.bin.gz" : "g.bin");
+		const std::string log = logOf(d, [&] { R.readBinaryGraph(name); });
+		EXPECT_EQ(log, "\nReading genotype graphs in [" + name + "]\n  * Binary graph file v2." + (v22 ? "2" : "1") + " detected!\n  * 3 sites found\n");
 		EXPECT_EQ(R.header1 + "/" + R.header2, "ID_1 ID_2 missing/");
 		ASSERT_EQ(R.vecG.size(), 1u);
 		EXPECT_EQ(graphtest::dump(*R.vecG[0]), graphtest::dump(*original));
 		delete R.vecG[0];
-		for (int l = 0 ; l < 2 ; l ++) {
+		for (int l = 0 ; l < 3 ; l ++) {
 			snp * s = S->getByIndex(l);
 			EXPECT_EQ(s->chr + " " + s->id + " " + std::to_string(s->bp) + " " + std::to_string(s->cm) + " " + std::to_string(s->idx) + " " + s->a0 + "/" + s->a1,
 				(v22 ? "1" : "rs" + std::to_string(l)) + " rs" + std::to_string(l) + " " + std::to_string(100 + l) + " " + std::to_string(0.5 + l) + " " + std::to_string(l) + " A/" + (l ? "" : "C"));
 			EXPECT_EQ(s->properties.size(), v22 && !l ? 2u : 0u);
 		}
+		if (crc) continue;
 		for (unsigned int k = 0 ; k < b.fields.size() ; k ++) {
 			const size_t start = k ? b.fields[k - 1].end : 0;
 			d.write("cut.bin", b.data.substr(0, start + (b.fields[k].end - start) / 2));
-			expectFailure(d.file("cut.bin"), b.fields[k].text, b.fields[k].thrown);
+			EXPECT_TRUE(contains(readFault(d.file("cut.bin")), b.fields[k].text)) << b.fields[k].text;
 		}
 	}
 
-	// Heads and tails are tested on their bits only.
+	// Heads and tails are tested on their bits only; a checksum present is whole, last, right.
 	const Bytes b = file(true, *original);
-	size_t trans = 0;
-	for (unsigned int k = 1 ; k < b.fields.size() ; k ++) if (b.fields[k].text == "#trans") trans = b.fields[k - 1].end;
-	auto patched = [&](size_t at, const std::string & bytes) {
-		std::string s = b.data;
-		s.replace(at, bytes.size(), bytes);
-		d.write("p.bin", s);
-		return d.file("p.bin");
-	};
+	const std::string sound = withCrc(b.data);
 	const size_t tail = b.data.size() - 2;
-	expectFailure(patched(0, "\x2A"), "Binary graph file format unsupported!", false);
-	expectFailure(patched(1, std::string(1, '\0')), "Binary graph file format unsupported!", false);
-	expectFailure(patched(tail, "\xAA\x05"), "Binary file corrupted (tail)", false);
-	expectFailure(patched(trans, "\xFF\xFF\xFF\xFF"), "#trans", true);
-	graph_reader T;
-	T.readBinaryGraph(patched(tail, "\xFF\x3F"));
-	ASSERT_EQ(T.vecG.size(), 1u);
-	delete T.vecG[0];
+	const std::vector < std::pair < std::string, std::string > > cases = {
+		{ std::string(sound).replace(0, 1, "\x2A"), "Binary graph file format unsupported!" },
+		{ std::string(sound).replace(1, 1, std::string(1, '\0')), "Binary graph file format unsupported!" },
+		{ b.data.substr(0, tail) + "\xAA\x05", "Binary file corrupted (tail)" },
+		{ sound.substr(0, sound.size() - 2), "ends inside its checksum: the file is truncated" },
+		{ sound + "x", "goes on after its checksum" },
+		{ b.data + "\xAA\x15\x15\x15", "is corrupted: its checksum does not match its content" },
+		{ std::string(sound).replace(tail, 2, "\xFF\x3F"), "is corrupted: its checksum does not match its content" },
+		{ std::string(sound).replace(b.endOf("read #probs failed") - 4, 4, "\xFF\xFF\xFF\xFF"), "graph 1 of 1 (sample kid): read #probs failed" },
+	};
+	for (const auto & c : cases) {
+		d.write("p.bin", c.first);
+		EXPECT_TRUE(contains(readFault(d.file("p.bin")), c.second)) << c.second;
+	}
+	// A tail with more bits set passes, under its own checksum.
+	d.write("p.bin", withCrc(b.data.substr(0, tail) + "\xFF\x3F"));
+	EXPECT_EQ(readFault(d.file("p.bin")), "");
+}
+
+// Graphs whose fields read whole but do not hold together, and site lists out of order,
+// stop the read naming the file, the graph and its sample, and the fault.
+TEST(graph_reader, StructuralFaults) {
+	TempDir d;
+	testutils::silenceLog();
+	const std::vector < std::pair < std::function < void (genotype_graph &) >, std::string > > cases = {
+		{ [](genotype_graph & g) { g.type = 0; }, "type 0 is none of haploid (1), unrelated (2), duo (3) and trio (4)" },
+		{ [](genotype_graph & g) { g.type = 255; }, "type 255 is none" },
+		{ [](genotype_graph & g) { g.type = 3; }, "6 transition bytes for 3 transitions of 3 tracks" },
+		{ [](genotype_graph & g) { g.HapsC[0] = 9; }, "segment 0 has 9 fragments (1 to 8)" },
+		{ [](genotype_graph & g) { g.HapsS[0] = 2; }, "segments cover 2 sites, the file has 3" },
+		{ [](genotype_graph & g) { g.HapsI[0] = 1; }, "segment 0 does not start where the one before ends" },
+		{ [](genotype_graph & g) { g.Haps.n = 8; }, "fragments hold 6 bits, the graph 8" },
+		{ [](genotype_graph & g) { g.probsC.push_back(1); g.probsI.push_back(3); }, "transition counters for 3 groups, 2 expected" },
+		{ [](genotype_graph & g) { g.probsC[1] = 0; }, "group 1 has no transition" },
+		{ [](genotype_graph & g) { g.probsI[1] = 1; }, "group 1 does not start where the one before ends" },
+		{ [](genotype_graph & g) { g.probs.push_back(0.5f); }, "4 probabilities for 3 transitions" },
+		{ [](genotype_graph & g) { g.probs[1] = NAN; }, "probability 1 is not a finite number from 0" },
+		{ [](genotype_graph & g) { g.probs[2] = -1.0f; }, "probability 2 is not a finite number from 0" },
+		{ [](genotype_graph & g) { g.probs[0] = g.probs[1] = 0; }, "the probabilities of group 0 are all 0" },
+		{ [](genotype_graph & g) { g.trans[1] = 0x20; }, "group 0 names a fragment its segments do not have" },
+		{ [](genotype_graph & g) { g.trans[5] = 0x02; }, "group 1 names a fragment its segments do not have" },
+		{ [](genotype_graph & g) { g.trans[4] = g.trans[5] = 0x00; }, "transitions of groups 0 and 1 do not meet" },
+	};
+	for (const auto & c : cases) {
+		std::unique_ptr < genotype_graph > g(smallGraph());
+		c.first(*g);
+		d.write("g.bin", file(true, *g).data);
+		EXPECT_TRUE(contains(readFault(d.file("g.bin")), "fault: Graph file [" + d.file("g.bin") + "], graph 1 of 1 (sample kid): " + c.second)) << c.second;
+	}
+	std::unique_ptr < genotype_graph > g(smallGraph());
+	const Bytes b = file(true, *g);
+	for (const auto & c : std::vector < std::pair < std::string, std::string > > {
+		{ "reading snp 1 position in bp", "site 2: position 99 comes after position 100" },
+		{ "reading snp 1 index", "site 2: its index is 99" } }) {
+		d.write("g.bin", std::string(b.data).replace(b.endOf(c.first) - 4, 4, std::string("\x63\0\0\0", 4)));
+		EXPECT_EQ(readFault(d.file("g.bin")), "fault: Graph file [" + d.file("g.bin") + "], " + c.second);
+	}
+}
+
+// Every byte of a written file flipped in turn: the checksum makes each read fail. Without
+// it, a read either fails or gives graphs that maximisation and sampling go through.
+TEST(graph_reader, EveryByteFlipped) {
+	TempDir d;
+	testutils::silenceLog();
+	writeSmall(d.file("w.bin"));
+	const std::string sound = d.read("w.bin"), bare = sound.substr(0, sound.size() - 4);
+	for (const std::string * data : { &sound, &bare }) for (size_t i = 0 ; i < data->size() ; i ++) {
+		std::string flipped = *data;
+		flipped[i] ^= 0xFF;
+		d.write("f.bin", flipped);
+		const std::string fault = readFault([&](graph_reader & R) { R.readBinaryGraph(d.file("f.bin")); }, [](graph_reader & R) {
+			genhap_set GH;
+			GH.initialise(R.vecG, R.S.get());
+			solver(GH, 1).solve();
+			sampler(GH, false, 1, false).sample();
+			R.vecG.clear();
+		});
+		EXPECT_TRUE(data != &sound || fault != "") << "byte " << i;
+	}
 }
 
 // A count made 2^31 - 1 in a short file, whether a string length, a list, array, bit or
@@ -252,11 +339,11 @@ TEST(graph_reader, CorruptCountsFailWithoutHugeAllocation) {
 		{ "reading header1", "reading header1" },
 		{ "reading snp 0 number of ids", "reading snp 0 number of ids" },
 		{ "reading snp 0 number of properties", "reading snp 0 number of properties" },
-		{ "name", "read name failed" },
-		{ "number of properties", "read property n=[0-9]+ failed" },
-		{ "#trans", "read trans [0-9]+ failed" },
-		{ "Ambs vector", "read Ambs vector failed" },
-		{ "Haps vector", "read Haps vector failed" },
+		{ "read name failed", "read name failed" },
+		{ "read number of properties failed", "read property n=[0-9]+ failed" },
+		{ "read #trans failed", "read trans [0-9]+ failed" },
+		{ "read Ambs vector failed", "read Ambs vector failed" },
+		{ "read Haps vector failed", "read Haps vector failed" },
 	};
 	for (const auto & c : cases) {
 		SCOPED_TRACE(c.first);
@@ -272,7 +359,6 @@ TEST(graph_reader, CorruptCountsFailWithoutHugeAllocation) {
 // Three files: site and sample lists in text, graphs of the short record. Faults of each.
 TEST(graph_reader, Version20) {
 	std::unique_ptr < genotype_graph > first(smallGraph()), second(smallGraph());
-	second->type = 3;
 	Bytes b;
 	b.put((unsigned char)0xAA, "");
 	b.put((unsigned char)0x55, "");
@@ -294,7 +380,7 @@ TEST(graph_reader, Version20) {
 	EXPECT_EQ(siteList(S), "100:A/C 100:A/G 250:G/T");
 	EXPECT_EQ(S->getByIndex(2)->chr + " " + S->getByIndex(2)->id + " " + std::to_string(S->getByIndex(2)->source), "1 . 8");
 	// Each line takes three orders; every name is its member's one sample column; the type
-	// comes from the graph file.
+	// comes from the graph file (2, though the list says 1).
 	const std::vector < std::vector < std::string > > names = { { "kid", "dad", "mum" }, { "solo", "0", "0" } };
 	ASSERT_EQ(R.vecG.size(), 2u);
 	for (int i = 0 ; i < 2 ; i ++) {
@@ -322,9 +408,9 @@ TEST(graph_reader, Version20) {
 	}, [&] { graph_reader F; read(F); });
 	for (unsigned int k : { 3u, (unsigned int)b.fields.size() - 1 }) {
 		d.write("g.bin", b.data.substr(0, b.fields[k].end - 1));
-		expectFailure(read, b.fields[k].text, true);
+		EXPECT_TRUE(contains(readFault(read), b.fields[k].text)) << b.fields[k].text;
 	}
 	// Taken for v2.1 by its head, a v2.0 file fails further on.
 	d.write("g.bin", std::string("\xAA\x55\x00\x00\x00\x00\xAA\x55", 8));
-	expectFailure(d.file("g.bin"), "reading header2", false);
+	EXPECT_TRUE(contains(readFault(d.file("g.bin")), "reading header2"));
 }

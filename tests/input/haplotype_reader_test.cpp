@@ -15,12 +15,12 @@ void readHaps(filter_reader & F, const TempDir & d) {
 }
 
 // Both layouts mixed line by line, a sample excluded by the filters (its digits skipped),
-// sites refused by the filters, two identical sites kept, digits other than "1" read as 0.
+// sites refused by the filters, two identical sites kept.
 TEST(haplotype_reader, LayoutsAndFilters) {
 	const std::string sample = header + "f1 s1 0 0 0 1 -9\nf2 s2 0 0 0 2 -9\nf3 s3 0 0 0 0 -9\r\n";
 	const std::string haps =
 		"1 rs100 100 A C 0 1 1 1 1 0\n"
-		"1 rs200 id200 200 G T 1 1 0 0 2 ?\n"
+		"1 rs200 id200 200 G T 1 1 0 0 0 0\n"
 		"1 rs300 300 A G 1 1 1 1 1 1\n"
 		"1 rs400 400 C T 1 0 0 0 0 1\n"
 		"1 rs400 400 C T 0 1 0 0 1 1\n"
@@ -97,6 +97,9 @@ TEST(haplotype_reader, EmptySamplesAndFatalMessages) {
 		{ "h.sample", header + "1 s1 0\n2 s2 0\n3 s1 0\n", "Two individuals or more have the following ID : s1" },
 		{ "h.sample", "ID_1 ID_2 missing\n", "Sample file \\[.*h.sample\\] lacks its two header lines" },
 	}, [&] { readHaps(F, d); });
+	d.write("h.sample", header + "1 s1 0\n");
+	d.write("h.haps", "1 a 100 A C 0 1\n1 b 200 A C 0 2\n");
+	EXPECT_LOG_ERROR(readHaps(F, d), "Allele code \\[2\\] at line 2 of \\[.*h.haps\\]: a haplotype allele is 0 or 1");
 	EXPECT_LOG_ERROR(haplotype_reader(F).readHaplotypeImpute(d.file("h.haps"), d.file("none.sample")), "Impossible to open file \\[.*none.sample\\]");
 	EXPECT_LOG_ERROR(haplotype_reader(F).readHaplotypeImpute(d.file("none.haps"), d.file("h.sample")), "Impossible to open file \\[.*none.haps\\]");
 }

@@ -35,8 +35,8 @@ TEST(pair_reader, ReadsWindowsAndOrdersThem) {
 TEST(pair_reader, FatalMessages) {
 	TempDir d;
 	expectFaults(d, {}, {
-		{ "s", "w1 100 200\nw2 100\n", "Line=1 found=2 expected at least 3" },
-		{ "s", "w1 100 250\n", "No site at position = 250" },
+		{ "s", "w1 100 200\n\nw2 100\n", "Line=3 found=2 expected at least 3 at line 3 of \\[.*s\\]" },
+		{ "s", "w1 100 250\n", "No site at position = 250 at line 1 of \\[.*s\\]" },
 		{ "s", "w1 100 400\n", "More than 1 site at position = 400" },
 		{ "s", "w1 100 200\nw2 100 300\nw1 200 300\n", "Duplicate window ID = w1" },
 	}, [&] { snp_set S; makeSites(S); pair_reader P; P.readPairs(d.file("s"), &S); P.checkAndOrder(); });

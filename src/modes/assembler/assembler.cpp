@@ -6,7 +6,7 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-assembler::assembler() : fdi_line(0), n_sample_read(0), n_sample_used(0), n_group(0), n_group_used(0), n_het(0), n_het_covered(0), n_pir(0), n_pir_used(0) {
+assembler::assembler() : n_sample_read(0), n_sample_used(0), n_absent(0), n_family(0), n_group(0), n_group_used(0), n_het(0), n_het_covered(0), n_pir(0), n_pir_used(0) {
 }
 
 assembler::~assembler() {
@@ -37,11 +37,6 @@ void assembler::verbose_mode() {
 	verboseSettings();
 }
 
-void assembler::write_files_and_finalise() {
-	fdi.close();
-	phaser::write_files_and_finalise();
-}
-
 // The read weights replace the transition probabilities, and the propagation turns them into
 // the graph's likelihoods, which the sampler weighs every draw with.
 void assembler::weighGraphs() {
@@ -63,84 +58,60 @@ void assembler::phaseIteration(std::string name) {
 }
 
 void assembler::assemble() {
-	const std::string file = options["input-pir"].as < std::string > ();
-	if (!fdi.open(file)) LOG.error(file + " is impossible to open, check file existence or reading permissions");
-	LOG.println("\nReading map in [" + file + "]");
+	std::vector < std::vector < std::string > > samples;
+	for (genotype_graph * g : GH.vecG) {
+		samples.push_back({ g->name });
+		if (g->type > 2) for (const std::string * p : { &g->fname, &g->mname }) if (*p != "0") samples.back().push_back(*p);
+	}
+	pir_file records (GH.sites, samples);
 	int n_found, n_missed;
-	sequencer::readMap(fdi, fdi_line, GH.sites, mapping, n_found, n_missed);
+	records.open(options["input-pir"].as < std::string > (), n_found, n_missed);
 	LOG.println("  * " + sutils::int2str(n_found) + " sites found in the genotype map");
 	LOG.println("  * " + sutils::int2str(n_missed) + " sites not found in the genotype map");
 	LOG.printlnL("Assembling reads on graphs");
 
-	n_sample_read = n_sample_used = n_group = n_group_used = n_het = n_het_covered = n_pir = n_pir_used = 0;
-	i_workers = 0;
-	const int N = GH.vecG.size();
-	if (n_thread < 2) {
-		for (int job = 0 ; job < N ; job ++) {
-			assemble(job);
-			LOG.printC("\rAssembling reads on graphs [" + sutils::int2str(job + 1) + "/" + sutils::int2str(N) + "]");
-		}
-	} else {
-		for (int t = 0 ; t < n_thread ; t ++) pthread_create(&id_workers[t], NULL, assembler_callback, static_cast < void * > (this));
-		for (int t = 0 ; t < n_thread ; t ++) pthread_join(id_workers[t], NULL);
-	}
-	LOG.println("");
+	n_sample_read = n_sample_used = n_absent = n_family = n_group = n_group_used = n_het = n_het_covered = n_pir = n_pir_used = 0;
+	records.process(n_thread, mutex_assemble, n_sample_read, "Assembling reads on graphs", [&] { return assembleRecord(records); });
+	records.close();
 	LOG.println("  * " + sutils::long2str(n_pir_used) + "/" + sutils::long2str(n_pir) + " PIRs used");
 	LOG.println("  * " + sutils::long2str(n_sample_used) + "/" + sutils::long2str(n_sample_read) + " samples covered by PIRs");
+	LOG.println("  * " + sutils::long2str(n_absent) + " records of samples not in the data skipped");
+	LOG.println("  * " + sutils::long2str(n_family) + " records of samples in duos or trios skipped");
 	LOG.println("  * " + sutils::long2str(n_het_covered) + "/" + sutils::long2str(n_het) + " heterozygotes covered by PIRs");
 	LOG.println("  * " + sutils::long2str(n_group_used) + "/" + sutils::long2str(n_group) + " graph segments covered by PIRs");
-	// Reads of samples absent from the data are ignored; when none is present the whole file
-	// had no effect, most likely a file made for other samples.
-	if (n_sample_used == 0) LOG.warning("No sample of the PIR file [" + file + "] matches an unrelated sample of the data: the reads change no graph");
-	fdi.close();
+	// When no sample is used the whole file had no effect, most likely a file made for other samples.
+	if (n_sample_used == 0) LOG.warning("No sample of the PIR file [" + records.file + "] matches an unrelated sample of the data: the reads change no graph");
 }
 
-// The record read is whichever comes next in the file, whatever the job: each sample has one
-// record, so each graph is still weighed by one thread only.
-void assembler::assemble(int) {
-	sequencer S(GH.sites, &mapping);
+// The next record of the file, whichever thread asks: each sample has one record, so each
+// graph is weighed by one thread only. False at the end of the file.
+bool assembler::assembleRecord(pir_file & records) {
+	sequencer S(GH.sites, &records.mapping);
 	std::string id;
-	int n_read, n_kept;
-	{
-		std::lock_guard < std::mutex > lock (mutex_assemble);
-		S.readPIRs(fdi, fdi_line, id, n_read, n_kept);
-	}
-	if (id.empty()) return;
-	genotype_graph * G = NULL;
-	for (genotype_graph * g : GH.vecG) if (g->name == id) G = g;
+	int unit, n_read, n_kept;
+	if (!records.next(S, id, unit, n_read, n_kept)) return false;
+	genotype_graph * G = unit < 0 ? NULL : GH.vecG[unit];
 	// Reads weigh plain unrelated samples only; duos and trios keep their transitions.
-	if (!G || G->type != 2) return;
-	int het = 0, covered = 0, groups = 0, used = 0;
-	S.pileupPIRs(G, het, covered);
-	try {
-		S.processPIRs(G, groups, used);
-	} catch (myException & e) {
-		LOG.error(e.what());
+	const bool used = G && G->type == 2;
+	int het = 0, covered = 0, groups = 0, weighed = 0;
+	if (used) {
+		S.pileupPIRs(G, het, covered);
+		try {
+			S.processPIRs(G, groups, weighed);
+		} catch (myException & e) {
+			LOG.error("PIRs file [" + records.file + "], record of sample " + id + " at line " + sutils::int2str(S.record_line) + ": its reads rule out every phase of two graph segments (" + std::string(e.what()) + "); a base quality of 0 stands for a base certain to be wrong");
+		}
 	}
 	std::lock_guard < std::mutex > lock (mutex_assemble);
 	n_sample_read ++;
-	n_sample_used ++;
+	n_sample_used += used;
+	n_absent += !G;
+	n_family += G && !used;
 	n_group += groups;
-	n_group_used += used;
+	n_group_used += weighed;
 	n_het += het;
 	n_het_covered += covered;
 	n_pir += n_read;
 	n_pir_used += n_kept;
-}
-
-void * assembler_callback(void * arg) {
-	assembler * A = static_cast < assembler * > (arg);
-	const int N = A->GH.vecG.size();
-	while (true) {
-		pthread_mutex_lock(&A->mutex_workers);
-		const int job = A->i_workers ++;
-		pthread_mutex_unlock(&A->mutex_workers);
-		if (job >= N) break;
-		{
-			std::lock_guard < std::mutex > lock (A->mutex_assemble);
-			LOG.printC("\rAssembling reads onto graphs [" + sutils::int2str(job + 1) + "/" + sutils::int2str(N) + "]");
-		}
-		A->assemble(job);
-	}
-	return NULL;
+	return true;
 }

@@ -1,8 +1,8 @@
 #ifndef _ASSEMBLER_H
 #define _ASSEMBLER_H
 
+#include "models/pir_file.h"
 #include "modes/phaser/phaser.h"
-#include "utils/ifile.h"
 
 #include <mutex>
 #include <string>
@@ -13,17 +13,13 @@
 // that the sampler favours the phases the reads support.
 class assembler : public phaser {
 public:
-	ifile fdi;
-	// Lines of fdi read so far, for the messages on malformed input.
-	int fdi_line;
-	// PIR map index -> site index, -1 when the site is not in the data.
-	std::vector < int > mapping;
-	// Totals of one pass over the PIR file.
-	long n_sample_read, n_sample_used;
+	// Totals of one pass over the PIR file: records read, used, of samples not in the data,
+	// and of samples phased in duos or trios.
+	long n_sample_read, n_sample_used, n_absent, n_family;
 	long n_group, n_group_used;
 	long n_het, n_het_covered;
 	long n_pir, n_pir_used;
-	// Guards fdi, the log and the totals during a pass; always usable, whatever the thread count.
+	// Guards the log and the totals during a pass; always usable, whatever the thread count.
 	std::mutex mutex_assemble;
 
 	assembler();
@@ -34,11 +30,10 @@ public:
 	void declare_options() override;
 	void check_files() override;
 	void verbose_mode() override;
-	void write_files_and_finalise() override;
 
-	// One pass over the PIR file; one record of it.
+	// One pass over the PIR file; one record of it, false at the end of the file.
 	void assemble();
-	void assemble(int job);
+	bool assembleRecord(pir_file & records);
 	void phaseIteration(std::string name) override;
 
 protected:
@@ -46,7 +41,5 @@ protected:
 	int pruningRuns() override;
 };
 
-// A worker of a pass: takes jobs from the counter of phaser until there are none left.
-void * assembler_callback(void * arg);
 
 #endif

@@ -91,6 +91,10 @@ void caller::read_files_and_initialise() {
 	if (options.count("input-scaffold")) {
 		std::vector < std::string > files = options["input-scaffold"].as < std::vector < std::string > > ();
 		for (unsigned int f = 0 ; f < files.size() ; f += 2) readerG.readScaffoldImpute(files[f], files[f + 1]);
+		// Members of duos and trios are phased in their family's graph, whose tracks follow
+		// transmission: their output is turned back to the order the scaffold gives.
+		for (unsigned int i = 0 ; i < readerG.ind_id.size() ; i ++)
+			if (!readerG.scaffold[i].empty()) known_phases[readerG.ind_id[i]] = known_phase { readerG.scaffold[i], readerG.hap0[i], readerG.hap1[i] };
 	}
 
 	buildGraphs(readerG, readerR, units);

@@ -6,6 +6,7 @@
 #include "modules/sampler.h"
 #include "modules/solver.h"
 #include "output/haplotype_writer.h"
+#include "utils/futils.h"
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
@@ -140,8 +141,12 @@ void converter::readSets() {
 	pair_reader readerP;
 	readerP.readPairs(options["input-sets"].as < std::string > (), sites.get());
 	readerP.checkAndOrder();
-	for (unsigned int w = 0 ; w < readerP.id.size() ; w ++)
+	// The tables of every window are tried before the sampling, which may take long.
+	for (unsigned int w = 0 ; w < readerP.id.size() ; w ++) {
+		for (const std::string suffix : { ".pairs.gz", ".freqs.gz" })
+			if (!futils::createFile(readerP.id[w] + suffix)) LOG.error("The table " + readerP.id[w] + suffix + " of window " + readerP.id[w] + " is impossible to create, check writing permissions");
 		pairs.push_back(haplotype_pairs(readerP.id[w], readerP.sites[w], GH.vecG.size()));
+	}
 }
 
 void converter::write_files_and_finalise() {

@@ -1,16 +1,15 @@
 #include "modes/mutincluder/mutincluder.h"
 #include "input/genotype_reader.h"
 #include "input/haplotype_reader.h"
-#include "models/sequencer.h"
+#include "models/pir_file.h"
 #include "output/haplotype_writer.h"
 #include "output/prob_writer.h"
-#include "utils/assertion.h"
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
 #include <algorithm>
 
-mutincluder::mutincluder() : n_het(0), n_het_covered(0), n_seen(0), n_phased(0), n_pir(0), n_pir_used(0), fdi_line(0) {
+mutincluder::mutincluder() : n_het(0), n_het_covered(0), n_seen(0), n_phased(0), n_pir(0), n_pir_used(0), n_record(0), n_absent(0) {
 }
 
 mutincluder::~mutincluder() {
@@ -92,7 +91,9 @@ void mutincluder::read_files_and_initialise() {
 	long n_to_phase = 0, n_homozygous = 0;
 	for (int l = 0 ; l < sites->size() ; l ++) {
 		snp * s = sites->vecS[l];
-		const bool known = readerH.sites->getByRef(s->bp, s->a0, s->a1) != NULL;
+		// Matched as the haplotypes were loaded: swapped alleles count unless --aligned is given.
+		int strand;
+		const bool known = readerH.sites->getByRef(s->bp, s->a0, s->a1, strand) != NULL;
 		for (int i = 0 ; i < N ; i ++) {
 			chaplotype & h0 = GH.vecH[GH.ind2hap[i][0]], & h1 = GH.vecH[GH.ind2hap[i][1]];
 			if (known) {
@@ -114,92 +115,54 @@ void mutincluder::read_files_and_initialise() {
 	LOG.println("  * " + sutils::long2str(n_to_phase) + " heterozygous genotypes to be phased");
 	LOG.println("  * " + sutils::long2str(n_homozygous) + " homozygous genotypes that do not need phasing");
 
+	// The map is read here already, so that a malformed PIR file stops the run before the work.
+	pir_file records (sites.get(), { });
 	int n_found, n_missed;
-	openPIRs(n_found, n_missed);
-}
-
-// Opens the PIR file from its top and reads its map.
-void mutincluder::openPIRs(int & n_found, int & n_missed) {
-	const std::string file = options["input-bam"].as < std::string > ();
-	fdi.close();
-	if (!fdi.open(file)) LOG.error(file + " is impossible to open, check file existence or reading permissions");
-	LOG.println("\nReading map in [" + file + "]");
-	sequencer::readMap(fdi, fdi_line, sites.get(), mapping, n_found, n_missed);
+	records.open(options["input-bam"].as < std::string > (), n_found, n_missed);
 }
 
 void mutincluder::includeMutations() {
+	std::vector < std::vector < std::string > > samples;
+	for (genotype_graph * g : GH.vecG) samples.push_back({ g->name });
+	pir_file records (sites.get(), samples);
 	int n_found, n_missed;
-	openPIRs(n_found, n_missed);
+	records.open(options["input-bam"].as < std::string > (), n_found, n_missed);
 	LOG.println("  * " + sutils::int2str(n_found) + " sites found in the genotype map");
 	LOG.println("  * " + sutils::int2str(n_missed) + " sites not found in the genotype map");
 	LOG.printlnL("Phasing hets onto haplotypes using PIRs");
 
-	const int N = GH.vecG.size();
-	const int T = std::max(1, std::min(options["thread"].as < int > (), N));
-	i_workers = 0;
-	if (T < 2) {
-		for (int job = 0 ; job < N ; job ++) {
-			includeMutations(job);
-			LOG.printC("\rPhasing hets onto haplotypes using PIRs [" + sutils::int2str(job + 1) + "/" + sutils::int2str(N) + "]");
-		}
-	} else {
-		id_workers = std::vector < pthread_t > (T);
-		for (int t = 0 ; t < T ; t ++) pthread_create(&id_workers[t], NULL, mutincluder_callback, static_cast < void * > (this));
-		for (int t = 0 ; t < T ; t ++) pthread_join(id_workers[t], NULL);
-	}
-	LOG.println("");
+	records.process(options["thread"].as < int > (), mutex_log, n_record, "Phasing hets onto haplotypes using PIRs", [&] { return includeRecord(records); });
+	records.close();
 	LOG.println("  * " + sutils::long2str(n_pir_used) + "/" + sutils::long2str(n_pir) + " PIRs used");
+	LOG.println("  * " + sutils::long2str(n_record - n_absent) + "/" + sutils::long2str(n_record) + " samples covered by PIRs");
+	LOG.println("  * " + sutils::long2str(n_absent) + " records of samples not in the data skipped");
 	LOG.println("  * " + sutils::long2str(n_het_covered) + "/" + sutils::long2str(n_het) + " heterozygotes covered by PIRs");
 	LOG.println("  * " + sutils::long2str(n_phased) + "/" + sutils::long2str(n_seen) + " heterozygotes to be phased covered by PIRs");
-	fdi.close();
 }
 
-// Whichever record comes next in the file. Unlike -assemble, every sample of the file must
-// be in the data.
-void mutincluder::includeMutations(int) {
-	sequencer S(sites.get(), &mapping);
+// The next record of the file, whichever thread asks; false at the end of the file. Each
+// sample has one record, so its haplotypes are placed by one thread only.
+bool mutincluder::includeRecord(pir_file & records) {
+	sequencer S(sites.get(), &records.mapping);
 	std::string id;
-	int n_read, n_kept;
-	{
-		std::lock_guard < std::mutex > lock (mutex_log);
-		S.readPIRs(fdi, fdi_line, id, n_read, n_kept);
-	}
-	if (id.empty()) return;
-	int ind = -1;
-	for (unsigned int i = 0 ; i < GH.vecG.size() ; i ++) if (GH.vecG[i]->name == id) ind = i;
-	sorvane_assert(ind >= 0);
+	int ind, n_read, n_kept;
+	if (!records.next(S, id, ind, n_read, n_kept)) return false;
 	int het = 0, covered = 0, seen = 0, phased = 0;
-	if (GH.vecG[ind]->type == 2) {
+	if (ind >= 0) {
 		chaplotype & h0 = GH.vecH[GH.ind2hap[ind][0]], & h1 = GH.vecH[GH.ind2hap[ind][1]];
 		S.pileupPIRs(h0, h1, het, covered);
 		S.processPIRs(h0, h1, seen, phased, status[ind]);
 	}
 	std::lock_guard < std::mutex > lock (mutex_log);
+	n_record ++;
+	n_absent += ind < 0;
 	n_het += het;
 	n_het_covered += covered;
 	n_seen += seen;
 	n_phased += phased;
 	n_pir += n_read;
 	n_pir_used += n_kept;
-}
-
-void * mutincluder_callback(void * arg) {
-	mutincluder * M = static_cast < mutincluder * > (arg);
-	const int N = M->GH.vecG.size();
-	while (true) {
-		int job;
-		{
-			std::lock_guard < std::mutex > lock (M->mutex_work);
-			job = M->i_workers ++;
-		}
-		if (job >= N) break;
-		{
-			std::lock_guard < std::mutex > lock (M->mutex_log);
-			LOG.printC("\rPhasing hets onto haplotypes using PIRs [" + sutils::int2str(job + 1) + "/" + sutils::int2str(N) + "]");
-		}
-		M->includeMutations(job);
-	}
-	return NULL;
+	return true;
 }
 
 void mutincluder::write_files_and_finalise() {

@@ -2,8 +2,8 @@
 #define _MUTINCLUDER_H
 
 #include "containers/genhap_set/genhap_set.h"
+#include "models/pir_file.h"
 #include "modes/sorvane.h"
-#include "utils/ifile.h"
 
 #include <memory>
 #include <mutex>
@@ -28,15 +28,11 @@ public:
 	genhap_set GH;
 	// Per sample, one status value per site.
 	std::vector < std::vector < float > > status;
-	// PIR map index -> site index, -1 when the site is not in the data.
-	std::vector < int > mapping;
-	// The job counter; the PIR file, the log and the totals.
-	std::mutex mutex_work;
+	// The log and the totals.
 	std::mutex mutex_log;
 	long n_het, n_het_covered, n_seen, n_phased, n_pir, n_pir_used;
-	ifile fdi;
-	// Lines of fdi read so far, for the messages on malformed input.
-	int fdi_line;
+	// Records read, and those of samples not in the data.
+	long n_record, n_absent;
 
 	mutincluder();
 	~mutincluder();
@@ -49,15 +45,9 @@ public:
 	void read_files_and_initialise() override;
 	void write_files_and_finalise() override;
 
-	// One pass over the PIR file; one record of it.
+	// One pass over the PIR file; one record of it, false at the end of the file.
 	void includeMutations();
-	void includeMutations(int job);
-
-private:
-	void openPIRs(int & n_found, int & n_missed);
+	bool includeRecord(pir_file & records);
 };
-
-// A worker of the pass: takes jobs from the counter until there are none left.
-void * mutincluder_callback(void * arg);
 
 #endif

@@ -354,8 +354,21 @@ void phaser::limitThreads() {
 // its position. Positions become the index of the first site at or after them.
 void phaser::readCopyingStates(std::string file) {
 	LOG.println("\nReading copying states in [" + file + "]");
-	std::map < std::string, int > name2ind;
-	for (unsigned int i = 0 ; i < GH.vecG.size() ; i ++) name2ind[GH.vecG[i]->name] = i;
+	std::map < std::string, int > name2ind, parent2unit;
+	for (unsigned int i = 0 ; i < GH.vecG.size() ; i ++) {
+		const genotype_graph * g = GH.vecG[i];
+		name2ind[g->name] = i;
+		if (g->type > 2) for (const std::string * p : { &g->fname, &g->mname }) if (*p != "0") parent2unit[*p] = i;
+	}
+	// A parent phased in the unit of its child has no windows of its own: the unit goes by
+	// the child's name.
+	auto unit = [&](const std::string & where, const std::string & sample) {
+		std::map < std::string, int >::iterator it = name2ind.find(sample);
+		if (it != name2ind.end()) return it->second;
+		it = parent2unit.find(sample);
+		if (it != parent2unit.end()) LOG.error(where + "sample " + sample + " is phased with its family, under the name of its child " + GH.vecG[it->second]->name + ": give that name instead");
+		LOG.error(where + "sample " + sample + " is not in the data");
+	};
 	copy_states = std::vector < std::vector < std::vector < int > > > (GH.vecG.size());
 	copy_bounds = std::vector < std::vector < int > > (GH.vecG.size());
 	std::vector < long > previous (GH.vecG.size(), -1);
@@ -368,9 +381,7 @@ void phaser::readCopyingStates(std::string file) {
 		const std::string where = "Line " + sutils::int2str(++ n_lines) + " of " + file + ": ";
 		if (sutils::tokenize(buffer, tokens) == 0) continue;
 		if (tokens.size() < 3) LOG.error(where + "a window needs the sample, the position where it starts and at least one sample to copy from");
-		std::map < std::string, int >::iterator it = name2ind.find(tokens[0]);
-		if (it == name2ind.end()) LOG.error("input-copy-states1: sample " + tokens[0] + " not found");
-		int ind = it->second;
+		int ind = unit(where, tokens[0]);
 		long position = sutils::str2bp(tokens[1], file, n_lines);
 		if (position < 0) LOG.error(where + "the position " + tokens[1] + " is not a base-pair position");
 		if (position <= previous[ind]) LOG.error(where + "the windows of sample " + tokens[0] + " must come in increasing position order");
@@ -380,10 +391,9 @@ void phaser::readCopyingStates(std::string file) {
 		copy_bounds[ind].push_back(copy_bounds[ind].empty() ? 0 : site);
 		copy_states[ind].push_back(std::vector < int > ());
 		for (unsigned int t = 2 ; t < tokens.size() ; t ++) {
-			std::map < std::string, int >::iterator itc = name2ind.find(tokens[t]);
-			if (itc == name2ind.end()) LOG.error("input-copy-states2: sample " + tokens[t] + " not found");
-			if (itc->second == ind) LOG.error(where + "sample " + tokens[0] + " cannot copy from itself");
-			for (int h : GH.ind2hap[itc->second]) copy_states[ind].back().push_back(h);
+			int from = unit(where, tokens[t]);
+			if (from == ind) LOG.error(where + "sample " + tokens[0] + " cannot copy from itself");
+			for (int h : GH.ind2hap[from]) copy_states[ind].back().push_back(h);
 		}
 		if ((int)copy_states[ind].back().size() < min_conditioning) LOG.error(where + "sample " + tokens[0] + " needs at least " + sutils::int2str(min_conditioning) + " haplotypes to copy from");
 		n_windows ++;

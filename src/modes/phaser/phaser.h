@@ -6,6 +6,7 @@
 #include "models/haplotype_segment.h"
 #include "models/hmm_parameters.h"
 #include "modes/sorvane.h"
+#include "output/haplotype_writer.h"
 
 #include <atomic>
 #include <chrono>
@@ -91,6 +92,8 @@ public:
 	// Header lines of the SAMPLE file, kept for the output once the readers are gone.
 	std::string sample_header1;
 	std::string sample_header2;
+	// Samples whose output columns keep a phase given with the input (the scaffolds of -call).
+	std::map < std::string, known_phase > known_phases;
 
 	phaser();
 	~phaser();

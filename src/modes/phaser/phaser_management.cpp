@@ -301,6 +301,7 @@ void phaser::write_files_and_finalise() {
 		if (options.count("duohmm")) refinePedigrees();
 		endStage("solving");
 		haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);
+		writerH.orient(known_phases);
 		if (options.count("output-max")) {
 			std::vector < std::string > f = fileSet("output-max", { ".haps", ".sample" });
 			writerH.writeHaplotypeHap(f[0], f[1]);

@@ -1,0 +1,50 @@
+#include "models/pir_file.h"
+#include "utils/lfile.h"
+#include "utils/sutils.h"
+
+#include <thread>
+
+pir_file::pir_file(snp_set * _sites, const std::vector < std::vector < std::string > > & samples) : sites(_sites), line(0) {
+	for (unsigned int u = 0 ; u < samples.size() ; u ++) for (const std::string & name : samples[u]) units[name] = u;
+}
+
+void pir_file::open(const std::string & _file, int & n_found, int & n_missed) {
+	file = _file;
+	fd.close();
+	if (!fd.open(file)) LOG.error(file + " is impossible to open, check file existence or reading permissions");
+	LOG.println("\nReading map in [" + file + "]");
+	sequencer::readMap(fd, line, sites, mapping, n_found, n_missed);
+	seen.clear();
+}
+
+bool pir_file::next(sequencer & S, std::string & id, int & unit, int & n_read, int & n_kept) {
+	std::lock_guard < std::mutex > lock (mutex);
+	S.readPIRs(fd, line, id, n_read, n_kept);
+	if (id.empty()) return false;
+	std::unordered_map < std::string, int >::iterator it = units.find(id);
+	unit = it == units.end() ? -1 : it->second;
+	const int first = S.record_line;
+	std::pair < std::unordered_map < std::string, int >::iterator, bool > put = seen.insert(std::make_pair(id, first));
+	if (!put.second) LOG.error("PIRs file [" + file + "] has a second record of sample " + id + " at line " + sutils::int2str(first) + ", the first being at line " + sutils::int2str(put.first->second));
+	return true;
+}
+
+void pir_file::process(int threads, std::mutex & lock, const long & n, const std::string & what, const std::function < bool () > & record) {
+	auto work = [&] {
+		while (record()) {
+			std::lock_guard < std::mutex > guard (lock);
+			LOG.printC("\r" + what + " [" + sutils::long2str(n) + " records]");
+		}
+	};
+	if (threads < 2) work();
+	else {
+		std::vector < std::thread > workers;
+		for (int t = 0 ; t < threads ; t ++) workers.push_back(std::thread(work));
+		for (std::thread & w : workers) w.join();
+	}
+	LOG.println("");
+}
+
+void pir_file::close() {
+	fd.close();
+}
