@@ -70,6 +70,15 @@ RunResult runSorvane(const std::string & args, const std::string & dir) {
 	return ::testing::AssertionFailure() << "status " << r.status << ", standard error:\n" << r.err;
 }
 
+void expectRows(const std::string & program, const TempDir & d, const std::vector < Row > & rows) {
+	for (const Row & row : rows) {
+		RunResult r = runCommand(program + " " + row.args, d.path);
+		const std::string all = r.out + r.err;
+		EXPECT_TRUE(r.status == row.status && has(all, row.says) && (row.never.empty() || !has(all, row.never))) << row.args << "\nstatus " << r.status << "\n" << all;
+		for (const std::string & f : words(row.not_made)) EXPECT_FALSE(exists(d.file(f))) << row.args << ": " << f;
+	}
+}
+
 void writeCompressed(const std::string & name, const std::string & content) {
 	ofile f(name);
 	f << content;
@@ -85,6 +94,10 @@ std::string readCompressed(const std::string & name) {
 
 bool has(const std::string & text, const std::string & part) {
 	return text.find(part) != std::string::npos;
+}
+
+bool exists(const std::string & path) {
+	return access(path.c_str(), F_OK) == 0;
 }
 
 uint64_t fnv1a(const std::string & text) {

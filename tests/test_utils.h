@@ -45,6 +45,18 @@ RunResult runSorvane(const std::string & args, const std::string & dir);
 // Exit status 1 with "ERROR: " and the message on standard error; the failure shows both.
 ::testing::AssertionResult refused(const RunResult & r, const std::string & message);
 
+// One command line of a table: the exit status, a fragment that standard output or error
+// must hold, one that neither may hold, and files (blank-separated) that must not exist
+// after the run.
+struct Row {
+	std::string args;
+	int status;
+	std::string says, never = "", not_made = "";
+};
+
+// Runs each row's arguments after `program` inside the folder; a failure names the row.
+void expectRows(const std::string & program, const TempDir & d, const std::vector < Row > & rows);
+
 // The whole content of a file, bytes as they are.
 std::string readFile(const std::string & name);
 
@@ -58,6 +70,7 @@ std::string readCompressed(const std::string & name);
 void silenceLog();
 
 bool has(const std::string & text, const std::string & part);
+bool exists(const std::string & path);
 // The blank-separated fields of a line.
 std::vector < std::string > words(const std::string & line);
 // The non-empty lines of a text.

@@ -1,0 +1,70 @@
+#!/usr/bin/env python3
+# Plants each fault of faults.py in turn in a built copy of the repository, rebuilds and
+# runs the tests, and appends one JSON line per fault to OUT: the tests that failed.
+#
+# usage: run.py REPO OUT.jsonl [--first] [--slow] [FAULT_ID...]
+#   REPO has been configured in REPO/build (with ccache, see the developers' guide).
+#   The slowest tests (SLOW) run only for a fault of their layers that no other test caught,
+#   or for every fault with --slow. With --first a fault's run stops at its first failing
+#   test: enough to say it is caught, not which tests catch it.
+# Not part of `make test`: a run of all faults takes most of an hour on two cores.
+import json, os, re, signal, subprocess, sys
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from faults import FAULTS
+
+SLOW = ["cli_phase_accuracy.DuohmmFamilies", "cli_phase_accuracy.GraphModelAndPanelAlone",
+        "cli_phase_accuracy.PanelSelection", "cli_call.BetterThanPerSiteCallsAtLowDepth",
+        "cli_call.ScaffoldAndRepeatability", "cli_workflow.ChunkedExampleLigates",
+        "cli_plot.PlantedFaults", "cli_plot.ExampleData"]
+# Source folders whose faults the slow tests are there to catch.
+SLOW_LAYERS = ("src/models", "src/containers", "src/modules", "src/duohmm", "src/readmine",
+               "src/objects/haplotype_pairs", "src/modes/mutincluder", "src/output")
+
+args = [a for a in sys.argv[1:] if not a.startswith("--")]
+first, all_slow = "--first" in sys.argv, "--slow" in sys.argv
+repo, out, wanted = os.path.abspath(args[0]), args[1], set(args[2:])
+build = os.path.join(repo, "build")
+env = dict(os.environ, CCACHE_DIR="/work/.ccache", CCACHE_BASEDIR=repo)
+nice = ["nice", "-n", "10"]
+
+def stray():
+    # A test ended by its time limit leaves its child running: those processes of this
+    # build's binaries are ended one by one, by id.
+    exes = {os.path.join(build, b) for b in ("sorvane", "readmine")}
+    for p in os.listdir("/proc"):
+        if not p.isdigit(): continue
+        try:
+            if os.readlink("/proc/%s/exe" % p) in exes: os.kill(int(p), signal.SIGKILL)
+        except OSError:
+            pass
+
+def ctest(select):
+    cmd = nice + ["ctest", "-j2", "--timeout", "150"] + select + (["--stop-on-failure"] if first else [])
+    r = subprocess.run(cmd, cwd=build, env=env, capture_output=True, text=True)
+    stray()
+    return re.findall(r"^\s*\d+ - (\S+) \(", r.stdout, re.M)
+
+slow_regex = "^(" + "|".join(re.escape(t) for t in SLOW) + ")$"
+for fid, layer, path, old, new in FAULTS:
+    if wanted and fid not in wanted: continue
+    full = os.path.join(repo, path)
+    text = open(full).read()
+    rec = {"id": fid, "layer": layer}
+    if text.count(old) != 1:
+        rec["status"] = "not applicable"
+    else:
+        open(full, "w").write(text.replace(old, new))
+        b = subprocess.run(nice + ["cmake", "--build", build, "-j2"], env=env, capture_output=True, text=True)
+        if b.returncode != 0:
+            rec["status"] = "build failed"
+            rec["log"] = b.stdout[-2000:] + b.stderr[-2000:]
+        else:
+            rec["status"] = "ok"
+            rec["failed"] = ctest(["-E", slow_regex])
+            if all_slow or (not rec["failed"] and path.startswith(SLOW_LAYERS)):
+                rec["failed"] += ctest(["-R", slow_regex])
+                rec["slow"] = True
+        open(full, "w").write(text)
+    with open(out, "a") as f: f.write(json.dumps(rec) + "\n")
+    print(fid, rec["status"], len(rec.get("failed", [])), flush=True)
+subprocess.run(nice + ["cmake", "--build", build, "-j2"], env=env, capture_output=True)
