@@ -70,6 +70,10 @@ RunResult runSorvane(const std::string & args, const std::string & dir) {
 	return ::testing::AssertionFailure() << "status " << r.status << ", standard error:\n" << r.err;
 }
 
+Row refusal(const std::string & args, const std::string & message) {
+	return Row { args, 1, "ERROR: " + message + "\n" };
+}
+
 void expectRows(const std::string & program, const TempDir & d, const std::vector < Row > & rows) {
 	for (const Row & row : rows) {
 		RunResult r = runCommand(program + " " + row.args, d.path);

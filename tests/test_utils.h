@@ -54,6 +54,9 @@ struct Row {
 	std::string says, never = "", not_made = "";
 };
 
+// A row refused with exit status 1 and the whole line "ERROR: <message>".
+Row refusal(const std::string & args, const std::string & message);
+
 // Runs each row's arguments after `program` inside the folder; a failure names the row.
 void expectRows(const std::string & program, const TempDir & d, const std::vector < Row > & rows);
 

@@ -8,22 +8,16 @@ using testutils::RunResult;
 using testutils::TempDir;
 using testutils::runSorvane;
 using testutils::has;
+using testutils::Row;
+using testutils::refusal;
+using testutils::expectRows;
 
 // Each case either stops with its message, or passes every option and file check: the
-// runs that pass stop later, past the checks.
-struct OptionCase {
-	std::string args;
-	std::string message;
-	bool refused;
-};
-
-static void runCases(const TempDir & d, const std::vector < OptionCase > & cases) {
-	for (const OptionCase & c : cases) {
-		RunResult r = runSorvane(c.args + " -L log", d.path);
-		if (c.refused) EXPECT_TRUE(refused(r, c.message + "\n")) << c.args;
-		else EXPECT_TRUE(r.status == 1 && !has(r.err, c.message) && has(r.out, "Parameters :")) << c.args << "\n" << r.err;
-	}
+// runs that pass stop later, past the checks, on the dummy input.
+static Row passes(const std::string & args, const std::string & message) {
+	return Row { args, 1, "Parameters :", message };
 }
+static const std::string sorvane = std::string(SORVANE_BIN) + " -L log";
 
 TEST(cli_phase_options, ValueChecks) {
 	TempDir d;
@@ -34,63 +28,63 @@ TEST(cli_phase_options, ValueChecks) {
 	const std::string io = "--input-vcf in.vcf --output-max out ";
 	const std::string ref = "--input-ref ref.hap ref.legend ref.sample ";
 	const std::string window_in = "The input window coordinates are incorrect (must have --input-from >= 0 & --input-to > 0 & --input-from < input-to";
-	runCases(d, {
-		{ io + "--seed -1", "Random number generator needs a positive seed value", true },
-		{ io + "--seed 0", "positive seed", false },
-		{ io + "--thread 0", "You must use at least 1 thread", true },
-		{ io + "--input-from 5 --input-to 5", window_in, true },
-		{ io + "--input-from 0 --input-to 1", "window coordinates", false },
-		{ io + "--input-from 100000001 --input-to 100000002", window_in, true },
-		{ io + "--input-from -1", window_in, true },
-		{ io + "--input-to 1e5 --input-from 2e5", window_in, true },
-		{ io + "--output-from 10 --output-to 2", "The output window coordinates are incorrect (must have --output-from >= 0 & --output-to > 0 & --output-from < output-to", true },
-		{ io + "--exclude-snp nothere", "[nothere] is impossible to open, check file existence or reading permissions", true },
-		{ io + "--include-grp nothere", "[nothere] is impossible to open, check file existence or reading permissions", true },
-		{ io + "--noped --duohmm", "The --noped and --duohmm options are incompatible with one another.", true },
-		{ io + "--chrX --duohmm", "The --chrX and --duohmm options are incompatible with one another.", true },
-		{ io + "--output-duohmm-errors e.txt", "The --output-duohmm-errors option needs --duohmm and --output-max or --output-vcf", true },
-		{ "--input-vcf in.vcf --output-graph g --duohmm --output-duohmm-recombination r.txt", "The --output-duohmm-recombination option needs --duohmm and --output-max or --output-vcf", true },
-		{ io + "--duohmm --output-duohmm-errors e.txt --output-duohmm-recombination r.txt", "needs --duohmm", false },
-		{ io + "--burn -1", "You must use at least 0 burn-in iteration", true },
-		{ io + "--burn 0", "burn-in iteration", false },
-		{ io + "--prune 0", "You must use at least 1 pruning iteration", true },
-		{ io + "--main 0", "You must use at least 1 main iteration", true },
-		{ io + "--run 0", "You must use at least 1 run of pruning iterations", true },
-		{ io + "--states 9 --model-version1", "You must use at least 10 conditioning states for phasing", true },
-		{ io + "--states 10 --model-version1", "conditioning states", false },
-		{ io + "--states 4", "You must use at least 5 conditioning haplotypes for phasing", true },
-		{ io + "--states 3 --states-random 2", "conditioning haplotypes", false },
-		{ io + "--states-random 1", "conditioning haplotypes", false },
-		{ io + "--window 0.09", "You must specify a window size of at least 0.1 Mb", true },
-		{ io + "--window 0.1", "window size", false },
-		{ io + "--effective-size 0", "You must specify a positive effective size", true },
-		{ io + "--rho 0", "You must specify a rho value comprised between 0 and 1", true },
-		{ io + "--rho 1", "You must specify a rho value comprised between 0 and 1", true },
-		{ io + "--rho 0.5", "rho value", false },
-		{ io + "--input-thr 0.5", "You must specify a --input-thr value comprised between 0.5 and 1", true },
-		{ io + "--input-thr 1.01", "You must specify a --input-thr value comprised between 0.5 and 1", true },
-		{ io + "--input-thr 1", "--input-thr value", false },
-		{ io + "--burn 100001", "You must specify a --burn value comprised between 0 and 100000", true },
-		{ io + "--prune 100001", "You must specify a --prune value comprised between 1 and 100000", true },
-		{ io + "--main 2147483647", "You must specify a --main value comprised between 1 and 100000", true },
-		{ io + "--run 1001", "You must specify a --run value comprised between 1 and 1000", true },
-		{ io + "--burn 100000 --prune 100000 --run 1000 --main 100000", "value comprised", false },
-		{ io + "--states 2147483647", "You must specify a --states value comprised between 0 and 1000000", true },
-		{ io + "--states-random -1", "You must specify a --states-random value comprised between 0 and 1000000", true },
-		{ io + "--states-pmatch 1000001", "You must specify a --states-pmatch value comprised between 0 and 1000000", true },
-		{ io + "--states-cov 2147483647", "You must specify a --states-cov value comprised between 0 and 1000000", true },
-		{ io + "--states 1000000 --states-random 1000000", "value comprised", false },
-		{ io + "--window 1000.5", "You must specify a --window value comprised between 0.1 and 1000 (Mb)", true },
-		{ io + "--window nan", "You must specify a --window value comprised between 0.1 and 1000 (Mb)", true },
-		{ io + "--window 1000", "value comprised", false },
-		{ io + "--effective-size 100000001", "You must specify a --effective-size value comprised between 1 and 100000000", true },
-		{ io + "--rho nan", "You must specify a rho value comprised between 0 and 1", true },
-		{ io + "--input-thr nan", "You must specify a --input-thr value comprised between 0.5 and 1", true },
-		{ io + "--selection nearest", "You must specify --selection auto, hamming or pbwt", true },
-		{ io + "--selection pbwt --model-version1", "The --selection pbwt option applies to the window model only, not to --model-version1 or --input-copy-states", true },
-		{ io + "--selection pbwt", "--selection", false },
-		{ io + "--no-mcmc", "To get rid of the MCMC scheme, you must specify a reference panel of haplotypes via --input-ref", true },
-		{ io + ref + "--no-mcmc", "MCMC scheme", false },
+	expectRows(sorvane, d, {
+		refusal(io + "--seed -1", "Random number generator needs a positive seed value"),
+		passes(io + "--seed 0", "positive seed"),
+		refusal(io + "--thread 0", "You must use at least 1 thread"),
+		refusal(io + "--input-from 5 --input-to 5", window_in),
+		passes(io + "--input-from 0 --input-to 1", "window coordinates"),
+		refusal(io + "--input-from 100000001 --input-to 100000002", window_in),
+		refusal(io + "--input-from -1", window_in),
+		refusal(io + "--input-to 1e5 --input-from 2e5", window_in),
+		refusal(io + "--output-from 10 --output-to 2", "The output window coordinates are incorrect (must have --output-from >= 0 & --output-to > 0 & --output-from < output-to"),
+		refusal(io + "--exclude-snp nothere", "[nothere] is impossible to open, check file existence or reading permissions"),
+		refusal(io + "--include-grp nothere", "[nothere] is impossible to open, check file existence or reading permissions"),
+		refusal(io + "--noped --duohmm", "The --noped and --duohmm options are incompatible with one another."),
+		refusal(io + "--chrX --duohmm", "The --chrX and --duohmm options are incompatible with one another."),
+		refusal(io + "--output-duohmm-errors e.txt", "The --output-duohmm-errors option needs --duohmm and --output-max or --output-vcf"),
+		refusal("--input-vcf in.vcf --output-graph g --duohmm --output-duohmm-recombination r.txt", "The --output-duohmm-recombination option needs --duohmm and --output-max or --output-vcf"),
+		passes(io + "--duohmm --output-duohmm-errors e.txt --output-duohmm-recombination r.txt", "needs --duohmm"),
+		refusal(io + "--burn -1", "You must use at least 0 burn-in iteration"),
+		passes(io + "--burn 0", "burn-in iteration"),
+		refusal(io + "--prune 0", "You must use at least 1 pruning iteration"),
+		refusal(io + "--main 0", "You must use at least 1 main iteration"),
+		refusal(io + "--run 0", "You must use at least 1 run of pruning iterations"),
+		refusal(io + "--states 9 --model-version1", "You must use at least 10 conditioning states for phasing"),
+		passes(io + "--states 10 --model-version1", "conditioning states"),
+		refusal(io + "--states 4", "You must use at least 5 conditioning haplotypes for phasing"),
+		passes(io + "--states 3 --states-random 2", "conditioning haplotypes"),
+		passes(io + "--states-random 1", "conditioning haplotypes"),
+		refusal(io + "--window 0.09", "You must specify a window size of at least 0.1 Mb"),
+		passes(io + "--window 0.1", "window size"),
+		refusal(io + "--effective-size 0", "You must specify a positive effective size"),
+		refusal(io + "--rho 0", "You must specify a rho value comprised between 0 and 1"),
+		refusal(io + "--rho 1", "You must specify a rho value comprised between 0 and 1"),
+		passes(io + "--rho 0.5", "rho value"),
+		refusal(io + "--input-thr 0.5", "You must specify a --input-thr value comprised between 0.5 and 1"),
+		refusal(io + "--input-thr 1.01", "You must specify a --input-thr value comprised between 0.5 and 1"),
+		passes(io + "--input-thr 1", "--input-thr value"),
+		refusal(io + "--burn 100001", "You must specify a --burn value comprised between 0 and 100000"),
+		refusal(io + "--prune 100001", "You must specify a --prune value comprised between 1 and 100000"),
+		refusal(io + "--main 2147483647", "You must specify a --main value comprised between 1 and 100000"),
+		refusal(io + "--run 1001", "You must specify a --run value comprised between 1 and 1000"),
+		passes(io + "--burn 100000 --prune 100000 --run 1000 --main 100000", "value comprised"),
+		refusal(io + "--states 2147483647", "You must specify a --states value comprised between 0 and 1000000"),
+		refusal(io + "--states-random -1", "You must specify a --states-random value comprised between 0 and 1000000"),
+		refusal(io + "--states-pmatch 1000001", "You must specify a --states-pmatch value comprised between 0 and 1000000"),
+		refusal(io + "--states-cov 2147483647", "You must specify a --states-cov value comprised between 0 and 1000000"),
+		passes(io + "--states 1000000 --states-random 1000000", "value comprised"),
+		refusal(io + "--window 1000.5", "You must specify a --window value comprised between 0.1 and 1000 (Mb)"),
+		refusal(io + "--window nan", "You must specify a --window value comprised between 0.1 and 1000 (Mb)"),
+		passes(io + "--window 1000", "value comprised"),
+		refusal(io + "--effective-size 100000001", "You must specify a --effective-size value comprised between 1 and 100000000"),
+		refusal(io + "--rho nan", "You must specify a rho value comprised between 0 and 1"),
+		refusal(io + "--input-thr nan", "You must specify a --input-thr value comprised between 0.5 and 1"),
+		refusal(io + "--selection nearest", "You must specify --selection auto, hamming or pbwt"),
+		refusal(io + "--selection pbwt --model-version1", "The --selection pbwt option applies to the window model only, not to --model-version1 or --input-copy-states"),
+		passes(io + "--selection pbwt", "--selection"),
+		refusal(io + "--no-mcmc", "To get rid of the MCMC scheme, you must specify a reference panel of haplotypes via --input-ref"),
+		passes(io + ref + "--no-mcmc", "MCMC scheme"),
 	});
 
 	RunResult r = runSorvane(io + ref + "--no-mcmc --model-version1 --states 12 --input-copy-states in.vcf --chrX --noped --missing-maf --window 1.25 -L log", d.path);
@@ -113,35 +107,35 @@ TEST(cli_phase_options, FileChecks) {
 	const std::string no_input = "You must specify at least one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf";
 	const std::string two_inputs = "You must specify no more than one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf";
 	const std::string cannot_open = " is impossible to open, check file existence or reading permissions";
-	runCases(d, {
-		{ "--seed 1" + out, no_input, true },
-		{ "--input-vcf in.vcf --input-gen g" + out, two_inputs, true },
-		{ "--input-bed b --input-ped p" + out, two_inputs, true },
-		{ "--input-vcf in.vcf", "You must specify at least one output file with --output-max, --output-vcf and/or --output-graph", true },
-		{ "--input-bed b b.bim" + out, "Incorrect number of arguments given to --input-bed (it must be 3 files)", true },
-		{ "--input-bed b.bed b.bim b.fam" + out, "Incorrect number", false },
-		{ "--input-bed x" + out, "x.bed" + cannot_open, true },
-		{ "--input-bed b.bed b.bim nothere.fam" + out, "nothere.fam" + cannot_open, true },
-		{ "--input-ped p p.map p.ped" + out, "Incorrect number of arguments given to --input-ped (it must be 2 files)", true },
-		{ "--input-ped p" + out, "Incorrect number", false },
-		{ "--input-gen g.gen g.sample g.x" + out, "Incorrect number of arguments given to --input-gen (it must be 2 files)", true },
-		{ "--input-gen i" + out, "i.gen" + cannot_open, true },
-		{ "--input-vcf nothere.vcf" + out, "nothere.vcf" + cannot_open, true },
-		{ "--input-vcf in.vcf --input-map nomap" + out, "nomap" + cannot_open, true },
-		{ "--input-vcf adir" + out, "adir" + cannot_open, true },
-		{ "--input-vcf in.vcf --input-map adir" + out, "adir" + cannot_open, true },
-		{ "--input-vcf in.vcf --output-max adir o.sample", "adir is impossible to create, check writing permissions", true },
-		{ "--input-vcf in.vcf --input-sex nosex" + out, "nosex" + cannot_open, true },
-		{ "--input-vcf in.vcf --input-ref r1 r2" + out, "Incorrect number of arguments given to --input-ref (it must be 3 files)", true },
-		{ "--input-vcf in.vcf --input-ref r1 r2 r4" + out, "r4" + cannot_open, true },
-		{ "--input-vcf in.vcf --input-init i i.haps i.sample" + out, "Incorrect number of arguments given to --input-init (it must be 2 files)", true },
-		{ "--input-vcf in.vcf --input-init g" + out, "g.haps" + cannot_open, true },
-		{ "--input-vcf in.vcf --input-init i" + out, "Incorrect number", false },
-		{ "--input-vcf in.vcf --output-max a b c", "Incorrect number of arguments given to --output-max", true },
-		{ "--input-vcf in.vcf --output-max nodir/o", "nodir/o.haps is impossible to create, check writing permissions", true },
-		{ "--input-vcf in.vcf --output-max o.haps nodir/o.sample", "nodir/o.sample is impossible to create, check writing permissions", true },
-		{ "--input-vcf in.vcf --input-copy-states nocopy" + out, "nocopy" + cannot_open, true },
-		{ "--input-vcf in.vcf --output-graph nodir/g.bin", "nodir/g.bin is impossible to create, check writing permissions", true },
+	expectRows(sorvane, d, {
+		refusal("--seed 1" + out, no_input),
+		refusal("--input-vcf in.vcf --input-gen g" + out, two_inputs),
+		refusal("--input-bed b --input-ped p" + out, two_inputs),
+		refusal("--input-vcf in.vcf", "You must specify at least one output file with --output-max, --output-vcf and/or --output-graph"),
+		refusal("--input-bed b b.bim" + out, "Incorrect number of arguments given to --input-bed (it must be 3 files)"),
+		passes("--input-bed b.bed b.bim b.fam" + out, "Incorrect number"),
+		refusal("--input-bed x" + out, "x.bed" + cannot_open),
+		refusal("--input-bed b.bed b.bim nothere.fam" + out, "nothere.fam" + cannot_open),
+		refusal("--input-ped p p.map p.ped" + out, "Incorrect number of arguments given to --input-ped (it must be 2 files)"),
+		passes("--input-ped p" + out, "Incorrect number"),
+		refusal("--input-gen g.gen g.sample g.x" + out, "Incorrect number of arguments given to --input-gen (it must be 2 files)"),
+		refusal("--input-gen i" + out, "i.gen" + cannot_open),
+		refusal("--input-vcf nothere.vcf" + out, "nothere.vcf" + cannot_open),
+		refusal("--input-vcf in.vcf --input-map nomap" + out, "nomap" + cannot_open),
+		refusal("--input-vcf adir" + out, "adir" + cannot_open),
+		refusal("--input-vcf in.vcf --input-map adir" + out, "adir" + cannot_open),
+		refusal("--input-vcf in.vcf --output-max adir o.sample", "adir is impossible to create, check writing permissions"),
+		refusal("--input-vcf in.vcf --input-sex nosex" + out, "nosex" + cannot_open),
+		refusal("--input-vcf in.vcf --input-ref r1 r2" + out, "Incorrect number of arguments given to --input-ref (it must be 3 files)"),
+		refusal("--input-vcf in.vcf --input-ref r1 r2 r4" + out, "r4" + cannot_open),
+		refusal("--input-vcf in.vcf --input-init i i.haps i.sample" + out, "Incorrect number of arguments given to --input-init (it must be 2 files)"),
+		refusal("--input-vcf in.vcf --input-init g" + out, "g.haps" + cannot_open),
+		passes("--input-vcf in.vcf --input-init i" + out, "Incorrect number"),
+		refusal("--input-vcf in.vcf --output-max a b c", "Incorrect number of arguments given to --output-max"),
+		refusal("--input-vcf in.vcf --output-max nodir/o", "nodir/o.haps is impossible to create, check writing permissions"),
+		refusal("--input-vcf in.vcf --output-max o.haps nodir/o.sample", "nodir/o.sample is impossible to create, check writing permissions"),
+		refusal("--input-vcf in.vcf --input-copy-states nocopy" + out, "nocopy" + cannot_open),
+		refusal("--input-vcf in.vcf --output-graph nodir/g.bin", "nodir/g.bin is impossible to create, check writing permissions"),
 	});
 
 	// The checks try the outputs before any data is read, and a run stopped later leaves

@@ -14,6 +14,8 @@ using testutils::RunResult;
 using testutils::TempDir;
 using testutils::has;
 using testutils::runSorvane;
+using testutils::refusal;
+using testutils::expectRows;
 
 namespace {
 
@@ -267,18 +269,15 @@ TEST(cli_pir, MutationInclusionChecks) {
 	d.write("s.haps", "");
 	d.write("s.sample", "");
 	d.write("g.vcf", "");
-	const std::vector < std::pair < std::string, std::string > > cases = {
-		{ "", "You must specify a file with the list of BAM files to be used" },
-		{ "--input-bam none.pir", "none.pir is impossible to open, check file existence or reading permissions" },
-		{ "--input-bam r.pir", "You must specify a scaffold haplotype file with option --input-haps" },
-		{ "--input-bam r.pir --input-haps none", "none.haps is impossible to open, check file existence or reading permissions" },
-		{ "--input-bam r.pir --input-haps s.haps s.sample g.vcf", "Incorrect number of arguments given to --input-haps(it must be 2 files)" },
-		{ "--input-bam r.pir --input-haps s", "You must specify a set of genotypes to be phased with option --input-vcf" },
-		{ "--input-bam r.pir --input-haps s --input-vcf g.vcf", "You must specify an output file for tha phasing probabilities" },
-		{ "--input-bam r.pir --input-haps s --input-vcf g.vcf --output-probs p", "You must specify an output haplotype file with option --output-haps" },
-		{ "--input-bam r.pir --input-haps s --input-vcf g.vcf --output-probs p --output-haps a b c", "Incorrect number of arguments given to --output-sample" },
-	};
-	for (const std::pair < std::string, std::string > & c : cases) {
-		EXPECT_TRUE(testutils::refused(runSorvane("-mutinclude " + c.first + " -L log", d.path), c.second)) << c.first;
-	}
+	expectRows(std::string(SORVANE_BIN) + " -mutinclude -L log", d, {
+		refusal("", "You must specify a file with the list of BAM files to be used"),
+		refusal("--input-bam none.pir", "none.pir is impossible to open, check file existence or reading permissions"),
+		refusal("--input-bam r.pir", "You must specify a scaffold haplotype file with option --input-haps"),
+		refusal("--input-bam r.pir --input-haps none", "none.haps is impossible to open, check file existence or reading permissions"),
+		refusal("--input-bam r.pir --input-haps s.haps s.sample g.vcf", "Incorrect number of arguments given to --input-haps(it must be 2 files)"),
+		refusal("--input-bam r.pir --input-haps s", "You must specify a set of genotypes to be phased with option --input-vcf"),
+		refusal("--input-bam r.pir --input-haps s --input-vcf g.vcf", "You must specify an output file for tha phasing probabilities"),
+		refusal("--input-bam r.pir --input-haps s --input-vcf g.vcf --output-probs p", "You must specify an output haplotype file with option --output-haps"),
+		refusal("--input-bam r.pir --input-haps s --input-vcf g.vcf --output-probs p --output-haps a b c", "Incorrect number of arguments given to --output-sample"),
+	});
 }

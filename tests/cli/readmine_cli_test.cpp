@@ -11,6 +11,7 @@ using testutils::readCompressed;
 using testutils::runCommand;
 using testutils::runOk;
 using testutils::words;
+using testutils::expectRows;
 
 namespace {
 
@@ -145,33 +146,26 @@ TEST(cli_readmine, Errors) {
 	runOk("samtools view --no-PG -b -o bams/unsorted.bam bams/s.sam && samtools sort --no-PG -o bams/noindex.bam bams/s.sam && samtools sort --no-PG -o bams/cut.bam bams/many.sam"
 		" && samtools index bams/cut.bam && samtools view --no-PG -C -T gone.fa -o bams/s.cram bams/s.bam && samtools index bams/s.cram && rm gone.fa*", d.path);
 	d.write("bams/cut.bam", d.read("bams/cut.bam").substr(0, d.read("bams/cut.bam").size() / 2));
-	const std::vector < std::pair < std::string, std::string > > cases = {
-		{ "S1 missing.bam -1", "Impossible to open file [bams/missing.bam]" },
-		{ "S1 garbage.bam -1", "[bams/garbage.bam]" },
-		{ "S1 unsorted.bam -1", "File [bams/unsorted.bam] is not sorted by coordinate: sort it with samtools sort" },
-		{ "S1 noindex.bam -1", "No index found for [bams/noindex.bam]: make one with samtools index bams/noindex.bam" },
-		{ "S9 s.bam -1", "Sample [S9] of the BAM list [bams/list.txt] is not in the VCF [sites.vcf]" },
-		{ "S1 s.bam", "Parsing line 0 : incorrect number of columns, observed: 2 expected: 3" },
-		{ "S1 s.bam abc", "Minimum mapping quality [abc] at line 1 of [bams/list.txt] is not a whole number from -1 to 255" },
-		{ "S1 s.bam -1\nS2 s.bam 5\nS1 s.bam 5", "File [bams/s.bam] is listed twice for sample [S1] in [bams/list.txt], lines 1 and 3" },
-		{ "S1 cut.bam -1", "Truncated or corrupt file [bams/cut.bam]" },
+	// Each row's first word is the content of the BAM list, the rest options past the default --vcf.
+	const std::string readmine = "f() { printf '%b\\n' \"$1\" > bams/list.txt; shift; REF_PATH=/nowhere/%s " + std::string(READMINE_BIN) + " --bam-list bams/list.txt --output out.pir \"$@\"; }; f";
+	expectRows(readmine, d, {
+		{ "'S1 missing.bam -1' --vcf sites.vcf", 1, "Impossible to open file [bams/missing.bam]", "", "out.pir" },
+		{ "'S1 garbage.bam -1' --vcf sites.vcf", 1, "[bams/garbage.bam]", "", "out.pir" },
+		{ "'S1 unsorted.bam -1' --vcf sites.vcf", 1, "File [bams/unsorted.bam] is not sorted by coordinate: sort it with samtools sort", "", "out.pir" },
+		{ "'S1 noindex.bam -1' --vcf sites.vcf", 1, "No index found for [bams/noindex.bam]: make one with samtools index bams/noindex.bam", "", "out.pir" },
+		{ "'S9 s.bam -1' --vcf sites.vcf", 1, "Sample [S9] of the BAM list [bams/list.txt] is not in the VCF [sites.vcf]", "", "out.pir" },
+		{ "'S1 s.bam' --vcf sites.vcf", 1, "Parsing line 0 : incorrect number of columns, observed: 2 expected: 3", "", "out.pir" },
+		{ "'S1 s.bam abc' --vcf sites.vcf", 1, "Minimum mapping quality [abc] at line 1 of [bams/list.txt] is not a whole number from -1 to 255", "", "out.pir" },
+		{ "'S1 s.bam -1\nS2 s.bam 5\nS1 s.bam 5' --vcf sites.vcf", 1, "File [bams/s.bam] is listed twice for sample [S1] in [bams/list.txt], lines 1 and 3", "", "out.pir" },
+		{ "'S1 cut.bam -1' --vcf sites.vcf", 1, "Truncated or corrupt file [bams/cut.bam]", "", "out.pir" },
 		// Without the reference it was made with (moved away, or another one given).
-		{ "S1 s.cram -1", "Reading [bams/s.cram] failed: a CRAM file is decoded with the FASTA file of the reference it was made with (--reference)" },
-		{ "S1 s.cram -1 --reference ref.fa", "Reading [bams/s.cram] failed" },
-		{ "S1 s.bam -1 --region 20:170-150", "The region [20:170-150] is not of the form CHR, CHR:FROM-TO or FROM-TO with FROM <= TO" },
-		{ "S1 s.bam -1 --region 20:1x", "The region [20:1x] is not of the form" },
-		{ "S1 s.bam -1 --region 7:150-170", "No site read from [sites.vcf] in --region, on chromosome [7]" },
-		{ "S1 s.bam -1 --vcf two.vcf", "[two.vcf] holds sites of more than one chromosome (20, then 21 at position 100): phase one chromosome at a time, choosing it with --region" },
-	};
-	for (const auto & c : cases) {
-		const size_t option = c.first.find(" --");
-		d.write("bams/list.txt", c.first.substr(0, option) + "\n");
-		const std::string more = option == std::string::npos ? "" : c.first.substr(option);
-		RunResult r = runCommand("REF_PATH=/nowhere/%s " + std::string(READMINE_BIN) + " --bam-list bams/list.txt --output out.pir" + (has(more, "--vcf") ? "" : " --vcf sites.vcf") + more, d.path);
-		EXPECT_EQ(r.status, 1) << c.first;
-		EXPECT_TRUE(has(r.err, c.second)) << c.first << "\n" << r.err;
-		EXPECT_FALSE(has(runCommand("ls", d.path).out, "out.pir")) << c.first;
-	}
+		{ "'S1 s.cram -1' --vcf sites.vcf", 1, "Reading [bams/s.cram] failed: a CRAM file is decoded with the FASTA file of the reference it was made with (--reference)", "", "out.pir" },
+		{ "'S1 s.cram -1' --vcf sites.vcf --reference ref.fa", 1, "Reading [bams/s.cram] failed", "", "out.pir" },
+		{ "'S1 s.bam -1' --vcf sites.vcf --region 20:170-150", 1, "The region [20:170-150] is not of the form CHR, CHR:FROM-TO or FROM-TO with FROM <= TO", "", "out.pir" },
+		{ "'S1 s.bam -1' --vcf sites.vcf --region 20:1x", 1, "The region [20:1x] is not of the form", "", "out.pir" },
+		{ "'S1 s.bam -1' --vcf sites.vcf --region 7:150-170", 1, "No site read from [sites.vcf] in --region, on chromosome [7]", "", "out.pir" },
+		{ "'S1 s.bam -1' --vcf two.vcf", 1, "[two.vcf] holds sites of more than one chromosome (20, then 21 at position 100): phase one chromosome at a time, choosing it with --region", "", "out.pir" },
+	});
 	EXPECT_TRUE(testutils::refused(runReadmine("--bam-list bams/list.txt --vcf sites.vcf", d.path), "You must specify an output PIR file with option --output"));
 	RunResult r = runReadmine("--help", d.path);
 	EXPECT_EQ(r.status, 0);
