@@ -5,13 +5,7 @@
 #include <map>
 #include <unistd.h>
 
-using testutils::refused;
-using testutils::RunResult;
-using testutils::TempDir;
-using testutils::has;
-using testutils::lines;
-using testutils::runSorvane;
-using testutils::words;
+using namespace testutils;
 
 namespace {
 

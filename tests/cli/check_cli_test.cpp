@@ -2,11 +2,7 @@
 
 #include <fstream>
 
-using testutils::refused;
-using testutils::RunResult;
-using testutils::TempDir;
-using testutils::runSorvane;
-using testutils::has;
+using namespace testutils;
 
 static const std::string E = SORVANE_EXAMPLE_DATA;
 

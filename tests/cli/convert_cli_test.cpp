@@ -10,16 +10,7 @@
 #include <map>
 #include <set>
 
-using testutils::RunResult;
-using testutils::TempDir;
-using testutils::has;
-using testutils::lines;
-using testutils::refused;
-using testutils::readCompressed;
-using testutils::runSorvane;
-using testutils::words;
-using testutils::Row;
-using testutils::expectRows;
+using namespace testutils;
 
 namespace {
 

@@ -4,8 +4,7 @@
 #include <fstream>
 #include <map>
 
-using testutils::lines;
-using testutils::words;
+using namespace testutils;
 
 namespace exsubset {
 

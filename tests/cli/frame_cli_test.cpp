@@ -5,11 +5,7 @@
 #include <regex>
 #include <unistd.h>
 
-using testutils::RunResult;
-using testutils::TempDir;
-using testutils::runSorvane;
-using testutils::has;
-using testutils::refused;
+using namespace testutils;
 
 namespace {
 

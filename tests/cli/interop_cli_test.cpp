@@ -4,14 +4,7 @@
 #include <map>
 #include <set>
 
-using testutils::RunResult;
-using testutils::TempDir;
-using testutils::has;
-using testutils::lines;
-using testutils::refused;
-using testutils::runOk;
-using testutils::runSorvane;
-using testutils::words;
+using namespace testutils;
 
 namespace {
 

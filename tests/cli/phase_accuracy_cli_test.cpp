@@ -6,13 +6,8 @@
 #include <map>
 #include <sstream>
 
-using testutils::RunResult;
-using testutils::TempDir;
-using testutils::runSorvane;
-using testutils::words;
-using exsubset::Haplotypes;
-using exsubset::switchError;
-using exsubset::table;
+using namespace testutils;
+using namespace exsubset;
 
 namespace {
 

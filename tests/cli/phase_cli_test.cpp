@@ -9,17 +9,8 @@
 #include <sstream>
 #include <tuple>
 
-using testutils::refused;
-using testutils::RunResult;
-using testutils::TempDir;
-using testutils::runSorvane;
-using testutils::has;
-using testutils::words;
-using testutils::lines;
-using exsubset::checkPhased;
-using exsubset::subsetArgs;
-using exsubset::vcfGenotypes;
-using exsubset::writeSubset;
+using namespace testutils;
+using namespace exsubset;
 
 // Each genotype format phases the same samples and sites, with duos and a trio among them.
 // A thread a sample is more than the batches can use: the 19 PED units are phased at most 18

@@ -3,14 +3,7 @@
 #include <fstream>
 #include <sys/stat.h>
 
-using testutils::refused;
-using testutils::RunResult;
-using testutils::TempDir;
-using testutils::runSorvane;
-using testutils::has;
-using testutils::Row;
-using testutils::refusal;
-using testutils::expectRows;
+using namespace testutils;
 
 // Each case either stops with its message, or passes every option and file check: the
 // runs that pass stop later, past the checks, on the dummy input.

@@ -5,17 +5,8 @@
 #include <set>
 #include <unistd.h>
 
-using exsubset::Haplotypes;
-using exsubset::subsetArgs;
-using exsubset::switchError;
-using exsubset::table;
-using exsubset::writeSubset;
-using testutils::RunResult;
-using testutils::TempDir;
-using testutils::has;
-using testutils::runSorvane;
-using testutils::refusal;
-using testutils::expectRows;
+using namespace exsubset;
+using namespace testutils;
 
 namespace {
 

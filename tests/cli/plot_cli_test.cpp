@@ -3,13 +3,7 @@
 #include <cstdio>
 #include <fstream>
 
-using testutils::refused;
-using testutils::RunResult;
-using testutils::TempDir;
-using testutils::runSorvane;
-using testutils::has;
-using testutils::lines;
-using testutils::words;
+using namespace testutils;
 
 static const std::string E = SORVANE_EXAMPLE_DATA;
 

@@ -3,15 +3,7 @@
 #include <algorithm>
 #include <map>
 
-using testutils::RunResult;
-using testutils::TempDir;
-using testutils::has;
-using testutils::lines;
-using testutils::readCompressed;
-using testutils::runCommand;
-using testutils::runOk;
-using testutils::words;
-using testutils::expectRows;
+using namespace testutils;
 
 namespace {
 

@@ -3,10 +3,7 @@
 
 #include <fstream>
 
-using testutils::RunResult;
-using testutils::TempDir;
-using testutils::has;
-using testutils::runCommand;
+using namespace testutils;
 
 // The workflow on the example cohort cut into two overlapping chunks, the binary given on
 // the command line only: the ligated, indexed result keeps every genotype, and its switch
