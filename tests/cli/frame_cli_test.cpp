@@ -57,12 +57,7 @@ TEST(cli_frame, UsageHelpVersionAndParseErrors) {
 
 	r = runSorvane("-phase --help", d.path);
 	EXPECT_EQ(r.status, 0);
-	for (std::string opt : { "--burn", "--prune", "--main", "--run", "--no-mcmc", "--input-ped", "--missing-code", "--input-bed",
-			"--noped", "--duohmm", "--input-gen", "--input-vcf", "--input-map", "--input-ref", "--input-init",
-			"--input-sex", "--missing-maf", "--chrX", "--force", "--states", "--states-random", "--states-pmatch", "--states-cov",
-			"--model-version1", "--effective-size", "--input-copy-states", "--output-max", "--output-graph",
-			"--seed", "--thread", "--output-log", "--exclude-snp", "--include-grp", "--input-from", "--output-to",
-			"--input-thr arg (=0.9) ", "--rho arg (=0.0004) ", "--window ] arg (=2) ", "--input-to arg (=1e9) " })
+	for (std::string opt : { "--duohmm", "--output-graph", "--input-thr arg (=0.9) ", "--rho arg (=0.0004) ", "--window ] arg (=2) ", "--input-to arg (=1e9) " })
 		EXPECT_TRUE(has(r.out, opt)) << opt;
 
 	r = runSorvane("--version", d.path);
@@ -83,15 +78,12 @@ TEST(cli_frame, UsageHelpVersionAndParseErrors) {
 TEST(cli_frame, LogFileNamesAndContent) {
 	TempDir d;
 	d.write("in.vcf", "x");
-	RunResult r = testutils::runCommand(std::string(SORVANE_BIN) + " --input-vcf in.vcf --output-max out --output-log x --seed 5 > /dev/null 2> err.txt; cat err.txt", d.path);
+	RunResult r = runCommand(std::string(SORVANE_BIN) + " --input-vcf in.vcf --output-max out --output-log x --seed 5 > /dev/null 2> err.txt; cat err.txt", d.path);
 	EXPECT_TRUE(has(r.out, "\nERROR: ")) << r.out;
 	std::string log = d.read("x.log");
-	EXPECT_TRUE(has(log, "Mode    : Phaser\nOptions : --input-vcf in.vcf --output-max out --output-log x --seed 5\n")) << log;
-	EXPECT_TRUE(has(log, "Version : v2.r904\nDate    : ")) << log;
-	EXPECT_TRUE(has(log, "\nMODE -phase : PHASING GENOTYPE DATA\n  * Autosome (chr1 ... chr22)\n  * Window-based model (SORVANE v2)\n  * MCMC iteration\n")) << log;
-	EXPECT_TRUE(has(log, "\nParameters :\n  * Seed : 5\n  * Parallelisation: 1 threads\n  * Ref allele is NOT aligned on the reference genome\n"
-		"  * MCMC: 35 iterations [7 B + 1 runs of 8 P + 20 M]\n  * Model: 100 states per window [100 H + 0 PM + 0 R + 0 COV ] / Windows of ~2.0 Mb / rho = 0.00040\n")) << log;
-	EXPECT_TRUE(has(log, "\nERROR: ")) << log;
+	for (std::string line : { "Options : --input-vcf in.vcf --output-max out --output-log x --seed 5\n", "  * Seed : 5\n", "\nERROR: ",
+			"  * MCMC: 35 iterations [7 B + 1 runs of 8 P + 20 M]\n  * Model: 100 states per window [100 H + 0 PM + 0 R + 0 COV ] / Windows of ~2.0 Mb / rho = 0.00040\n" })
+		EXPECT_TRUE(has(log, line)) << line << "\n" << log;
 	// The thread count warns from 51 on; screen-only lines and colours stay off the log.
 	r = runSorvane("--input-vcf in.vcf --output-max out -L x --thread 51 --input-from 1000 --input-to 2e6 --aligned", d.path);
 	EXPECT_TRUE(has(r.out, "  * LOGfile : [x.log]\n\nMODE -phase : PHASING GENOTYPE DATA\n")) << r.out;
@@ -121,12 +113,12 @@ TEST(cli_frame, InstallAndUninstall) {
 	TempDir d;
 	const std::string build = std::string(SORVANE_PLOT).substr(0, std::string(SORVANE_PLOT).rfind('/'));
 	const std::string make = "make -s -C " + std::string(SORVANE_EXAMPLE_DATA) + "/.. -o build BUILD=" + build + " PREFIX=/opt/sv DESTDIR=" + d.path;
-	RunResult r = testutils::runCommand(make + " install", d.path);
+	RunResult r = runCommand(make + " install", d.path);
 	ASSERT_EQ(r.status, 0) << r.out << r.err;
 	for (std::string f : { "bin/sorvane", "bin/readmine", "bin/sorvane-plot", "share/man/man1/sorvane.1" })
 		EXPECT_EQ(access(d.file("opt/sv/" + f).c_str(), f[0] == 'b' ? X_OK : R_OK), 0) << f;
-	EXPECT_EQ(testutils::runCommand("opt/sv/bin/sorvane --version", d.path).out, sorvane::version() + "\n");
-	EXPECT_TRUE(has(testutils::runCommand("man -l opt/sv/share/man/man1/sorvane.1", d.path).out, "sorvane " SORVANE_VERSION)) << "manual page";
-	ASSERT_EQ(testutils::runCommand(make + " uninstall", d.path).status, 0);
-	EXPECT_EQ(testutils::runCommand("find opt -type f", d.path).out, "");
+	EXPECT_EQ(runCommand("opt/sv/bin/sorvane --version", d.path).out, sorvane::version() + "\n");
+	EXPECT_TRUE(has(runCommand("man -l opt/sv/share/man/man1/sorvane.1", d.path).out, "sorvane " SORVANE_VERSION)) << "manual page";
+	ASSERT_EQ(runCommand(make + " uninstall", d.path).status, 0);
+	EXPECT_EQ(runCommand("find opt -type f", d.path).out, "");
 }
