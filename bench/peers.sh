@@ -16,7 +16,7 @@
 # Seeds: SEEDS (default "1"): each seed is a new simulation and a new run of both programs.
 # Threads: THREADS (default 2). Further sorvane options: ARGS. Data: BENCH_DIR (default
 # /tmp/sorvane_peers), reused while the parameters are unchanged. PEERS=0 runs sorvane
-# only; RUN=0 only simulates; INSTALL_BEAGLE=1 installs Debian's beagle first (as root).
+# only, SORVANE=0 the peer only; RUN=0 only simulates; INSTALL_BEAGLE=1 installs Debian's beagle first (as root).
 # TAG names the runs: sorvane's files are DIR/sorvane$TAG.* and the table peers$TAG.txt, so
 # that runs with other options keep their results side by side (see grid.sh).
 #
@@ -128,7 +128,10 @@ for cohort in $COHORTS; do
         [ "$ref" -gt 0 ] && panel=(--input-ref "$dir/reference.haplotypes" "$dir/reference.legend" "$dir/reference.samples")
         # shellcheck disable=SC2086
         out="$dir/sorvane$TAG"
-        if timed "$out" "$bin" --input-vcf "$dir/cohort.vcf.gz" --input-map "$dir/genetic_map.txt" \
+        s_row="- - -"
+        if [ "${SORVANE:-1}" = 0 ]; then
+            :
+        elif timed "$out" "$bin" --input-vcf "$dir/cohort.vcf.gz" --input-map "$dir/genetic_map.txt" \
                 "${panel[@]}" $ARGS --thread "$THREADS" --seed "$seed" --output-max "$out" -L "$out.log"; then
             s_row="$wall $mb $(rate "$dir" "$out.haps" "$out.sample" "$out.switch")"
         else
