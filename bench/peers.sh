@@ -13,6 +13,9 @@
 #   c150common    150 individuals, 2 Mb, frequency >= 1 %
 #   c100all       100 individuals, 2 Mb, all sites
 #   n<N>common, n<N>all   N individuals alone, 2 Mb, frequency >= 1 % or all sites
+#   a<N>array     N individuals, 1 Mb at array density (scaling.sh)
+#   s<N>seq       N individuals, 250 kb, sequence density: the sites of minor allele count
+#                 >= 2 of a growing population (scaling.sh)
 # Seeds: SEEDS (default "1"): each seed is a new simulation and a new run of both programs.
 # Threads: THREADS (default 2). Further sorvane options: ARGS. Data: BENCH_DIR (default
 # /tmp/sorvane_peers), reused while the parameters are unchanged. PEERS=0 runs sorvane
@@ -58,6 +61,8 @@ cohort_spec() {
         c150common) echo "150 0 2000000 maf:0.01 0" ;;
         c100all) echo "100 0 2000000 all 0" ;;
         n*common) echo "${1//[!0-9]/} 0 2000000 maf:0.01 0" ;;
+        a*array) echo "${1//[!0-9]/} 0 1000000 array:600 0" ;;
+        s*seq) echo "${1//[!0-9]/} 0 250000 mac:2 1" ;;
         n*all) echo "${1//[!0-9]/} 0 2000000 all 0" ;;
         *) echo "peers.sh: unknown cohort $1" >&2; exit 1 ;;
     esac
