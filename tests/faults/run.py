@@ -54,17 +54,19 @@ for fid, layer, path, old, new in FAULTS:
         rec["status"] = "not applicable"
     else:
         open(full, "w").write(text.replace(old, new))
-        b = subprocess.run(nice + ["cmake", "--build", build, "-j2"], env=env, capture_output=True, text=True)
-        if b.returncode != 0:
-            rec["status"] = "build failed"
-            rec["log"] = b.stdout[-2000:] + b.stderr[-2000:]
-        else:
-            rec["status"] = "ok"
-            rec["failed"] = ctest(["-E", slow_regex])
-            if all_slow or (not rec["failed"] and path.startswith(SLOW_LAYERS)):
-                rec["failed"] += ctest(["-R", slow_regex])
-                rec["slow"] = True
-        open(full, "w").write(text)
+        try:
+            b = subprocess.run(nice + ["cmake", "--build", build, "-j2"], env=env, capture_output=True, text=True)
+            if b.returncode != 0:
+                rec["status"] = "build failed"
+                rec["log"] = b.stdout[-2000:] + b.stderr[-2000:]
+            else:
+                rec["status"] = "ok"
+                rec["failed"] = ctest(["-E", slow_regex])
+                if all_slow or (not rec["failed"] and path.startswith(SLOW_LAYERS)):
+                    rec["failed"] += ctest(["-R", slow_regex])
+                    rec["slow"] = True
+        finally:
+            open(full, "w").write(text)
     with open(out, "a") as f: f.write(json.dumps(rec) + "\n")
     print(fid, rec["status"], len(rec.get("failed", [])), flush=True)
 subprocess.run(nice + ["cmake", "--build", build, "-j2"], env=env, capture_output=True)
