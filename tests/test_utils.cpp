@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <dirent.h>
 #include <fstream>
 #include <sstream>
 #include <sys/wait.h>
@@ -33,6 +34,14 @@ void TempDir::write(const std::string & name, const std::string & content) const
 
 std::string TempDir::read(const std::string & name) const {
 	return readFile(file(name));
+}
+
+std::set < std::string > TempDir::files() const {
+	std::set < std::string > names;
+	DIR * dir = opendir(path.c_str());
+	for (dirent * e = readdir(dir) ; e ; e = readdir(dir)) if (std::string(e->d_name) != "." && std::string(e->d_name) != "..") names.insert(e->d_name);
+	closedir(dir);
+	return names;
 }
 
 std::string readFile(const std::string & name) {

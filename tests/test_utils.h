@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -24,6 +25,8 @@ public:
 	std::string file(const std::string & name) const;
 	void write(const std::string & name, const std::string & content) const;
 	std::string read(const std::string & name) const;
+	// The names in the folder.
+	std::set < std::string > files() const;
 };
 
 // Result of running the sorvane binary.

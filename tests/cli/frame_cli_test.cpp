@@ -1,7 +1,6 @@
 #include "modes/sorvane.h"
 #include "test_utils.h"
 
-#include <dirent.h>
 #include <regex>
 #include <unistd.h>
 
@@ -12,9 +11,7 @@ namespace {
 // The logs in a folder named from the date and a random identifier.
 int defaultLogs(const TempDir & d) {
 	int n = 0;
-	DIR * dir = opendir(d.path.c_str());
-	for (dirent * e = readdir(dir) ; e ; e = readdir(dir)) n += std::regex_match(e->d_name, std::regex("sorvane_[0-9]{8}_[0-9]{2}h[0-9]{2}m[0-9]{2}s_.{36}\\.log"));
-	closedir(dir);
+	for (const std::string & f : d.files()) n += std::regex_match(f, std::regex("sorvane_[0-9]{8}_[0-9]{2}h[0-9]{2}m[0-9]{2}s_.{36}\\.log"));
 	return n;
 }
 

@@ -5,8 +5,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <dirent.h>
-#include <fstream>
 #include <set>
 
 using testutils::TempDir;
@@ -26,21 +24,6 @@ static std::string readAll(const std::string & name) {
 	return all;
 }
 
-static std::set < std::string > listFolder(const std::string & path) {
-	std::set < std::string > names;
-	DIR * dir = opendir(path.c_str());
-	for (dirent * e = readdir(dir) ; e ; e = readdir(dir)) if (std::string(e->d_name) != "." && std::string(e->d_name) != "..") names.insert(e->d_name);
-	closedir(dir);
-	return names;
-}
-
-static void truncateFile(const std::string & from, const std::string & to, size_t keep) {
-	std::ifstream in(from.c_str(), std::ios::binary);
-	std::string data((std::istreambuf_iterator < char > (in)), std::istreambuf_iterator < char > ());
-	std::ofstream out(to.c_str(), std::ios::binary);
-	out.write(data.data(), std::min(keep, data.size()));
-}
-
 // The compression of an input is told by its first bytes, whatever its name.
 TEST(streams, RoundTripsPlainGzipBzip2) {
 	TempDir d;
@@ -57,9 +40,7 @@ TEST(streams, RoundTripsPlainGzipBzip2) {
 	ASSERT_EQ(system(("cd " + d.path + " && mkfifo pipe && (cat a.gz > pipe &)").c_str()), 0);
 	EXPECT_EQ(readAll(d.file("pipe")), text);
 	// Compressed files really are compressed.
-	std::ifstream gz(d.file("a.gz").c_str(), std::ios::binary);
-	EXPECT_EQ(gz.get(), 0x1f);
-	EXPECT_EQ(gz.get(), 0x8b);
+	EXPECT_EQ(d.read("a.gz").substr(0, 2), "\x1f\x8b");
 
 	// Length-prefixed strings, as in the binary graph files.
 	for (std::string name : { "s.bin", "s.gz" }) {
@@ -83,14 +64,10 @@ TEST(streams, BrokenCompressedFilesFail) {
 	std::string text = makeText(50000);
 	testutils::writeCompressed(d.file("full.gz"), text);
 	testutils::writeCompressed(d.file("full.bz2"), text);
-	std::ifstream g(d.file("full.gz").c_str(), std::ios::binary | std::ios::ate);
-	size_t gz_size = g.tellg();
-	std::ifstream b(d.file("full.bz2").c_str(), std::ios::binary | std::ios::ate);
-	size_t bz_size = b.tellg();
-
-	truncateFile(d.file("full.gz"), d.file("half.gz"), gz_size / 2);
-	truncateFile(d.file("full.gz"), d.file("notrailer.gz"), gz_size - 4);
-	truncateFile(d.file("full.bz2"), d.file("half.bz2"), bz_size / 2);
+	const std::string gz = d.read("full.gz"), bz = d.read("full.bz2");
+	d.write("half.gz", gz.substr(0, gz.size() / 2));
+	d.write("notrailer.gz", gz.substr(0, gz.size() - 4));
+	d.write("half.bz2", bz.substr(0, bz.size() / 2));
 	for (std::string name : { "half.gz", "notrailer.gz", "half.bz2" }) {
 		ifile f;
 		ASSERT_TRUE(f.open(d.file(name))) << name;
@@ -114,10 +91,10 @@ TEST(streams, OutputAppearsOnlyWhenClosed) {
 		{
 			ofile o(d.file(name));
 			o << text;
-			EXPECT_EQ(listFolder(d.path).size(), 1u) << name;
-			EXPECT_FALSE(listFolder(d.path).count(name)) << name;
+			EXPECT_EQ(d.files().size(), 1u) << name;
+			EXPECT_FALSE(d.files().count(name)) << name;
 		}
-		EXPECT_TRUE(listFolder(d.path).empty()) << name;
+		EXPECT_TRUE(d.files().empty()) << name;
 
 		d.write(name, "previous");
 		{
@@ -129,7 +106,7 @@ TEST(streams, OutputAppearsOnlyWhenClosed) {
 		ofile o(d.file(name));
 		o << text;
 		o.close();
-		EXPECT_EQ(listFolder(d.path), std::set < std::string > { name });
+		EXPECT_EQ(d.files(), std::set < std::string > { name });
 		EXPECT_EQ(readAll(d.file(name)), text) << name;
 
 		// Among the outputs of a run, a closed file waits for them all: a failed run discards it.
@@ -142,7 +119,7 @@ TEST(streams, OutputAppearsOnlyWhenClosed) {
 			std::string failed;
 			if (commit) EXPECT_TRUE(OUTPUTS.commit(failed));
 			else OUTPUTS.discard();
-			EXPECT_EQ(listFolder(d.path).size(), 1u) << name;
+			EXPECT_EQ(d.files().size(), 1u) << name;
 		}
 		OUTPUTS.deferred = false;
 		EXPECT_EQ(readAll(d.file(name)), "new\n") << name;
