@@ -2,11 +2,13 @@
 # Plants each fault of faults.py in turn in a built copy of the repository, rebuilds and
 # runs the tests, and appends one JSON line per fault to OUT: the tests that failed.
 #
-# usage: run.py REPO OUT.jsonl [--first] [--slow] [FAULT_ID...]
+# usage: run.py REPO OUT.jsonl [--first] [--slow] [--prior=BEFORE.jsonl] [FAULT_ID...]
 #   REPO has been configured in REPO/build (with ccache, see the developers' guide).
 #   The slowest tests (SLOW) run only for a fault of their layers that no other test caught,
 #   or for every fault with --slow. With --first a fault's run stops at its first failing
-#   test: enough to say it is caught, not which tests catch it.
+#   test: enough to say it is caught, not which tests catch it. With --prior the tests that
+#   caught a fault in that earlier run (those still there) run first, the others only if
+#   none of them fails.
 # Not part of `make test`: a run of all faults takes most of an hour on two cores.
 import json, os, re, signal, subprocess, sys
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
@@ -22,6 +24,10 @@ SLOW_LAYERS = ("src/models", "src/containers", "src/modules", "src/duohmm", "src
 
 args = [a for a in sys.argv[1:] if not a.startswith("--")]
 first, all_slow = "--first" in sys.argv, "--slow" in sys.argv
+prior = {}
+for a in sys.argv[1:]:
+    if a.startswith("--prior="):
+        prior = {r["id"]: r.get("failed", []) for r in map(json.loads, open(a[len("--prior="):]))}
 repo, out, wanted = os.path.abspath(args[0]), args[1], set(args[2:])
 build = os.path.join(repo, "build")
 env = dict(os.environ, CCACHE_DIR="/work/.ccache", CCACHE_BASEDIR=repo)
@@ -61,7 +67,11 @@ for fid, layer, path, old, new in FAULTS:
                 rec["log"] = b.stdout[-2000:] + b.stderr[-2000:]
             else:
                 rec["status"] = "ok"
-                rec["failed"] = ctest(["-E", slow_regex])
+                rec["failed"] = []
+                if prior.get(fid):
+                    rec["failed"] = ctest(["-R", "^(" + "|".join(re.escape(t) for t in prior[fid]) + ")$"])
+                if not rec["failed"]:
+                    rec["failed"] = ctest(["-E", slow_regex])
                 if all_slow or (not rec["failed"] and path.startswith(SLOW_LAYERS)):
                     rec["failed"] += ctest(["-R", slow_regex])
                     rec["slow"] = True
