@@ -47,4 +47,8 @@ FAULTS = [
 ("F44", "rare variant placement", "src/modules/rare_phaser.cpp", "if (near[0] != near[1]) return near[0] > near[1];", "if (near[0] != near[1]) return near[0] < near[1];"),
 ("F45", "mutinclude scaffold status", "src/modes/mutincluder/mutincluder.cpp", "status[i][l] = (h0[l] == h1[l]) ? anchor_homozygous : anchor;", "status[i][l] = (h0[l] != h1[l]) ? anchor_homozygous : anchor;"),
 ("F46", "scaffold orientation", "src/output/haplotype_writer.cpp", "bool swap = c0[k]->get(first) != p.hap0[first];", "bool swap = c0[k]->get(first) == p.hap0[first];"),
+("F47", "site map interpolation", "src/objects/snp_set.cpp", "if (s->cm >= 0) continue;", "if (s->cm > 0) continue;"),
+("F48", "site map shift", "src/objects/snp_set.cpp", "double shift = - vecS[0]->cm;", "double shift = 0;"),
+("F49", "pedigree default map", "src/duohmm/geneticMap.cpp", "add(1e9, 1190);\n}", "add(1e9, 1000);\n}"),
+("F50", "graph file site index", "src/output/graph_writer.cpp", "writeValue(f, (int32_t)s.idx);", "writeValue(f, (int32_t)0);"),
 ]

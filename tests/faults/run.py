@@ -24,10 +24,12 @@ SLOW_LAYERS = ("src/models", "src/containers", "src/modules", "src/duohmm", "src
 
 args = [a for a in sys.argv[1:] if not a.startswith("--")]
 first, all_slow = "--first" in sys.argv, "--slow" in sys.argv
-prior = {}
-for a in sys.argv[1:]:
-    if a.startswith("--prior="):
-        prior = {r["id"]: r.get("failed", []) for r in map(json.loads, open(a[len("--prior="):]))}
+prior_file = next((a[len("--prior="):] for a in sys.argv[1:] if a.startswith("--prior=")), None)
+
+def prior(fid):
+    # Read again for each fault: the earlier run may still be going.
+    if not prior_file: return []
+    return next((r.get("failed", []) for r in map(json.loads, open(prior_file)) if r["id"] == fid), [])
 repo, out, wanted = os.path.abspath(args[0]), args[1], set(args[2:])
 build = os.path.join(repo, "build")
 env = dict(os.environ, CCACHE_DIR="/work/.ccache", CCACHE_BASEDIR=repo)
@@ -68,8 +70,8 @@ for fid, layer, path, old, new in FAULTS:
             else:
                 rec["status"] = "ok"
                 rec["failed"] = []
-                if prior.get(fid):
-                    rec["failed"] = ctest(["-R", "^(" + "|".join(re.escape(t) for t in prior[fid]) + ")$"])
+                if prior(fid):
+                    rec["failed"] = ctest(["-R", "^(" + "|".join(re.escape(t) for t in prior(fid)) + ")$"])
                 if not rec["failed"]:
                     rec["failed"] = ctest(["-E", slow_regex])
                 if all_slow or (not rec["failed"] and path.startswith(SLOW_LAYERS)):
