@@ -58,18 +58,15 @@ TEST(cli_call, OptionAndFileChecks) {
 	for (const char * f : { "in.gen", "in.sample", "s.haps", "r.hap", "r.legend", "r.sample" }) d.write(f, "x");
 	const std::string likelihoods = "Genotype likelihoods have to be specified via --input-gen (use glforge program!)";
 	const std::string io = " --input-gen in --output-max out ";
-	const std::vector < std::pair < std::string, std::string > > cases = {
-		{ "--input-ped none --output-max out", likelihoods },
-		{ "--input-bed none --output-max out", likelihoods },
-		{ "--input-vcf none.vcf --output-max out", likelihoods },
-		{ io + "--input-scaffold s.haps", "Incorrect number of arguments given to --input-phased-scaffold (it must be a multiple of 2)" },
-		{ io + "--input-scaffold s.haps none.sample", "none.sample is impossible to open, check file existence or reading permissions" },
-		{ io + "--no-mcmc", "To get rid of the MCMC scheme, you must specify a reference panel of haplotypes via --input-ref" },
-		{ io + "--duohmm", "The --duohmm option is not available with -call: this mode phases duos and trios together, and the pedigree refinement needs every sample phased alone" },
-	};
-	for (const auto & c : cases) {
-		EXPECT_TRUE(refused(runSorvane("-call " + c.first + " -L log", d.path), c.second + "\n")) << c.first;
-	}
+	expectRows(std::string(SORVANE_BIN) + " -call -L log", d, {
+		refusal("--input-ped none --output-max out", likelihoods),
+		refusal("--input-bed none --output-max out", likelihoods),
+		refusal("--input-vcf none.vcf --output-max out", likelihoods),
+		refusal(io + "--input-scaffold s.haps", "Incorrect number of arguments given to --input-phased-scaffold (it must be a multiple of 2)"),
+		refusal(io + "--input-scaffold s.haps none.sample", "none.sample is impossible to open, check file existence or reading permissions"),
+		refusal(io + "--no-mcmc", "To get rid of the MCMC scheme, you must specify a reference panel of haplotypes via --input-ref"),
+		refusal(io + "--duohmm", "The --duohmm option is not available with -call: this mode phases duos and trios together, and the pedigree refinement needs every sample phased alone"),
+	});
 }
 
 // Bad GEN lines: triples of zeros are unknown genotypes; a value that is not wholly a number

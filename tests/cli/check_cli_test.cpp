@@ -32,10 +32,12 @@ TEST(cli_check, SmallCohortWarningAndChecks) {
 	EXPECT_FALSE(has(r.err, warning)) << r.err;
 	EXPECT_TRUE(has(d.read("a.log"), "  * Pedigree information not taken into account\n"));
 
-	EXPECT_TRUE(refused(runSorvane("-check --input-vcf s50.vcf --input-thr 0.5 -L a", d.path), "You must specify a --input-thr value comprised between 0.5 and 1"));
-	EXPECT_TRUE(refused(runSorvane("-check --input-vcf s50.vcf --input-gen x -L a", d.path), "You must specify no more than one unphased input file"));
-	EXPECT_TRUE(refused(runSorvane("-check -L a", d.path), "You must specify at least one unphased input file"));
-	EXPECT_TRUE(refused(runSorvane("-check --input-vcf s50.vcf --input-ref r1 r2 -L a", d.path), "Incorrect number of arguments given to --input-ref (it must be 3 files)"));
+	expectRows(std::string(SORVANE_BIN) + " -check -L a", d, {
+		refusal("--input-vcf s50.vcf --input-thr 0.5", "You must specify a --input-thr value comprised between 0.5 and 1"),
+		refusal("--input-vcf s50.vcf --input-gen x", "You must specify no more than one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf"),
+		refusal("", "You must specify at least one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf"),
+		refusal("--input-vcf s50.vcf --input-ref r1 r2", "Incorrect number of arguments given to --input-ref (it must be 3 files)"),
+	});
 
 	// A truncated compressed input ends the run with a clear error, never a partial read.
 	testutils::writeCompressed(d.file("full.vcf.gz"), smallVcf(60));
