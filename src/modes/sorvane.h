@@ -2,7 +2,7 @@
 #define _SORVANE_H
 
 #include "input/filter_reader.h"
-#include "input/filter_writer.h"
+#include "output/filter_writer.h"
 #include "utils/globals.h"
 
 #include <boost/program_options.hpp>

@@ -202,7 +202,7 @@ void converter::samplePairs() {
 	for (haplotype_pairs & W : pairs) {
 		W.normaliseProbs();
 		W.computeFrequencies();
-		W.writePairs(GH);
+		W.writePairs(GH.vecG);
 		W.writeFreqs();
 	}
 }

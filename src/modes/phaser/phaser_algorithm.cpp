@@ -1,5 +1,6 @@
 #include "modes/phaser/phaser.h"
 #include "models/haplotype_segment.h"
+#include "objects/snp_set.h"
 #include "utils/assertion.h"
 #include "utils/autils.h"
 #include "utils/lfile.h"

@@ -4,6 +4,7 @@
 #include "modules/pruner.h"
 #include "modules/rare_phaser.h"
 #include "modules/solver.h"
+#include "objects/snp_set.h"
 #include "output/graph_writer.h"
 #include "output/haplotype_writer.h"
 #include "utils/assertion.h"
