@@ -34,6 +34,7 @@ TEST(cli_check, SmallCohortWarningAndChecks) {
 
 	expectRows(std::string(SORVANE_BIN) + " -check -L a", d, {
 		refusal("--input-vcf s50.vcf --input-thr 0.5", "You must specify a --input-thr value comprised between 0.5 and 1"),
+		refusal("--input-vcf s50.vcf --input-thr nan", "You must specify a --input-thr value comprised between 0.5 and 1"),
 		refusal("--input-vcf s50.vcf --input-gen x", "You must specify no more than one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf"),
 		refusal("", "You must specify at least one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf"),
 		refusal("--input-vcf s50.vcf --input-ref r1 r2", "Incorrect number of arguments given to --input-ref (it must be 3 files)"),
