@@ -16,6 +16,7 @@ using testutils::has;
 using testutils::lines;
 using testutils::refused;
 using testutils::readCompressed;
+using testutils::runOk;
 using testutils::runSorvane;
 using testutils::words;
 
@@ -240,8 +241,8 @@ TEST(cli_convert, ChecksAndWarnings) {
 	const std::vector < std::pair < std::string, std::string > > refusals = {
 		{ "--output-haps o", "You must specify exactly one input file with --input-graph or --input-haps" },
 		{ "--input-haps in --input-graph g.graph --output-haps o", "You must specify exactly one input file with --input-graph or --input-haps" },
-		{ "--input-graph g.graph", "You must specify at least one output file with --output-max, --output-sample or --input-sets" },
-		{ "--input-graph g.graph --output-haps o", "You must specify at least one output file with --output-max, --output-sample or --input-sets" },
+		{ "--input-graph g.graph", "You must specify at least one output file with --output-max, --output-vcf, --output-sample or --input-sets" },
+		{ "--input-graph g.graph --output-haps o", "You must specify at least one output file with --output-max, --output-vcf, --output-sample or --input-sets" },
 		{ "--input-haps in --output-max o", "You must specify at least one output file with --output-haps or --output-ref or --output-vcf" },
 		{ "--input-graph g.graph g.graph --output-max o", "Incorrect number of arguments given to --input-graph" },
 		{ "--input-haps in.haps in.sample in.haps --output-haps o", "Incorrect number of arguments given to --input-haps(it must be 2 files)" },
@@ -275,10 +276,14 @@ TEST(cli_convert, ChecksAndWarnings) {
 	phaseWithGraphs(d);
 	r = runSorvane("-convert --input-graph a.graph --output-max m --output-haps h --output-vcf v.vcf -L c", d.path);
 	EXPECT_EQ(r.status, 0) << r.out;
-	EXPECT_TRUE(has(d.read("c.log"), "WARNING: Options --output-haps, --output-ref and --output-vcf cannot be used when specifying --input-graph\n"));
+	EXPECT_TRUE(has(d.read("c.log"), "WARNING: Options --output-haps and --output-ref cannot be used when specifying --input-graph\n"));
 	EXPECT_TRUE(has(d.read("c.log"), "\nPlacing singletons from the haplotypes around them\n"));
 	EXPECT_EQ(lines(d.read("m.haps")).size(), lines(d.read("a.haps")).size());
-	for (std::string unused : { "h.haps", "h.sample", "v.vcf", "s.haps" }) EXPECT_FALSE(std::ifstream(d.file(unused)).good()) << unused;
+	// The VCF holds the haplotypes of m.haps with their phase confidence.
+	EXPECT_EQ(runOk("bcftools query -f '[%GT]\\n' v.vcf | tr -d '|'", d.path), runOk("cut -d ' ' -f 6- m.haps | tr -d ' '", d.path));
+	const std::pair < int, int > rated = exsubset::confidenceFaults(d, "v.vcf");
+	EXPECT_TRUE(rated.first == 0 && rated.second > 1000) << rated.first << " " << rated.second;
+	for (std::string unused : { "h.haps", "h.sample", "s.haps" }) EXPECT_FALSE(std::ifstream(d.file(unused)).good()) << unused;
 }
 
 // A damaged graph file, or a sets file whose tables cannot be written, stops the run before

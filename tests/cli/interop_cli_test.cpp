@@ -103,6 +103,12 @@ TEST(cli_interop, PipelineVcf) {
 		" if (n % 10 == 0 && n <= 40) { $2 ++ ; $4 = \"A\" ; $5 = substr(\"C,G C,T *   AT\", 4 * n / 10 - 3, 3) ; sub(/ +/, \"\", $5) ; print } }' >> chr20.vcf && bgzip chr20.vcf && tabix chr20.vcf.gz && head -3 subset > three", d.path);
 	phase(d, "--input-vcf chr20.vcf.gz", "p", "", 2);
 	EXPECT_TRUE(has(d.read("p.log"), "  * 3 multiallelic or symbolic records skipped; split them with bcftools norm -m- to phase them\n"));
+	// Phase confidence: a value in [0.5, 1] at each heterozygous genotype but the first of its
+	// sample, "." elsewhere; bcftools filters the uncertain ones.
+	EXPECT_TRUE(has(runOk("bcftools view -h p.vcf.gz", d.path), "\n##FORMAT=<ID=PP,Number=1,Type=Float,Description="));
+	const std::pair < int, int > rated = exsubset::confidenceFaults(d, "p.vcf.gz");
+	EXPECT_TRUE(rated.first == 0 && rated.second > 1000) << rated.first << " " << rated.second;
+	const int uncertain = std::stoi(runOk("bcftools view -H -i 'FMT/PP<0.9' p.vcf.gz | wc -l", d.path));
 	EXPECT_EQ(runOk("bcftools view -h p.vcf.gz | grep -e '^##fileformat' -e '^##fileDate' | sed 's/=20[0-9]\\{6\\}$/=YYYYMMDD/'", d.path), "##fileformat=VCFv4.2\n##fileDate=YYYYMMDD\n");
 	EXPECT_EQ(runOk("bcftools view -h p.vcf.gz | grep -e '^##INFO' -e '^##contig'", d.path), runOk("zgrep -e '^##INFO' -e '^##contig' chr20.vcf.gz", d.path));
 	const int n_records = std::stoi(runOk("bcftools view -H p.vcf.gz | wc -l", d.path));
@@ -114,6 +120,7 @@ TEST(cli_interop, PipelineVcf) {
 		EXPECT_TRUE(region > 0 && region < n_records) << file;
 	}
 	EXPECT_EQ(n_records, std::stoi(runOk("bcftools view -H chr20.vcf.gz | wc -l", d.path)) - 3);
+	EXPECT_TRUE(uncertain > 0 && uncertain < n_records) << uncertain;
 	EXPECT_EQ(runOk("bcftools view -H -v indels p.vcf.gz | cut -f 5", d.path), "AT\n");
 	EXPECT_EQ(runOk("bcftools view -S three p.vcf.gz | bcftools query -l", d.path), d.read("three"));
 	const int common = std::stoi(runOk("bcftools view -H -i 'AC>1' p.vcf.gz | wc -l", d.path));

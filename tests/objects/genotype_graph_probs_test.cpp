@@ -252,6 +252,31 @@ TEST(genotype_graph_probs, MaximizeAndPosteriorsAgainstAllPaths) {
 		u.g.maximize(H, u.idx);
 		EXPECT_EQ(u.mismatch(H), "");
 		EXPECT_EQ(ordered ? Unit::text(H) : "", bestSpelled) << i;
+		// Phase confidence of each member of an ordered unit: the share of the paths, weighed by
+		// their conditional probabilities, that give it the written pairs at consecutive hets.
+		genotype_graph c = u.g;
+		c.join2cond();
+		for (const std::pair < int, int > & m : ordered ? MEMBERS[type] : MEMBERS[0]) {
+			std::vector < int > sites;
+			std::vector < unsigned char > alleles;
+			for (int l = 0 ; l < (int)u.geno[0].size() ; l ++) if (H[m.first][l] != H[m.second][l]) sites.push_back(l), alleles.push_back(H[m.first][l] | H[m.second][l] << 1);
+			std::vector < double > pp, agree(sites.size(), 0.0), total(1, 0.0);
+			u.g.phaseConfidence(m.first, m.second, sites, alleles, pp);
+			ASSERT_EQ(pp.size(), sites.empty() ? 0 : sites.size() - 1);
+			u.allPaths([&](std::vector < int > & path) {
+				std::vector < chaplotype > P(type, chaplotype(u.geno[0].size()));
+				u.g.buildGuesses(P, u.idx, path);
+				double x = 1.0;
+				for (unsigned int k = 0 ; k < path.size() ; k ++) x *= c.probs[c.probsI[k] + path[k]];
+				total[0] += x;
+				auto het = [&](int l) { return P[m.first][l] != P[m.second][l]; };
+				for (unsigned int k = 1 ; k < sites.size() ; k ++) {
+					const int l = sites[k - 1], r = sites[k];
+					agree[k - 1] += x * (het(l) && het(r) && (P[m.first][l] != P[m.first][r]) == (H[m.first][l] != H[m.first][r]));
+				}
+			});
+			for (unsigned int k = 0 ; k < pp.size() ; k ++) ASSERT_NEAR(pp[k], agree[k] / total[0], 1e-5) << i << " " << k;
+		}
 		std::vector < std::vector < double > > F, B;
 		u.g.forward(F);
 		u.g.backward(B);
@@ -268,6 +293,29 @@ TEST(genotype_graph_probs, MaximizeAndPosteriorsAgainstAllPaths) {
 		u.g.maximize(H, u.idx);
 		EXPECT_EQ(Unit::text(H), u.spell(first)) << i;
 	}
+}
+
+// An unordered pair over four one-site segments, the third homozygous: the second group
+// holds "00/11" (0.8) and, written the other way round, "01/10" (0.2); through the
+// homozygous segment either relative phase is as likely. Ordered, the crossed one is cut off.
+TEST(genotype_graph_probs, PhaseConfidenceOnAHandGraph) {
+	genotype_graph g(2, 0);
+	std::vector < std::vector < bool > > het = { { 0 }, { 1 } }, hom = { { 0 } };
+	for (auto * s : { &het, &het, &hom, &het }) g.pushHaps(*s);
+	for (std::vector < std::vector < int > > t : std::vector < std::vector < std::vector < int > > > { { { 0 }, { 0 }, { 0 }, { 1 } },
+		{ { 0, 1 }, { 0, 0 }, { 1, 0 }, { 1, 1 } }, { { 0 }, { 0 }, { 1 }, { 0 } }, { { 0 }, { 0 }, { 0 }, { 1 } }, { { 0 }, { 0 }, { 1 }, { 0 } } }) g.pushTrans(t);
+	g.probs = { 1.0f, 0.8f, 0.2f, 1.0f, 1.0f, 1.0f };
+	std::vector < double > pp;
+	for (auto c : std::vector < std::pair < std::vector < unsigned char >, std::vector < double > > > { { { 2, 2, 1 }, { 0.8, 0.5 } }, { { 1, 2, 2 }, { 0.2, 0.5 } } }) {
+		g.phaseConfidence(0, 1, { 0, 1, 3 }, c.first, pp);
+		EXPECT_NEAR(pp[0], c.second[0], 1e-6);
+		EXPECT_NEAR(pp[1], c.second[1], 1e-6);
+	}
+	g.phaseConfidence(0, 1, { 1 }, { 2 }, pp);
+	EXPECT_TRUE(pp.empty());
+	g.scaffolded = true;
+	g.phaseConfidence(0, 1, { 0, 1 }, { 2, 1 }, pp);
+	EXPECT_NEAR(pp[0], 0.0, 1e-6);
 }
 
 // Emission weights: per transition the product of the likelihoods of the genotypes that its
