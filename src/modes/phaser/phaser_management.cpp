@@ -297,7 +297,7 @@ void phaser::write_files_and_finalise() {
 	if (batch_thread_seconds > 0) LOG.printlnL("\nThreads waited at the ends of batches for " + sutils::double2str(100.0 * (1.0 - busy_thread_seconds / batch_thread_seconds), 1) + " % of their time");
 	if (options.count("output-max") || options.count("output-vcf")) {
 		solver(GH, n_thread).solve();
-		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
+		if (!options.count("no-rare-phasing")) rare_phaser(GH, &read_pinned).phase();
 		if (options.count("duohmm")) refinePedigrees();
 		endStage("solving");
 		haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);
