@@ -150,20 +150,20 @@ void haplotype_writer::orient(const std::map < std::string, known_phase > & phas
 
 // The graph's probability of a pair falls short of the share of pairs written right: the
 // stored probabilities average posteriors of models that copy from few haplotypes, while the
-// written haplotypes are the best path through them. On simulated cohorts of 100 to 1000
-// individuals (bench/calibration.py) that share follows a logistic line in the logit of the
-// graph's probability, which is what is reported, never below an even chance since the written
-// path is the most likely one. Where the graph weighs both phases alike (a singleton, whose
-// allele no other haplotype carries), the phase is the placement from the haplotypes around
-// it, right in about 7 cases of 10 on the same cohorts, or a toss when singletons were left
-// as maximised.
-static const double logit_intercept = 1.74, logit_slope = 1.25, placed_singleton = 0.7;
+// written haplotypes are the best path through them. Its odds are raised to the power 3, the
+// largest that leaves no bin of simulated cohorts of 1000 individuals overconfident (see
+// bench/calibration.py; smaller cohorts stay on the cautious side), and never below an even
+// chance since the written path is the most likely one. Where the graph weighs both phases
+// alike, at a singleton whose allele no other haplotype carries, the phase is the placement
+// from the haplotypes around it, right in 6 to 7 cases of 10 on the same cohorts, or a toss
+// when singletons were left as maximised.
+static const double odds_power = 3.0, placed_singleton = 0.6;
 
 static float calibrated(double p, bool singletons_placed) {
 	if (std::isnan(p)) return p;
 	if (std::fabs(p - 0.5) < 0.01) return singletons_placed ? placed_singleton : 0.5;
 	p = std::min(std::max(p, 1e-6), 1.0 - 1e-6);
-	return std::max(0.5, 1.0 / (1.0 + std::exp(-logit_intercept - logit_slope * std::log(p / (1.0 - p)))));
+	return std::max(0.5, 1.0 / (1.0 + std::pow((1.0 - p) / p, odds_power)));
 }
 
 void haplotype_writer::phaseConfidences(const std::vector < bool > & written, bool singletons_placed, std::vector < std::vector < float > > & pp) const {
