@@ -1,4 +1,5 @@
 #include "modules/initialiser.h"
+#include "objects/genotype_graph.h"
 
 initialiser::initialiser(genhap_set & _GH, int _n_thread) :
 	stage_module(_GH, _n_thread, true, "Initialising graphs", "\rInitialising graphs [", "\rInitialising graphs [") {

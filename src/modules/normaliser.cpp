@@ -1,4 +1,5 @@
 #include "modules/normaliser.h"
+#include "objects/genotype_graph.h"
 
 normaliser::normaliser(genhap_set & _GH, int _n_thread) :
 	stage_module(_GH, _n_thread, true, "Normalising graphs", "\rNormalising graphs [", "\rNormalising graphs [") {

@@ -1,4 +1,5 @@
 #include "modules/propagater.h"
+#include "objects/genotype_graph.h"
 
 propagater::propagater(genhap_set & _GH, int _n_thread) :
 	stage_module(_GH, _n_thread, true, "Propagating probabilities in graphs", "\rPropagating probabilities in graphs [", "\rPropagating probabilities in graphs [") {

@@ -1,4 +1,5 @@
 #include "modules/sampler.h"
+#include "objects/genotype_graph.h"
 
 sampler::sampler(genhap_set & _GH, bool _random, int _n_thread, bool _verbose) :
 	stage_module(_GH, _n_thread, _verbose, "Sampling haplotypes", "\rSampling haplotypes [", "\rSampling haplotypes ["), random(_random) {

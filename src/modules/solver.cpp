@@ -1,4 +1,5 @@
 #include "modules/solver.h"
+#include "objects/genotype_graph.h"
 
 solver::solver(genhap_set & _GH, int _n_thread) :
 	stage_module(_GH, _n_thread, true, "Solving haplotypes", "\rSolving haplotypes [", "\rSolving haplotypes [") {

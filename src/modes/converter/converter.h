@@ -23,8 +23,6 @@ public:
 	converter();
 	~converter();
 
-	void convert(std::vector < std::string > & args);
-
 	void declare_options() override;
 	void check_options() override;
 	void check_files() override;
