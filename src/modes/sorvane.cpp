@@ -44,7 +44,7 @@ std::string sorvane::version() {
 	return "sorvane " + std::string(SORVANE_VERSION) + " (source revision " + sutils::int2str(SORVANE_REVISION) + ")";
 }
 
-sorvane::sorvane() : descriptions(80, 40), i_workers(0) {
+sorvane::sorvane() : descriptions(80, 40) {
 }
 
 sorvane::~sorvane() {

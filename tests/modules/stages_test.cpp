@@ -70,14 +70,15 @@ TEST(stages, DeterministicStagesAgreeOnOneAndTwoThreads) {
 	std::vector < std::vector < float > > normalised, propagated;
 	std::vector < std::vector < std::string > > solved(2);
 	for (int T : { 1, 2 }) {
+		work_queue W (T);
 		putils::initRandom(21);
 		Study st(40, 16);
 		for (genotype_graph * g : st.GH.vecG) for (float & p : g->probs) p = 0.01 + putils::getRandom();
-		normaliser(st.GH, T).normalise();
+		normaliser(st.GH, W).normalise();
 		normalised.push_back(st.probs());
-		solver(st.GH, T).solve();
+		solver(st.GH, W).solve();
 		for (genotype_graph * g : st.GH.vecG) if (g->type != 2 || g->scaffolded) for (int h : st.GH.ind2hap[g->famID]) solved[T - 1].push_back(st.GH.vecH[h].toString());
-		propagater(st.GH, T).propagate();
+		propagater(st.GH, W).propagate();
 		propagated.push_back(st.probs());
 	}
 	EXPECT_EQ(normalised[0], normalised[1]);
@@ -93,12 +94,13 @@ TEST(stages, ThreadedStagesReachEveryUnit) {
 	testutils::silenceLog();
 	putils::initRandom(8);
 	Study st(60, 16);
-	initialiser(st.GH, 3).initialise();
+	work_queue one (1), two (2), three (3);
+	initialiser(st.GH, three).initialise();
 	for (genotype_graph * g : st.GH.vecG) for (unsigned int k = 0 ; k < g->probsC.size() ; k ++)
 		for (unsigned int t = g->probsI[k] ; t < g->probsI[k] + g->probsC[k] ; t ++) EXPECT_FLOAT_EQ(g->probs[t], 1.0f / g->probsC[k]);
 	std::vector < genotype_graph > copies;
 	for (genotype_graph * g : st.GH.vecG) copies.push_back(*g);
-	likelihood_maker(st.GH, st.likes, 2).make();
+	likelihood_maker(st.GH, st.likes, two).make();
 	for (unsigned int i = 0 ; i < copies.size() ; i ++) {
 		genotype_graph & c = copies[i];
 		std::vector < int > & s = st.samples[i];
@@ -108,10 +110,10 @@ TEST(stages, ThreadedStagesReachEveryUnit) {
 		else c.computeLikesFromGLsTri(st.likes[s[0]], st.likes[s[1]], st.likes[s[2]]);
 		EXPECT_EQ(st.GH.vecG[i]->likes, c.likes) << i;
 	}
-	pruner(st.GH, 0.99, 2).prune();
+	pruner(st.GH, 0.99, two).prune();
 	for (genotype_graph * g : st.GH.vecG) EXPECT_TRUE(g->likes.empty());
 	st.GH.vecG[1]->type = 5;
-	EXPECT_LOG_ERROR(likelihood_maker(st.GH, st.likes, 1).make(), "Unknown type of graph \\(likelihood_maker::make\\(int ind\\)\\)");
+	EXPECT_LOG_ERROR(likelihood_maker(st.GH, st.likes, one).make(), "Unknown type of graph \\(likelihood_maker::make\\(int ind\\)\\)");
 	st.GH.vecG[1]->type = 2;
 }
 
@@ -129,13 +131,14 @@ TEST(stages, LogLinesAndProgress) {
 	};
 	for (auto & c : cases) {
 		Study st(12, c.n);
+		work_queue W (c.T);
 		std::string screen, log = genotest::logOf(d, [&] {
 			LOG.unmuteC();
 			LOG.terminal = true;
 			testing::internal::CaptureStdout();
-			if (c.line.find("Computing") == 0) likelihood_maker(st.GH, st.likes, c.T).make();
-			else if (c.n) sampler(st.GH, true, c.T, c.verbose).sample();
-			else solver(st.GH, c.T).solve();
+			if (c.line.find("Computing") == 0) likelihood_maker(st.GH, st.likes, W).make();
+			else if (c.n) sampler(st.GH, true, W, c.verbose).sample();
+			else solver(st.GH, W).solve();
 			screen = testing::internal::GetCapturedStdout();
 		});
 		testutils::silenceLog();

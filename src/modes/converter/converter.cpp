@@ -58,8 +58,9 @@ bool converter::fromGraphs() {
 	return options.count("input-graph") > 0;
 }
 
-int converter::threads() {
-	return options["thread"].as < int > ();
+work_queue & converter::workers() {
+	if (!pool) pool.reset(new work_queue(options["thread"].as < int > ()));
+	return *pool;
 }
 
 // Only the files of the outputs that the input allows are tried: the others are ignored
@@ -166,12 +167,12 @@ void converter::writeHaps(const std::string & option) {
 // Singletons are placed after maximisation or sampling, as in the phasing mode.
 void converter::writeGraphOutputs() {
 	if (options.count("output-max")) {
-		solver(GH, threads()).solve();
+		solver(GH, workers()).solve();
 		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
 		writeHaps("output-max");
 	}
 	if (options.count("output-sample")) {
-		sampler(GH, false, threads(), true).sample();
+		sampler(GH, false, workers(), true).sample();
 		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
 		writeHaps("output-sample");
 	}
@@ -181,7 +182,7 @@ void converter::writeGraphOutputs() {
 // combination of window haplotypes each individual got, its tracks in graph order.
 void converter::samplePairs() {
 	LOG.println("");
-	sampler S(GH, false, threads(), false);
+	sampler S(GH, false, workers(), false);
 	const int R = options["replicate"].as < int > ();
 	for (int r = 0 ; r < R ; r ++) {
 		LOG.printlnL("Sampling haplotypes " + sutils::int2str(r));

@@ -131,7 +131,8 @@ void mutincluder::includeMutations() {
 	LOG.println("  * " + sutils::int2str(n_missed) + " sites not found in the genotype map");
 	LOG.printlnL("Phasing hets onto haplotypes using PIRs");
 
-	records.process(options["thread"].as < int > (), mutex_log, n_record, "Phasing hets onto haplotypes using PIRs", [&] { return includeRecord(records); });
+	work_queue workers (options["thread"].as < int > ());
+	records.process(workers, "Phasing hets onto haplotypes using PIRs", [&] { return includeRecord(records); });
 	records.close();
 	LOG.println("  * " + sutils::long2str(n_pir_used) + "/" + sutils::long2str(n_pir) + " PIRs used");
 	LOG.println("  * " + sutils::long2str(n_record - n_absent) + "/" + sutils::long2str(n_record) + " samples covered by PIRs");

@@ -1,0 +1,141 @@
+#include "utils/work_queue.h"
+#include "utils/lfile.h"
+#include "utils/sutils.h"
+
+#include <algorithm>
+#include <chrono>
+
+static double since(const std::chrono::steady_clock::time_point & t) {
+	return std::chrono::duration < double > (std::chrono::steady_clock::now() - t).count();
+}
+
+work_queue::work_queue(int n) : batch_seconds(0.0), busy_seconds(0.0), serial_seconds(0.0), generation(0), running(0), stopping(false), next_item(0), end_item(0), finished(0) {
+	for (int w = 1 ; w < n ; w ++) threads.emplace_back(&work_queue::work, this, w);
+}
+
+work_queue::~work_queue() {
+	{
+		std::lock_guard < std::mutex > lock (mutex);
+		stopping = true;
+	}
+	wake.notify_all();
+	for (std::thread & t : threads) t.join();
+}
+
+int work_queue::size() const {
+	return threads.size() + 1;
+}
+
+// A worker sleeps until a call numbered after the last one it ran, or the end.
+void work_queue::work(int worker) {
+	unsigned long seen = 0;
+	for (;;) {
+		{
+			std::unique_lock < std::mutex > lock (mutex);
+			wake.wait(lock, [&] { return stopping || generation != seen; });
+			if (stopping) return;
+			seen = generation;
+		}
+		try {
+			body(worker);
+		} catch (...) {
+			fail();
+		}
+		std::lock_guard < std::mutex > lock (mutex);
+		if (-- running == 0) idle.notify_one();
+	}
+}
+
+void work_queue::fail() {
+	std::lock_guard < std::mutex > lock (mutex);
+	if (!failure) failure = std::current_exception();
+}
+
+void work_queue::together(const std::function < void (int worker) > & f) {
+	if (threads.empty()) {
+		f(0);
+		return;
+	}
+	{
+		std::lock_guard < std::mutex > lock (mutex);
+		body = f;
+		failure = nullptr;
+		running = threads.size();
+		generation ++;
+	}
+	wake.notify_all();
+	try {
+		f(0);
+	} catch (...) {
+		fail();
+	}
+	std::exception_ptr e;
+	{
+		std::unique_lock < std::mutex > lock (mutex);
+		idle.wait(lock, [&] { return running == 0; });
+		body = nullptr;
+		std::swap(e, failure);
+	}
+	if (e) std::rethrow_exception(e);
+}
+
+void work_queue::claim(int worker, const item_task & task, const progress_report & progress, bool timed) {
+	std::unique_lock < std::mutex > lock (mutex);
+	while (next_item < end_item && !failure) {
+		const int item = next_item ++;
+		lock.unlock();
+		const auto begin = std::chrono::steady_clock::now();
+		task(item, worker);
+		const double seconds = timed ? since(begin) : 0.0;
+		lock.lock();
+		if (timed) {
+			item_seconds[item] = seconds;
+			busy_seconds += seconds;
+		}
+		finished ++;
+		if (progress) progress(finished);
+	}
+}
+
+void work_queue::run(int n, const item_task & task, const progress_report & progress) {
+	next_item = 0;
+	end_item = n;
+	finished = 0;
+	together([&](int worker) { claim(worker, task, progress, false); });
+}
+
+void work_queue::drain(const std::function < bool (int worker) > & task, const progress_report & progress) {
+	finished = 0;
+	together([&](int worker) {
+		while (task(worker)) {
+			std::lock_guard < std::mutex > lock (mutex);
+			finished ++;
+			if (progress) progress(finished);
+			if (failure) return;
+		}
+	});
+}
+
+void work_queue::batches(int n, int batch, const batch_step & open, const item_task & task, const batch_step & close) {
+	batch = std::max(batch, 1);
+	item_seconds.assign(std::max(n, 0), 0.0);
+	for (int first = 0 ; first < n ; first += batch) {
+		const int last = std::min(n, first + batch);
+		const auto begin = std::chrono::steady_clock::now();
+		if (open) open(first, last);
+		const double opening = since(begin);
+		next_item = first;
+		end_item = last;
+		finished = 0;
+		together([&](int worker) { claim(worker, task, nullptr, true); });
+		const auto work_end = std::chrono::steady_clock::now();
+		if (close) close(first, last);
+		serial_seconds += opening + since(work_end);
+		batch_seconds += size() * since(begin);
+	}
+}
+
+work_queue::progress_report work_queue::counter(const std::string & text, int total) {
+	const std::string end = "/" + sutils::int2str(total) + "]";
+	return [text, end](int done) { LOG.printC(text + sutils::int2str(done) + end); };
+}
