@@ -4,12 +4,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 
 static double since(const std::chrono::steady_clock::time_point & t) {
 	return std::chrono::duration < double > (std::chrono::steady_clock::now() - t).count();
 }
 
-work_queue::work_queue(int n) : batch_seconds(0.0), busy_seconds(0.0), serial_seconds(0.0), generation(0), running(0), stopping(false), next_item(0), end_item(0), finished(0) {
+work_queue::work_queue(int n) : batch_seconds(0.0), busy_seconds(0.0), serial_seconds(0.0), batch_count(0), item_bins(40 * bins_per_doubling, 0), items_timed(0), generation(0), running(0), stopping(false), next_item(0), end_item(0), finished(0) {
 	for (int w = 1 ; w < n ; w ++) threads.emplace_back(&work_queue::work, this, w);
 }
 
@@ -89,7 +90,9 @@ void work_queue::claim(int worker, const item_task & task, const progress_report
 		const double seconds = timed ? since(begin) : 0.0;
 		lock.lock();
 		if (timed) {
-			item_seconds[item] = seconds;
+			const int bin = seconds > bin_floor ? (int)(bins_per_doubling * std::log2(seconds / bin_floor)) : 0;
+			item_bins[std::min(bin, (int)item_bins.size() - 1)] ++;
+			items_timed ++;
 			busy_seconds += seconds;
 		}
 		finished ++;
@@ -118,7 +121,6 @@ void work_queue::drain(const std::function < bool (int worker) > & task, const p
 
 void work_queue::batches(int n, int batch, const batch_step & open, const item_task & task, const batch_step & close) {
 	batch = std::max(batch, 1);
-	item_seconds.assign(std::max(n, 0), 0.0);
 	for (int first = 0 ; first < n ; first += batch) {
 		const int last = std::min(n, first + batch);
 		const auto begin = std::chrono::steady_clock::now();
@@ -132,7 +134,17 @@ void work_queue::batches(int n, int batch, const batch_step & open, const item_t
 		if (close) close(first, last);
 		serial_seconds += opening + since(work_end);
 		batch_seconds += size() * since(begin);
+		batch_count ++;
 	}
+}
+
+// The geometric middle of the bin where the share q of the items is reached.
+double work_queue::itemQuantile(double q) const {
+	const double target = q * items_timed;
+	long below = 0;
+	unsigned int k = 0;
+	while (k + 1 < item_bins.size() && (below + item_bins[k] < target || item_bins[k] == 0)) below += item_bins[k ++];
+	return bin_floor * std::exp2((k + 0.5) / bins_per_doubling);
 }
 
 work_queue::progress_report work_queue::counter(const std::string & text, int total) {

@@ -44,14 +44,21 @@ public:
 	static progress_report counter(const std::string & text, int total);
 
 	// Over all calls of batches: thread seconds that the batches lasted (workers times wall,
-	// from the opening of each batch to its closing), and seconds spent in tasks. The
-	// workers waited for the rest.
+	// from the opening of each batch to its closing), seconds spent in tasks, and seconds
+	// the calling thread spent opening and closing batches while the others waited. The
+	// workers waited for busy_seconds less than batch_seconds.
 	double batch_seconds;
 	double busy_seconds;
-	// Seconds of each item of the last call of batches, and the seconds the calling thread
-	// spent opening and closing its batches.
-	std::vector < double > item_seconds;
 	double serial_seconds;
+	long batch_count;
+	// The seconds of every item of batches, counted on a log scale: bin k holds the times
+	// from bin_floor * 2 ^ (k / bins_per_doubling) on, the first also those below.
+	static const int bins_per_doubling = 8;
+	static constexpr double bin_floor = 1e-6;
+	std::vector < long > item_bins;
+	long items_timed;
+	// The time below which a share q of the timed items fell, to the width of a bin.
+	double itemQuantile(double q) const;
 
 private:
 	std::vector < std::thread > threads;

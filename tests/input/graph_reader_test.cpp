@@ -248,11 +248,9 @@ TEST(graph_reader, Versions22And21) {
 	const Bytes b = file(true, *original);
 	const std::string sound = withCrc(b.data);
 	// Wherever its end falls in the reader's buffers, a sound file reads back.
-	for (int n = 1 ; n <= 130 ; n ++) {
-		genotype_graph g = *original;
-		g.name = std::string(n, 'k');
+	for (genotype_graph g = *original ; g.name.size() < 60 ; g.name += "k") {
 		d.write("n.bin", withCrc(file(true, g).data));
-		EXPECT_EQ(readFault(d.file("n.bin")), "") << n;
+		EXPECT_EQ(readFault(d.file("n.bin")), "") << g.name.size();
 	}
 	const size_t tail = b.data.size() - 2;
 	const std::vector < std::pair < std::string, std::string > > cases = {

@@ -154,7 +154,7 @@ bool mutincluder::includeRecord(pir_file & records) {
 		S.pileupPIRs(h0, h1, het, covered);
 		S.processPIRs(h0, h1, seen, phased, status[ind]);
 	}
-	std::lock_guard < std::mutex > lock (mutex_log);
+	std::lock_guard < std::mutex > lock (mutex_totals);
 	n_record ++;
 	n_absent += ind < 0;
 	n_het += het;

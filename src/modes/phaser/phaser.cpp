@@ -346,7 +346,7 @@ void phaser::limitThreads() {
 	if (n_thread < requested) LOG.println("  * Threads lowered from " + sutils::int2str(requested) + " to " + sutils::int2str(n_thread) + ": " + why);
 	const char * per = getenv("SORVANE_BATCH_PER_THREAD");
 	const int k = per ? atoi(per) : batch_per_thread;
-	n_batch = n_thread < 2 ? 1 : std::max(n_thread, std::min(k * n_thread, bound));
+	n_batch = n_thread < 2 ? 1 : std::max(n_thread, std::min({ k * n_thread, bound, (int)GH.vecG.size() / batch_share }));
 	if (n_thread < workers->size()) workers.reset(new work_queue(n_thread));
 }
 

@@ -23,8 +23,11 @@ class phaser : public sorvane {
 public:
 	// The window model needs at least this many conditioning haplotypes in each window.
 	static const int min_conditioning = 2;
-	// Samples in a batch of the iterations, per thread.
+	// Samples in a batch of the iterations, per thread; the samples of a batch are hidden
+	// from one another, so a batch takes at most one sample in batch_share, and at least one
+	// per thread.
 	static const int batch_per_thread = 8;
+	static const int batch_share = 32;
 	// Sites between two checkpoints of the transform for --selection pbwt.
 	static const int pbwt_step = 8;
 	// With --selection auto, the transform selects with a panel or from this many haplotypes
@@ -155,6 +158,7 @@ private:
 	// while the batch runs, instead of being masked.
 	void runBatches(std::string name, void (phaser::*step)(int, int), bool graph);
 	void batchFamilyHaplotypes(const std::vector < int > & batch, std::vector < int > & haps);
+	void logItemTimes();
 	// Expectation of the copying model, a new draw and, after burn-in, the stored
 	// probabilities; `count` adds to n_sampled and n_stored.
 	template < class Model > void runModel(int ind, int worker, Model & model, bool count);

@@ -14,7 +14,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <fstream>
+#include <sstream>
 
 // Per-thread tables, sized once for the largest graph type and transition group count:
 // thread_probs[thread][mask][group][from][to]. Pruning only shrinks graphs, so the tables
@@ -183,17 +183,6 @@ void phaser::batchFamilyHaplotypes(const std::vector < int > & batch, std::vecto
 	haps.erase(std::unique(haps.begin(), haps.end()), haps.end());
 }
 
-// Appends to the file named by SORVANE_BATCH_TIMES, for the benchmarks, the seconds of each
-// individual of an iteration in the order of the iteration, after a line "# name batch
-// threads serial", serial being the seconds the batches took to open and close.
-static void recordTimes(const std::string & name, int batch, const work_queue & workers, double serial) {
-	const char * file = getenv("SORVANE_BATCH_TIMES");
-	if (!file || !*file) return;
-	std::ofstream out (file, std::ios::app);
-	out << "# " << name << "\t" << batch << "\t" << workers.size() << "\t" << serial << "\n";
-	for (double s : workers.item_seconds) out << s << "\n";
-}
-
 // One iteration by batches of n_batch individuals, which the workers claim one by one. The
 // haplotypes of the whole batch are kept out of every conditioning set of the batch, so
 // workers write their own individual's haplotypes into vecH without locks; the batch ends
@@ -215,7 +204,6 @@ void phaser::runBatches(std::string name, void (phaser::*step)(int, int), bool g
 		graph_model.reset(new haplotype_graph(GH.vecH, graph_haps, options["states"].as < int > ()));
 	}
 	std::vector < int > batch, moved;
-	const double serial = workers->serial_seconds;
 	auto openBatch = [&](int first, int last) {
 		batch.assign(orderG.begin() + first, orderG.begin() + last);
 		if (graph) {
@@ -241,7 +229,6 @@ void phaser::runBatches(std::string name, void (phaser::*step)(int, int), bool g
 	};
 	workers->batches(N, n_batch, openBatch, [&](int item, int worker) { (this->*step)(orderG[item], worker); }, closeBatch);
 	graph_model.reset();
-	recordTimes(name, n_batch, *workers, workers->serial_seconds - serial);
 	LOG.println("");
 	LOG.printlnL("  * Time: " + sutils::duration2str(std::chrono::duration < double > (std::chrono::steady_clock::now() - start).count()));
 }
@@ -265,12 +252,24 @@ void phaser::endStage(const std::string & name) {
 	stage_seconds.push_back({ name, seconds });
 }
 
+// In the log only, how long individuals took in the iterations, from which the waiting at
+// the ends of batches can be worked out for other thread counts and batch sizes.
+void phaser::logItemTimes() {
+	const work_queue & W = *workers;
+	if (W.items_timed == 0) return;
+	std::ostringstream line;
+	line << "Seconds per individual in " << W.batch_count << " batches of " << n_batch << " on " << W.size() << " threads (" << W.serial_seconds << " s opening and closing batches): mean " << W.busy_seconds / W.items_timed << ", quantiles";
+	for (double q : { 0.0, 0.05, 0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7, 0.8, 0.9, 0.95, 0.99, 0.999, 1.0 }) line << " " << 100 * q << "%:" << W.itemQuantile(q);
+	LOG.printlnL(line.str());
+}
+
 // Most likely haplotypes from the stored probabilities, then the haplotype and graph files.
 // The graphs are written after solve, which changes only the haplotypes.
 void phaser::write_files_and_finalise() {
 	sorvane::write_files_and_finalise();
 	desallocateMemory();
 	if (workers->size() > 1 && workers->batch_seconds > 0) LOG.printlnL("\nThreads waited at the ends of batches for " + sutils::double2str(100.0 * (1.0 - workers->busy_seconds / workers->batch_seconds), 1) + " % of their time");
+	logItemTimes();
 	if (options.count("output-max") || options.count("output-vcf")) {
 		solver(GH, *workers).solve();
 		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
