@@ -17,7 +17,7 @@ unit_record record(int type, int child, int father, int mother) {
 		{ "main_father", 1 }, { "idx_mother", mother }, { "ord_mother", 10 + mother }, { "main_mother", 0 } };
 }
 
-// Builds with n threads, frees the graphs, returns their sorted dumps after checking each.
+// Builds with n threads, frees the graphs, returns their dumps after checking each.
 std::vector < std::string > buildAll(genotype_reader & G, std::vector < unit_record > & units, int n) {
 	work_queue W (n);
 	builder B(G, units, W);
@@ -28,7 +28,6 @@ std::vector < std::string > buildAll(genotype_reader & G, std::vector < unit_rec
 		out.push_back(dump(*g));
 		delete g;
 	}
-	std::sort(out.begin(), out.end());
 	return out;
 }
 

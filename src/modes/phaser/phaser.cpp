@@ -344,9 +344,7 @@ void phaser::limitThreads() {
 		n_thread = std::max(1, std::min(n_thread, bound));
 	}
 	if (n_thread < requested) LOG.println("  * Threads lowered from " + sutils::int2str(requested) + " to " + sutils::int2str(n_thread) + ": " + why);
-	const char * per = getenv("SORVANE_BATCH_PER_THREAD");
-	const int k = per ? atoi(per) : batch_per_thread;
-	n_batch = n_thread < 2 ? 1 : std::max(n_thread, std::min({ k * n_thread, bound, (int)GH.vecG.size() / batch_share }));
+	n_batch = n_thread < 2 ? 1 : std::max(n_thread, std::min({ batch_per_thread * n_thread, bound, (int)GH.vecG.size() / batch_share }));
 	if (n_thread < workers->size()) workers.reset(new work_queue(n_thread));
 }
 
