@@ -5,8 +5,9 @@ counts and batch sizes, from the per-individual times that a phasing log records
 Usage: python3 bench/batch_idle.py LOG [--threads 2,16,64] [--per-thread 1,2,4,8,16]
                                         [--individuals N] [--repeats R] [--seed S]
 
-The log line "Seconds per individual in K batches of B on T threads (S s opening and closing
-batches): mean m, quantiles 0%:x ..." gives the distribution of the time of one individual;
+The log line "Processor seconds per individual in K batches of B on T threads (S s opening
+and closing batches): mean m, quantiles 0%:x ..." gives the distribution of the work of one
+individual (processor time, which leaves out the time a busy machine took the thread off);
 individuals are drawn from it (log-linear between the quantiles), cut into batches of B, and
 each batch is run as the workers run it: every individual goes to the first worker free, and
 the batch ends with its slowest worker, after which the calling thread closes it and opens
@@ -22,7 +23,7 @@ import random
 import re
 import sys
 
-LINE = re.compile(r"Seconds per individual in (\d+) batches of (\d+) on (\d+) threads \(([0-9.e+-]+) s opening"
+LINE = re.compile(r"Processor seconds per individual in (\d+) batches of (\d+) on (\d+) threads \(([0-9.e+-]+) s opening"
                   r" and closing batches\): mean ([0-9.e+-]+), quantiles (.*)$", re.M)
 
 

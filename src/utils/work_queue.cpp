@@ -5,12 +5,21 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <ctime>
 
 static double since(const std::chrono::steady_clock::time_point & t) {
 	return std::chrono::duration < double > (std::chrono::steady_clock::now() - t).count();
 }
 
-work_queue::work_queue(int n) : batch_seconds(0.0), busy_seconds(0.0), serial_seconds(0.0), batch_count(0), item_bins(40 * bins_per_doubling, 0), items_timed(0), generation(0), running(0), stopping(false), next_item(0), end_item(0), finished(0) {
+// Seconds of processor time of the calling thread: unlike the wall clock, they leave out
+// the time the thread was not running, which on a busy machine would blur the work of an item.
+static double threadSeconds() {
+	timespec t;
+	clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+	return t.tv_sec + 1e-9 * t.tv_nsec;
+}
+
+work_queue::work_queue(int n) : batch_seconds(0.0), busy_seconds(0.0), serial_seconds(0.0), batch_count(0), work_seconds(0.0), item_bins(40 * bins_per_doubling, 0), items_timed(0), generation(0), running(0), stopping(false), next_item(0), end_item(0), finished(0) {
 	for (int w = 1 ; w < n ; w ++) threads.emplace_back(&work_queue::work, this, w);
 }
 
@@ -86,13 +95,15 @@ void work_queue::claim(int worker, const item_task & task, const progress_report
 		const int item = next_item ++;
 		lock.unlock();
 		const auto begin = std::chrono::steady_clock::now();
+		const double processor = timed ? threadSeconds() : 0.0;
 		task(item, worker);
-		const double seconds = timed ? since(begin) : 0.0;
+		const double seconds = timed ? since(begin) : 0.0, work = timed ? threadSeconds() - processor : 0.0;
 		lock.lock();
 		if (timed) {
-			const int bin = seconds > bin_floor ? (int)(bins_per_doubling * std::log2(seconds / bin_floor)) : 0;
+			const int bin = work > bin_floor ? (int)(bins_per_doubling * std::log2(work / bin_floor)) : 0;
 			item_bins[std::min(bin, (int)item_bins.size() - 1)] ++;
 			items_timed ++;
+			work_seconds += work;
 			busy_seconds += seconds;
 		}
 		finished ++;

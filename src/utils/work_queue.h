@@ -51,10 +51,12 @@ public:
 	double busy_seconds;
 	double serial_seconds;
 	long batch_count;
-	// The seconds of every item of batches, counted on a log scale: bin k holds the times
-	// from bin_floor * 2 ^ (k / bins_per_doubling) on, the first also those below.
+	// The processor seconds of the items of batches, in all and counted on a log scale: bin k
+	// holds the times from bin_floor * 2 ^ (k / bins_per_doubling) on, the first also those
+	// below.
 	static const int bins_per_doubling = 8;
 	static constexpr double bin_floor = 1e-6;
+	double work_seconds;
 	std::vector < long > item_bins;
 	long items_timed;
 	// The time below which a share q of the timed items fell, to the width of a bin.

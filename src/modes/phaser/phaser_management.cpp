@@ -252,13 +252,13 @@ void phaser::endStage(const std::string & name) {
 	stage_seconds.push_back({ name, seconds });
 }
 
-// In the log only, how long individuals took in the iterations, from which the waiting at
-// the ends of batches can be worked out for other thread counts and batch sizes.
+// In the log only, the processor time individuals took in the iterations, from which the
+// waiting at the ends of batches can be worked out for other thread counts and batch sizes.
 void phaser::logItemTimes() {
 	const work_queue & W = *workers;
 	if (W.items_timed == 0) return;
 	std::ostringstream line;
-	line << "Seconds per individual in " << W.batch_count << " batches of " << n_batch << " on " << W.size() << " threads (" << W.serial_seconds << " s opening and closing batches): mean " << W.busy_seconds / W.items_timed << ", quantiles";
+	line << "Processor seconds per individual in " << W.batch_count << " batches of " << n_batch << " on " << W.size() << " threads (" << W.serial_seconds << " s opening and closing batches): mean " << W.work_seconds / W.items_timed << ", quantiles";
 	for (double q : { 0.0, 0.05, 0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7, 0.8, 0.9, 0.95, 0.99, 0.999, 1.0 }) line << " " << 100 * q << "%:" << W.itemQuantile(q);
 	LOG.printlnL(line.str());
 }
