@@ -211,14 +211,20 @@ void phaser::runBatches(std::string name, void (phaser::*step)(int, int), bool g
 			for (int h : moved) graph_model->rem(GH.vecH[h]);
 		} else GH.subsetHaplotypes_thread(hap_mask, batch);
 	};
+	// The progress line is rewritten at most every tenth of a second, and at the end: on many
+	// threads, batches can be shorter than its text takes to make.
+	double shown = -1.0;
 	auto closeBatch = [&](int, int done) {
+		if (graph) for (int h : moved) graph_model->add(GH.vecH[h]);
+		else for (int ind : batch) for (int h : GH.ind2hap[ind]) hap_mask[h] = open[h];
+		const double seconds = std::chrono::duration < double > (std::chrono::steady_clock::now() - start).count();
+		if (done < N && seconds - shown < 0.1) return;
+		shown = seconds;
 		std::string progress = "\r" + name + " [" + sutils::int2str(done) + "/" + sutils::int2str(N) + "]";
 		if (graph) {
-			for (int h : moved) graph_model->add(GH.vecH[h]);
 			const int levels = graph_model->levels.size();
 			progress += " (Hg:b=" + sutils::double2str((double)GH.sites->size() / levels, 1) + "/s=" + sutils::int2str(levels) + ")";
-		} else for (int ind : batch) for (int h : GH.ind2hap[ind]) hap_mask[h] = open[h];
-		const double seconds = std::chrono::duration < double > (std::chrono::steady_clock::now() - start).count();
+		}
 		if (done < N) progress += timeLeft((double)done / N, seconds);
 		else {
 			n_iterations_done ++;
