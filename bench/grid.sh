@@ -5,13 +5,13 @@
 # Usage: VARIANTS="--burn 7 --prune 8 --main 20|--burn 3 --prune 3 --main 6" \
 #            COHORTS="c1000common c5000array" SEEDS="1 2 3" bash bench/grid.sh [sorvane-binary]
 # VARIANTS: option sets separated by "|" (an empty one: the defaults). Other variables as in
-# peers.sh (BENCH_DIR, THREADS). The summary goes to BENCH_DIR/grid.txt as well.
+# peers.sh (BENCH_DIR, THREADS). The summary goes to BENCH_DIR/grid$GRID.txt as well.
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 BENCH_DIR="${BENCH_DIR:-/tmp/sorvane_peers}"
 IFS='|' read -r -a variants <<< "${VARIANTS:-}"
 [ "${#variants[@]}" -gt 0 ] || variants=("")
-summary="$BENCH_DIR/grid.txt"
+summary="$BENCH_DIR/grid${GRID:-}.txt"
 : > "$summary"
 for v in "${!variants[@]}"; do
     tag="_g$(md5sum <<< "${variants[$v]}" | cut -c1-8)"

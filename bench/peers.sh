@@ -13,10 +13,13 @@
 #   c150common    150 individuals, 2 Mb, frequency >= 1 %
 #   c100all       100 individuals, 2 Mb, all sites
 #   n<N>common, n<N>all   N individuals alone, 2 Mb, frequency >= 1 % or all sites
+#   a<N>array     N individuals, 1 Mb at array density (scaling.sh)
+#   s<N>seq       N individuals, 250 kb, sequence density: the sites of minor allele count
+#                 >= 2 of a growing population (scaling.sh)
 # Seeds: SEEDS (default "1"): each seed is a new simulation and a new run of both programs.
 # Threads: THREADS (default 2). Further sorvane options: ARGS. Data: BENCH_DIR (default
 # /tmp/sorvane_peers), reused while the parameters are unchanged. PEERS=0 runs sorvane
-# only; RUN=0 only simulates; INSTALL_BEAGLE=1 installs Debian's beagle first (as root).
+# only, SORVANE=0 the peer only; RUN=0 only simulates; INSTALL_BEAGLE=1 installs Debian's beagle first (as root).
 # TAG names the runs: sorvane's files are DIR/sorvane$TAG.* and the table peers$TAG.txt, so
 # that runs with other options keep their results side by side (see grid.sh).
 #
@@ -58,6 +61,8 @@ cohort_spec() {
         c150common) echo "150 0 2000000 maf:0.01 0" ;;
         c100all) echo "100 0 2000000 all 0" ;;
         n*common) echo "${1//[!0-9]/} 0 2000000 maf:0.01 0" ;;
+        a*array) echo "${1//[!0-9]/} 0 1000000 array:600 0" ;;
+        s*seq) echo "${1//[!0-9]/} 0 250000 mac:2 1" ;;
         n*all) echo "${1//[!0-9]/} 0 2000000 all 0" ;;
         *) echo "peers.sh: unknown cohort $1" >&2; exit 1 ;;
     esac
@@ -128,7 +133,10 @@ for cohort in $COHORTS; do
         [ "$ref" -gt 0 ] && panel=(--input-ref "$dir/reference.haplotypes" "$dir/reference.legend" "$dir/reference.samples")
         # shellcheck disable=SC2086
         out="$dir/sorvane$TAG"
-        if timed "$out" "$bin" --input-vcf "$dir/cohort.vcf.gz" --input-map "$dir/genetic_map.txt" \
+        s_row="- - -"
+        if [ "${SORVANE:-1}" = 0 ]; then
+            :
+        elif timed "$out" "$bin" --input-vcf "$dir/cohort.vcf.gz" --input-map "$dir/genetic_map.txt" \
                 "${panel[@]}" $ARGS --thread "$THREADS" --seed "$seed" --output-max "$out" -L "$out.log"; then
             s_row="$wall $mb $(rate "$dir" "$out.haps" "$out.sample" "$out.switch")"
         else

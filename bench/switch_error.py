@@ -135,7 +135,7 @@ def classify(chain, counts):
     """Adds the errors of one sample's heterozygous sites, in order, as (relative phase,
     class), to counts: single-site flips by the class of the site, long switches by the
     rarer class of their pair, and the pairs and sites seen by class."""
-    for i, (rel, mac) in enumerate(chain):
+    for i, (rel, mac, _) in enumerate(chain):
         counts["sites"][mac] += 1
         if i:
             counts["pairs"][rarer(mac, chain[i - 1][1])] += 1
@@ -151,10 +151,12 @@ def classify(chain, counts):
             i += 1
 
 
-def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=False, group=None):
+def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=False, group=None, pairs=None):
     """Compute the statistics; returns a dict (see the keys at the end).
     group "children" or "parents" evaluates the samples with a parent or
-    those that are a parent. est_sample "-" reads the estimate as a VCF."""
+    those that are a parent. est_sample "-" reads the estimate as a VCF.
+    pairs, a set of (sample, position, position), also counts the switches
+    between those consecutive heterozygotes alone ("pair_switches" of "pairs_seen")."""
     t_samples = read_samples(truth_sample)
     if est_sample == "-":
         e_samples, e_sites, e_dup = read_vcf(est_haps)
@@ -194,9 +196,9 @@ def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=Fa
         ta0, ta1, tdig = t_sites[pos]
         ea0, ea1, edig = e_sites[pos]
         if (ta0, ta1) == (ea0, ea1):
-            common.append((tdig, edig, False))
+            common.append((pos, tdig, edig, False))
         elif (ta0, ta1) == (ea1, ea0):
-            common.append((tdig, edig, True))
+            common.append((pos, tdig, edig, True))
         else:
             allele_mismatch += 1
 
@@ -204,9 +206,10 @@ def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=Fa
     tcol = [2 * t_index[i] for i in chosen]
     ecol = [2 * e_index[i] for i in chosen]
     est_hom = 0            # truth heterozygous, estimate homozygous
-    # Per sample, the heterozygous sites used: (relative phase, minor allele count class).
+    # Per sample, the heterozygous sites used: (relative phase, minor allele count class,
+    # position).
     chain = [[] for _ in range(n)]
-    for tdig, edig, flip in common:
+    for pos, tdig, edig, flip in common:
         mac = mac_class(tdig)
         for k in range(n):
             tc = tcol[k]
@@ -220,12 +223,16 @@ def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=Fa
                 continue
             # Relative phase: 1 when the estimate's first haplotype carries
             # the truth's first haplotype allele.
-            chain[k].append((1 if (e0 == t0) != flip else 0, mac))
+            chain[k].append((1 if (e0 == t0) != flip else 0, mac, pos))
 
     counts = {key: {c: 0 for c in MAC_CLASSES} for key in ("sites", "pairs", "flips", "long")}
-    switches, rates = 0, []
-    for sites in chain:
+    switches, rates, pairs_seen, pair_switches = 0, [], 0, 0
+    for name, sites in zip(chosen, chain):
         sw = sum(sites[i][0] != sites[i - 1][0] for i in range(1, len(sites)))
+        for i in range(1, len(sites)):
+            if pairs and (name, sites[i - 1][2], sites[i][2]) in pairs:
+                pairs_seen += 1
+                pair_switches += sites[i][0] != sites[i - 1][0]
         switches += sw
         if len(sites) >= 2:
             rates.append(sw / (len(sites) - 1))
@@ -245,6 +252,8 @@ def switch_errors(truth_haps, truth_sample, est_haps, est_sample, all_samples=Fa
         "rate": switches / pairs if pairs else float("nan"),
         "mean_rate": sum(rates) / len(rates) if rates else float("nan"),
         "classes": counts,
+        "pairs_seen": pairs_seen,
+        "pair_switches": pair_switches,
     }
 
 
@@ -261,8 +270,14 @@ def main():
     which.add_argument("--parents", action="store_const", const="parents", dest="group",
                        help="evaluate the samples that are a parent")
     ap.add_argument("--rate-only", action="store_true", help="print the switch error rate in %% only")
+    ap.add_argument("--pairs", help="file of 'sample position position' lines (e.g. the pairs that reads join): "
+                    "also the switch error between those consecutive heterozygotes")
     args = ap.parse_args()
-    r = switch_errors(args.truth_haps, args.truth_sample, args.est_haps, args.est_sample, args.all, args.group)
+    pairs = None
+    if args.pairs:
+        with open_text(args.pairs) as f:
+            pairs = {(w[0], int(w[1]), int(w[2])) for w in (line.split() for line in f) if len(w) == 3}
+    r = switch_errors(args.truth_haps, args.truth_sample, args.est_haps, args.est_sample, args.all, args.group, pairs)
     if args.rate_only:
         print("%.4f" % (100.0 * r["rate"]))
         return
@@ -285,6 +300,9 @@ def main():
     flips, longs = sum(c["flips"].values()), sum(c["long"].values())
     print("single-site flips:          %d (%.4f %% of heterozygous sites)" % (flips, percent(flips, r["het_sites"])))
     print("long switches:              %d (%.4f %% of pairs)" % (longs, percent(longs, sum(c["pairs"].values()))))
+    if pairs is not None:
+        print("listed pairs:               %d seen, %d switches (%.4f %%)"
+              % (r["pairs_seen"], r["pair_switches"], percent(r["pair_switches"], r["pairs_seen"])))
 
 
 def percent(a, b):

@@ -128,6 +128,20 @@ void sequencer::pileupPIRs(chaplotype & h0, chaplotype & h1, int & n_het, int & 
 	n_covered = countCovered(pileup, n_het);
 }
 
+void sequencer::joinedSites(genotype_graph * G, std::vector < int > & sites) const {
+	sites.clear();
+	std::vector < int > hets;
+	for (const std::vector < std::pair < int, float > > & read : reads) {
+		hets.clear();
+		for (const std::pair < int, float > & o : read) if (G->Ambs[o.first] && snps->vecS[o.first]->isSNP()) hets.push_back(o.first);
+		std::sort(hets.begin(), hets.end());
+		hets.erase(std::unique(hets.begin(), hets.end()), hets.end());
+		if (hets.size() >= 2) sites.insert(sites.end(), hets.begin(), hets.end());
+	}
+	std::sort(sites.begin(), sites.end());
+	sites.erase(std::unique(sites.begin(), sites.end()), sites.end());
+}
+
 void sequencer::makeRows(const std::vector < int > & ids, const std::vector < int > & kept, unsigned int limit, std::vector < sread > & rows) const {
 	rows.clear();
 	for (int r : ids) {

@@ -41,6 +41,10 @@ public:
 	void pileupPIRs(genotype_graph * G, int & n_het, int & n_covered);
 	void pileupPIRs(chaplotype & h0, chaplotype & h1, int & n_het, int & n_covered);
 
+	// The heterozygous sites of the sample that a kept read joins to another of them,
+	// ascending: their phase is the reads'.
+	void joinedSites(genotype_graph * G, std::vector < int > & sites) const;
+
 	// The transitions of the inner groups of an unrelated graph weighed by the reads.
 	void processPIRs(genotype_graph * G, int & n_group, int & n_used);
 	// The sites with status -1 placed onto h0 or h1, anchored by the scaffold heterozygotes

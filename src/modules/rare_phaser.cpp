@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-rare_phaser::rare_phaser(genhap_set & _GH) : GH(_GH), n_sites(_GH.sites->size()) {
+rare_phaser::rare_phaser(genhap_set & _GH, const std::vector < std::vector < int > > * _pinned) : GH(_GH), pinned(_pinned), n_sites(_GH.sites->size()) {
 	bool map = n_sites > 0;
 	for (int l = 0 ; l < n_sites ; l ++) map = map && GH.sites->getByIndex(l)->cm >= 0.0;
 	for (int l = 0 ; l < n_sites ; l ++) {
@@ -91,10 +91,12 @@ bool rare_phaser::farther(int a, int b, int l) const {
 	return longest[0] < longest[1];
 }
 
-bool rare_phaser::movable(int h) const {
+bool rare_phaser::movable(int h, int l) const {
 	if (h >= (int)GH.hap2ind.size()) return false;
-	const genotype_graph * g = GH.vecG[GH.hap2ind[h]];
-	return g->type == 2 && !g->scaffolded;
+	const int i = GH.hap2ind[h];
+	const genotype_graph * g = GH.vecG[i];
+	if (g->type != 2 || g->scaffolded) return false;
+	return !pinned || i >= (int)pinned->size() || !std::binary_search((*pinned)[i].begin(), (*pinned)[i].end(), l);
 }
 
 int rare_phaser::partner(int h) const {
@@ -118,7 +120,7 @@ int rare_phaser::phase() {
 		if (ones != 1 && ones != H - 1) continue;
 		n_singletons ++;
 		const int carrier = ones == 1 ? last_one : last_zero;
-		if (!movable(carrier)) continue;
+		if (!movable(carrier, l)) continue;
 		const int other = partner(carrier);
 		if (farther(other, carrier, l)) swaps.push_back({ carrier, l });
 	}

@@ -13,7 +13,9 @@
 // either side (the site itself left out), differs at more sites; on a tie, the one whose
 // longest match with any other haplotype through the site is the shorter. Only unrelated
 // individuals are moved: duos and trios keep their transmission, a phase scaffold its order,
-// and a genotype never changes, only which of the two haplotypes holds the allele.
+// and a genotype never changes, only which of the two haplotypes holds the allele. Nor are
+// the sites whose phase reads gave: `(*pinned)[i]` lists, ascending, the sites of individual i
+// that a read joins to another of its heterozygotes.
 // Decisions are all taken on the haplotypes as they were, then applied.
 class rare_phaser {
 public:
@@ -24,7 +26,7 @@ public:
 
 	genhap_set & GH;
 
-	rare_phaser(genhap_set & GH);
+	rare_phaser(genhap_set & GH, const std::vector < std::vector < int > > * pinned = nullptr);
 
 	// Returns the number of singletons moved to the other haplotype of their individual.
 	int phase();
@@ -38,13 +40,14 @@ public:
 	bool farther(int a, int b, int l) const;
 
 private:
+	const std::vector < std::vector < int > > * pinned;
 	std::vector < double > position;
 	double radius;
 	int n_sites;
 
-	// The two haplotypes of h's individual when it is an unrelated, unscaffolded study
-	// sample; false otherwise.
-	bool movable(int h) const;
+	// True when the allele of haplotype h at site l may move: h belongs to an unrelated,
+	// unscaffolded study sample and no read pins the site.
+	bool movable(int h, int l) const;
 	int partner(int h) const;
 };
 

@@ -183,6 +183,13 @@ TEST(sequencer, GraphSitesThatCannotWeigh) {
 	EXPECT_EQ(n_group, 1);
 	EXPECT_EQ(n_used, 0);
 	EXPECT_FLOAT_EQ(A.G.probs[1], 0.5f);
+	// Neither read joins two heterozygotes; a third one joins sites 0 and 2, which keep their phase.
+	std::vector < int > joined;
+	S.joinedSites(&A.G, joined);
+	EXPECT_TRUE(joined.empty());
+	S.reads.push_back({ { 2, 0.99f }, { 0, 0.01f }, { 2, 0.99f } });
+	S.joinedSites(&A.G, joined);
+	EXPECT_EQ(joined, std::vector < int > ({ 0, 2 }));
 }
 
 // Four sites of one sample: 0 a scaffold heterozygote (0 on h0, 1 on h1), 1 and 3 new

@@ -49,16 +49,19 @@ std::string with(std::string h, int l, char a) {
 
 // A singleton at site 20 sampled on the haplotype identical to many others moves to the
 // haplotype far from all; on the far one it stays. A duo's singleton stays where its
-// transmission put it; a panel haplotype that carries the allele too makes it no singleton.
-// Genotypes never change.
+// transmission put it, and so does one whose phase a read gave (pinned at site 20; a pin
+// elsewhere does not hold it); a panel haplotype that carries the allele too makes it no
+// singleton. Genotypes never change.
 TEST(rare_phaser, SingletonGoesToTheFartherHaplotype) {
 	testutils::silenceLog();
-	struct Case { std::vector < int > types; int panel; int carrier; int expected; };
+	struct Case { std::vector < int > types; int panel; int carrier; int expected; std::vector < int > pinned; };
 	const Case cases[] = {
-		{ { 2, 2, 2, 2 }, 0, 0, 1 },
-		{ { 2, 2, 2, 2 }, 0, 1, 1 },
-		{ { 3, 2, 2, 2 }, 0, 0, 0 },
-		{ { 2, 2, 2, 2 }, 1, 0, 0 },
+		{ { 2, 2, 2, 2 }, 0, 0, 1, {} },
+		{ { 2, 2, 2, 2 }, 0, 1, 1, {} },
+		{ { 3, 2, 2, 2 }, 0, 0, 0, {} },
+		{ { 2, 2, 2, 2 }, 1, 0, 0, {} },
+		{ { 2, 2, 2, 2 }, 0, 0, 0, { 19, 20 } },
+		{ { 2, 2, 2, 2 }, 0, 0, 1, { 19, 21 } },
 	};
 	for (const Case & c : cases) {
 		// Unit 0 (or the duo's first two tracks): haplotype 0 common, haplotype 1 lone.
@@ -69,7 +72,8 @@ TEST(rare_phaser, SingletonGoesToTheFartherHaplotype) {
 		if (c.panel) haps.push_back(haps[c.carrier]);
 		Cohort x(c.types, haps, c.panel);
 		const std::string before0 = x.hap(0), before1 = x.hap(1);
-		rare_phaser R(x.GH);
+		const std::vector < std::vector < int > > pins = { c.pinned };
+		rare_phaser R(x.GH, &pins);
 		R.phase();
 		ASSERT_EQ(common[20], lone[20]);
 		const int moved = c.expected;

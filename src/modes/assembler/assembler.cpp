@@ -70,6 +70,7 @@ void assembler::assemble() {
 	LOG.println("  * " + sutils::int2str(n_missed) + " sites not found in the genotype map");
 	LOG.printlnL("Assembling reads on graphs");
 
+	read_pinned.assign(GH.vecG.size(), std::vector < int > ());
 	n_sample_read = n_sample_used = n_absent = n_family = n_group = n_group_used = n_het = n_het_covered = n_pir = n_pir_used = 0;
 	records.process(*workers, "Assembling reads on graphs", [&] { return assembleRecord(records); });
 	records.close();
@@ -96,6 +97,7 @@ bool assembler::assembleRecord(pir_file & records) {
 	int het = 0, covered = 0, groups = 0, weighed = 0;
 	if (used) {
 		S.pileupPIRs(G, het, covered);
+		S.joinedSites(G, read_pinned[unit]);
 		try {
 			S.processPIRs(G, groups, weighed);
 		} catch (myException & e) {

@@ -10,7 +10,8 @@
 
 // The -assemble mode: phasing in which the phase informative reads of a PIR file weigh the
 // transitions of every unrelated sample's graph before burn-in and again after pruning, so
-// that the sampler favours the phases the reads support.
+// that the sampler favours the phases the reads support; the heterozygotes that a read joins
+// to another are pinned against the singleton placement.
 class assembler : public phaser {
 public:
 	// Totals of one pass over the PIR file: records read, used, of samples not in the data,

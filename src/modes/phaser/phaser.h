@@ -99,6 +99,9 @@ public:
 	std::string sample_header2;
 	// Samples whose output columns keep a phase given with the input (the scaffolds of -call).
 	std::map < std::string, known_phase > known_phases;
+	// Per unit, the sites whose phase reads gave (ascending): the singleton placement keeps
+	// them. Empty without reads.
+	std::vector < std::vector < int > > read_pinned;
 
 	phaser();
 	~phaser();
