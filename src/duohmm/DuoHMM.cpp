@@ -1,30 +1,19 @@
 #include "duohmm/DuoHMM.h"
+#include "duohmm/geneticMap.h"
 #include "duohmm/hmm_utils.h"
+#include "objects/chaplotype.h"
 #include "utils/assertion.h"
 #include "utils/myException.h"
 
 #include <cmath>
-#include <cstdlib>
 
+// The E step takes the emission of the target state; Viterbi starts from log(1/4).
 DuoHMM::DuoHMM(const std::vector < int > & positions, const geneticMap & map) :
-	K(positions.size()), NSTATE(4), NITERATION(100), parental_haplotypes(NULL), child_haplotypes(NULL),
-	male_rate(0.753986776f), female_rate(1.24601316f), recomb(NULL) {
-	map.interpolate(positions, cM);
-	male_length = cM[K - 1] * male_rate / 100;
-	female_length = cM[K - 1] * female_rate / 100;
+	pedigree_hmm(positions, map, pedigree_hmm_variant { { 2, 1 }, true, false, std::log(4.0f) }),
+	parental_haplotypes(NULL), child_haplotypes(NULL), recomb(NULL) {
 	length = male_length;
 	rate = male_rate;
-	recombinationFractions(cM, male_rate, recomb_male, norecomb_male);
-	recombinationFractions(cM, female_rate, recomb_female, norecomb_female);
 	recombination_probability.assign(K, 0.0f);
-	error_probability.assign(K, 0.0f);
-	alpha.assign(K * 4, 0.0f);
-	beta.assign(K * 4, 0.0f);
-	scale.assign(K, 0.0f);
-	gamma.assign(K * 4, 0.0f);
-	xi.assign(K * 16, 0.0f);
-	backtrack.assign(K * 4, 0);
-	stateseq.assign(K, 0);
 	genotype_error = 0.001f;
 	switch_parent = switch_child = 0.0005f;
 }
@@ -42,144 +31,33 @@ int DuoHMM::setHaps(const chaplotype * parent, const chaplotype * child, const s
 	return 0;
 }
 
-void DuoHMM::setIterations(int n) {
-	NITERATION = n;
-}
-
 void DuoHMM::matches(int l, bool * match) const {
 	for (int j = 0 ; j < 4 ; j ++) match[j] = parental_haplotypes[j >> 1].get(l) == child_haplotypes[j & 1].get(l);
 }
 
-void DuoHMM::emissions(int l, float * E) const {
-	bool match[4];
-	matches(l, match);
-	for (int j = 0 ; j < 4 ; j ++) E[j] = match[j] ? 1 - genotype_error : genotype_error;
-}
-
-void DuoHMM::transitions(float r, float * T) const {
+void DuoHMM::transitions(int l, float * T) const {
+	const float r = recomb[l];
 	const float A[2] = { stayProbability(r, switch_parent), changeProbability(r, switch_parent) };
 	const float B[2] = { 1 - switch_child, switch_child };
 	for (int i = 0 ; i < 4 ; i ++) for (int j = 0 ; j < 4 ; j ++) T[i * 4 + j] = A[(i >> 1) != (j >> 1)] * B[(i & 1) != (j & 1)];
 }
 
-void DuoHMM::forward() {
-	float E[4], T[16];
-	emissions(0, E);
-	float sum = 0;
-	for (int j = 0 ; j < 4 ; j ++) sum += alpha[j] = E[j] / 4;
-	scale[0] = 1 / sum;
-	for (int j = 0 ; j < 4 ; j ++) alpha[j] *= scale[0];
-	for (int l = 1 ; l < K ; l ++) {
-		emissions(l, E);
-		transitions(recomb[l - 1], T);
-		const float * prev = &alpha[(l - 1) * 4];
-		float * cur = &alpha[l * 4];
-		sum = 0;
-		for (int j = 0 ; j < 4 ; j ++) {
-			cur[j] = E[j] * (prev[0] * T[j] + prev[1] * T[4 + j] + prev[2] * T[8 + j] + prev[3] * T[12 + j]);
-			sum += cur[j];
-		}
-		scale[l] = 1 / sum;
-		for (int j = 0 ; j < 4 ; j ++) cur[j] *= scale[l];
-	}
-}
-
-void DuoHMM::backward() {
-	float E[4], T[16];
-	for (int j = 0 ; j < 4 ; j ++) beta[(K - 1) * 4 + j] = scale[K - 1];
-	for (int l = K - 2 ; l >= 0 ; l --) {
-		emissions(l + 1, E);
-		transitions(recomb[l], T);
-		float next[4];
-		for (int j = 0 ; j < 4 ; j ++) next[j] = E[j] * beta[(l + 1) * 4 + j];
-		for (int i = 0 ; i < 4 ; i ++)
-			beta[l * 4 + i] = scale[l] * (T[i * 4] * next[0] + T[i * 4 + 1] * next[1] + T[i * 4 + 2] * next[2] + T[i * 4 + 3] * next[3]);
-	}
-}
-
-void DuoHMM::estep() {
-	forward();
-	backward();
-	for (int l = 0 ; l < K ; l ++) {
-		float * g = &gamma[l * 4];
-		float sum = 0;
-		for (int j = 0 ; j < 4 ; j ++) sum += g[j] = alpha[l * 4 + j] * beta[l * 4 + j];
-		for (int j = 0 ; j < 4 ; j ++) g[j] /= sum;
-	}
-	float E[4], T[16];
-	for (int l = 0 ; l + 1 < K ; l ++) {
-		if (recomb[l] < 0 || recomb[l] >= 1)
-			throw myException("Pedigree refinement: bad recombination rate at marker " + std::to_string(l) + " rho = " + std::to_string(recomb[l]) + " (" + std::to_string(cM[l]) + " cM to " + std::to_string(cM[l + 1]) + " cM)");
-		emissions(l + 1, E);
-		transitions(recomb[l], T);
-		float * x = &xi[l * 16];
-		float sum = 0;
-		for (int i = 0 ; i < 4 ; i ++) for (int j = 0 ; j < 4 ; j ++)
-			sum += x[i * 4 + j] = alpha[l * 4 + i] * beta[(l + 1) * 4 + j] * T[i * 4 + j] * E[j];
-		for (int k = 0 ; k < 16 ; k ++) x[k] /= sum;
-	}
+void DuoHMM::checkInterval(int l) const {
+	if (recomb[l] < 0 || recomb[l] >= 1)
+		throw myException("Pedigree refinement: bad recombination rate at marker " + std::to_string(l) + " rho = " + std::to_string(recomb[l]) + " (" + std::to_string(cM[l]) + " cM to " + std::to_string(cM[l + 1]) + " cM)");
 }
 
 // The expected parental changes beyond those the map accounts for make the parental switch
 // rate; true recombinations are not switch errors.
-void DuoHMM::mstep() {
-	double total = 0, n_parent = 0, n_child = 0;
-	for (int l = 0 ; l < K ; l ++) {
-		bool match[4];
-		matches(l, match);
-		double e = 0;
-		for (int j = 0 ; j < 4 ; j ++) if (!match[j]) e += gamma[l * 4 + j];
-		error_probability[l] = e;
-		total += e;
-	}
-	for (int l = 0 ; l + 1 < K ; l ++) {
-		const float * x = &xi[l * 16];
-		for (int i = 0 ; i < 4 ; i ++) for (int j = 0 ; j < 4 ; j ++) {
-			if ((i >> 1) != (j >> 1)) n_parent += x[i * 4 + j];
-			if ((i & 1) != (j & 1)) n_child += x[i * 4 + j];
-		}
-	}
-	switch_parent = (n_parent - length) / (K - 2 * length);
+void DuoHMM::fitRates(const double * changes, double errors) {
+	switch_parent = (changes[0] - length) / (K - 2 * length);
 	if (switch_parent < 0) switch_parent = 0;
-	switch_child = n_child / K;
-	genotype_error = total / K;
+	switch_child = changes[1] / K;
+	genotype_error = errors / K;
 }
 
-int DuoHMM::EM(int n) {
-	for (int round = 1 ; round <= n ; round ++) {
-		float s = switch_parent, t = switch_child, e = genotype_error;
-		estep();
-		mstep();
-		if (round == n) break;
-		if (std::fabs(switch_parent - s) + std::fabs(switch_child - t) + std::fabs(genotype_error - e) <= 1e-5f) break;
-	}
-	return 0;
-}
-
-// In log space, the scores kept in alpha.
-int DuoHMM::viterbi() {
-	std::fill(backtrack.begin(), backtrack.end(), 0);
-	const float le = std::log(genotype_error), l1 = std::log(1 - genotype_error);
-	std::vector < float > cand (4);
-	bool match[4];
-	matches(0, match);
-	for (int j = 0 ; j < 4 ; j ++) alpha[j] = (match[j] ? l1 : le) - std::log(4.0f);
-	for (int l = 1 ; l < K ; l ++) {
-		float T[16];
-		transitions(recomb[l - 1], T);
-		for (int k = 0 ; k < 16 ; k ++) T[k] = std::log(T[k]);
-		matches(l, match);
-		for (int j = 0 ; j < 4 ; j ++) {
-			for (int i = 0 ; i < 4 ; i ++) cand[i] = T[i * 4 + j] + alpha[(l - 1) * 4 + i];
-			int b = argmax(cand);
-			backtrack[l * 4 + j] = b;
-			alpha[l * 4 + j] = cand[b] + (match[j] ? l1 : le);
-		}
-	}
-	for (int j = 0 ; j < 4 ; j ++) cand[j] = alpha[(K - 1) * 4 + j];
-	stateseq[K - 1] = argmax(cand);
-	for (int l = K - 2 ; l >= 0 ; l --) stateseq[l] = backtrack[(l + 1) * 4 + stateseq[l + 1]];
-	return 0;
+std::vector < float > DuoHMM::rates() const {
+	return { switch_parent, switch_child, genotype_error };
 }
 
 // Combines the alpha and beta of the last E step with the parameters of the last M step.

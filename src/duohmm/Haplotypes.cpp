@@ -1,4 +1,8 @@
 #include "duohmm/Haplotypes.h"
+#include "containers/genhap_set/genhap_set.h"
+#include "objects/genotype_graph.h"
+#include "objects/snp_set.h"
+#include "output/filter_writer.h"
 #include "utils/assertion.h"
 
 #include <cstdint>
@@ -142,30 +146,6 @@ chaplotype * Haplotypes::getMissing(const std::string & id) {
 	return it == idlook.end() ? NULL : &_missing[it->second];
 }
 
-bool Haplotypes::isMissing(const std::string & id, int site) {
-	chaplotype * m = getMissing(id);
-	sorvane_assert(m != NULL && m->size() == nsnp);
-	return m->get(site);
-}
-
-void Haplotypes::setMissing(std::string file) {
-	_missing.assign(nhap / 2, chaplotype(nsnp));
-	std::map < int, int > site;
-	for (int l = 0 ; l < nsnp ; l ++) site[positions[l]] = l;
-	std::ifstream f;
-	openOrFail(f, file);
-	std::string id, w1, w2;
-	int position, count = 0;
-	while (f >> id >> w1 >> w2 >> position) {
-		std::map < std::string, int >::iterator s = idlook.find(id);
-		std::map < int, int >::iterator p = site.find(position);
-		if (s == idlook.end() || p == site.end()) continue;
-		_missing[s->second].set(p->second, true);
-		count ++;
-	}
-	std::cerr << "Read " << count << " missing genotypes from " << file << std::endl;
-}
-
 float Haplotypes::rightWidth(int i, int hap, int site) const {
 	if (site == nsnp - 1) return 1.0f;
 	int j = site + 1;
@@ -203,22 +183,6 @@ void Haplotypes::impute(const std::string & id, int site) {
 	float x0 = impute(k, site), x1 = impute(k + 1, site);
 	h[0].set(site, std::lround(x0) != 0);
 	h[1].set(site, std::lround(x1) != 0);
-}
-
-int Haplotypes::imputeSample(const std::string & id) {
-	int n = 0;
-	for (int l = 0 ; l < nsnp ; l ++) {
-		if (!isMissing(id, l)) continue;
-		impute(id, l);
-		n ++;
-	}
-	return n;
-}
-
-int Haplotypes::imputeAll() {
-	int n = 0;
-	for (const std::string & id : ids) n += imputeSample(id);
-	return n;
 }
 
 void Haplotypes::writeHaps(std::string stem) {

@@ -1,14 +1,15 @@
 #ifndef _HAPLOTYPES_H
 #define _HAPLOTYPES_H
 
-#include "containers/genhap_set/genhap_set.h"
-#include "input/filter_writer.h"
 #include "objects/chaplotype.h"
 
 #include <array>
 #include <map>
 #include <string>
 #include <vector>
+
+class filter_writer;
+class genhap_set;
 
 // The haplotypes of all samples as bit vectors, with the sites where each sample's genotype
 // was missing: what the pedigree refinement reads and corrects in place. Haplotypes 2k and
@@ -46,15 +47,11 @@ public:
 	chaplotype * getHap(const std::string & id);
 	// Null for an id that is not a sample, such as "0".
 	chaplotype * getMissing(const std::string & id);
-	bool isMissing(const std::string & id, int site);
-	void setMissing(std::string file);
 
 	// Mean allele at site of the other haplotypes, each weighted by the length of the
 	// stretch around site over which it matches hap.
 	float impute(int hap, int site);
 	void impute(const std::string & id, int site);
-	int imputeSample(const std::string & id);
-	int imputeAll();
 
 	void writeHaps(std::string stem);
 	// Copies the haplotypes back into the set they were taken from.

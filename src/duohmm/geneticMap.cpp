@@ -1,4 +1,7 @@
 #include "duohmm/geneticMap.h"
+#include "containers/genhap_set/genhap_set.h"
+#include "objects/genotype_graph.h"
+#include "objects/snp_set.h"
 #include "utils/assertion.h"
 
 #include <algorithm>

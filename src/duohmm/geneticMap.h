@@ -1,10 +1,10 @@
 #ifndef _GENETICMAP_H
 #define _GENETICMAP_H
 
-#include "containers/genhap_set/genhap_set.h"
-
 #include <string>
 #include <vector>
+
+class genhap_set;
 
 // Position to centimorgan table of the pedigree refinement, interpolated linearly. The
 // first point is always position 0 at 0 cM.

@@ -2,18 +2,10 @@
 #include "utils/myException.h"
 
 #include <cmath>
-#include <cstdlib>
-#include <fstream>
 
 int argmax(const std::vector < float > & v) {
 	int best = 0;
 	for (int i = 1 ; i < (int)v.size() ; i ++) if (v[i] > v[best]) best = i;
-	return best;
-}
-
-int which_max(const int * v, int n) {
-	int best = 0;
-	for (int i = 1 ; i < n ; i ++) if (v[i] > v[best]) best = i;
 	return best;
 }
 
@@ -27,33 +19,14 @@ bool is_mendel_consistent(int child, int father, int mother) {
 	return false;
 }
 
-std::vector < std::array < unsigned char, 8 > > uc2hap() {
-	std::vector < std::array < unsigned char, 8 > > t (256);
-	for (int v = 0 ; v < 256 ; v ++) for (int b = 0 ; b < 8 ; b ++) t[v][b] = (v >> b) & 1;
-	return t;
-}
-
-std::vector < std::array < unsigned char, 256 > > buildLookup() {
-	std::vector < std::array < unsigned char, 256 > > t (256);
-	for (int i = 0 ; i < 256 ; i ++) for (int j = 0 ; j < 256 ; j ++) t[i][j] = __builtin_popcount(i ^ j);
-	return t;
-}
-
-bool fileexists(const std::string & path) {
-	return std::ifstream(path).good();
-}
-
-void recombinationFractions(const std::vector < float > & cM, float rate, std::vector < float > & recomb, std::vector < float > & norecomb) {
+void recombinationFractions(const std::vector < float > & cM, float rate, std::vector < float > & recomb) {
 	const int K = cM.size();
 	recomb.assign(K, 0.0f);
-	norecomb.assign(K, 0.0f);
 	for (int l = 0 ; l + 1 < K ; l ++) {
 		float d = (cM[l + 1] - cM[l]) / 100;
 		if (d <= 0) d = 1e-13f;
 		// In double, so that a tiny fraction does not round to 0.
-		double stay = std::exp(- (double)rate * d);
-		norecomb[l] = stay;
-		recomb[l] = 1.0 - stay;
+		recomb[l] = 1.0 - std::exp(- (double)rate * d);
 	}
 }
 

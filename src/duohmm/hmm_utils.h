@@ -3,27 +3,19 @@
 
 #include "objects/chaplotype.h"
 
-#include <array>
-#include <string>
 #include <vector>
 
 // Helpers shared by the pedigree models DuoHMM and TrioHMM.
 
 // Index of the first maximum: a later entry wins only when strictly greater; 0 when empty.
 int argmax(const std::vector < float > & v);
-int which_max(const int * v, int n);
 // Allele counts 0, 1 or 2 of a child and its parents.
 bool is_mendel_consistent(int child, int father, int mother);
-// Row v: the 8 bits of v, lowest first, one byte each.
-std::vector < std::array < unsigned char, 8 > > uc2hap();
-// Entry [i][j]: the number of set bits of i XOR j.
-std::vector < std::array < unsigned char, 256 > > buildLookup();
-bool fileexists(const std::string & path);
 
 // Recombination fraction of the interval that starts at each site of a map (in cM) for a
-// sex-specific rate, and its complement; the last entry stays 0. An interval of no length
+// sex-specific rate; the last entry stays 0. An interval of no length
 // still gets a fraction of about 1e-13 times the rate, never exactly 0.
-void recombinationFractions(const std::vector < float > & cM, float rate, std::vector < float > & recomb, std::vector < float > & norecomb);
+void recombinationFractions(const std::vector < float > & cM, float rate, std::vector < float > & recomb);
 
 // Chance that a haplotype index stays / changes over an interval with recombination
 // fraction r when switch errors occur at rate s.

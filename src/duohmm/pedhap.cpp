@@ -1,5 +1,10 @@
 #include "duohmm/pedhap.h"
+#include "containers/genhap_set/genhap_set.h"
+#include "duohmm/DuoHMM.h"
+#include "duohmm/geneticMap.h"
 #include "duohmm/hmm_utils.h"
+#include "duohmm/TrioHMM.h"
+#include "output/filter_writer.h"
 #include "utils/assertion.h"
 #include "utils/lfile.h"
 #include "utils/ofile.h"
@@ -73,8 +78,8 @@ pedhap::pedhap(std::string hap_file_stem, std::string map_file, int niteration) 
 	ped.reset(new pedigree(hap_file_stem + ".sample", haps->ids, 's'));
 	gm.reset(new geneticMap(map_file));
 	makeModels();
-	duo->setIterations(niteration);
-	trio->setIterations(niteration);
+	duo->NITERATION = niteration;
+	trio->NITERATION = niteration;
 }
 
 pedhap::pedhap(filter_writer & filter, genhap_set & set, std::string sample_header1, std::string sample_header2, int niteration) : NITERATION(niteration) {
@@ -83,6 +88,8 @@ pedhap::pedhap(filter_writer & filter, genhap_set & set, std::string sample_head
 	gm.reset(new geneticMap(set));
 	makeModels();
 }
+
+pedhap::~pedhap() = default;
 
 bool pedhap::hasParent(const std::string & id) const {
 	const individual & ind = ped->sampleinfo.at(id);

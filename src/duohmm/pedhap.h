@@ -1,10 +1,7 @@
 #ifndef _PEDHAP_H
 #define _PEDHAP_H
 
-#include "duohmm/DuoHMM.h"
 #include "duohmm/Haplotypes.h"
-#include "duohmm/TrioHMM.h"
-#include "duohmm/geneticMap.h"
 #include "duohmm/pedigree.h"
 
 #include <map>
@@ -12,6 +9,12 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+class DuoHMM;
+class TrioHMM;
+class filter_writer;
+class genhap_set;
+class geneticMap;
 
 // Makes haplotypes phased sample by sample consistent with the pedigree: after correct,
 // haplotype 0 of every sample with a known father is the paternal one and haplotype 1 the
@@ -37,6 +40,7 @@ public:
 	pedhap(std::string hap_file_stem, std::string map_file, int niteration);
 	// The most likely haplotypes of a phasing run and the pedigree of its sample data.
 	pedhap(filter_writer & filter, genhap_set & set, std::string sample_header1, std::string sample_header2, int niteration);
+	~pedhap();
 
 	int correct();
 	int phase(const std::string & child);

@@ -1,4 +1,7 @@
 #include "duohmm/pedigree.h"
+#include "containers/genhap_set/genhap_set.h"
+#include "objects/genotype_graph.h"
+#include "output/filter_writer.h"
 #include "utils/assertion.h"
 #include "utils/myException.h"
 #include "utils/sutils.h"

@@ -1,13 +1,13 @@
 #ifndef _PEDIGREE_H
 #define _PEDIGREE_H
 
-#include "containers/genhap_set/genhap_set.h"
-#include "input/filter_writer.h"
-
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
+
+class filter_writer;
+class genhap_set;
 
 // One sample of the pedigree; a parent "0" is absent.
 struct individual {

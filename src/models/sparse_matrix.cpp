@@ -39,21 +39,6 @@ void sparse_matrix::purge(int row, int col) {
 	for (int r = row + 1 ; r < (int)R.size() ; r ++) R[r] --;
 }
 
-int sparse_matrix::getV(int row, int col) const {
-	int e = find(row, col);
-	return e < 0 ? 0 : V[e];
-}
-
-double sparse_matrix::getVN(int row, int col) const {
-	int e = find(row, col);
-	return e < 0 ? 0.0 : VN[e];
-}
-
-double sparse_matrix::getVC(int row, int col) const {
-	int e = find(row, col);
-	return e < 0 ? 0.0 : VC[e];
-}
-
 int sparse_matrix::sum() const {
 	int s = 0;
 	for (int v : V) s += v;

@@ -24,9 +24,6 @@ public:
 	void set(int row, int col, int step, int total, double share);
 	// Drops the link (row, col) once no haplotype takes it.
 	void purge(int row, int col);
-	int getV(int row, int col) const;
-	double getVN(int row, int col) const;
-	double getVC(int row, int col) const;
 	int sum() const;
 	void matrix(std::vector < std::vector < int > > & M) const;
 

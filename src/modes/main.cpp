@@ -19,17 +19,16 @@
 #include <vector>
 
 static void run(std::string mode, std::vector < std::string > & args) {
-	if (mode == "-phase") { phaser M; M.phase(args); }
-	else if (mode == "-convert") { converter M; M.convert(args); }
-	else if (mode == "-call") { caller M; M.call(args); }
-	else if (mode == "-check") { summarizer M; M.summarize(args); }
-	else if (mode == "-assemble") { assembler M; M.assemble(args); }
-	else if (mode == "-mutinclude") { mutincluder M; M.mutinclude(args); }
+	if (mode == "-phase") phaser().run(args);
+	else if (mode == "-convert") converter().run(args);
+	else if (mode == "-call") caller().run(args);
+	else if (mode == "-check") summarizer().run(args);
+	else if (mode == "-assemble") assembler().run(args);
+	else if (mode == "-mutinclude") mutincluder().run(args);
 	else {
 		// A command line that starts with options is a phasing command line.
 		args.insert(args.begin(), mode);
-		phaser M;
-		M.phase(args);
+		phaser().run(args);
 	}
 }
 

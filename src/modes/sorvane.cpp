@@ -44,10 +44,29 @@ std::string sorvane::version() {
 	return "sorvane " + std::string(SORVANE_VERSION) + " (source revision " + sutils::int2str(SORVANE_REVISION) + ")";
 }
 
-sorvane::sorvane() : descriptions(80, 40) {
+sorvane::sorvane(const std::string & name) : mode_name(name), descriptions(80, 40) {
 }
 
 sorvane::~sorvane() {
+}
+
+void sorvane::run(std::vector < std::string > & args) {
+	declare_options();
+	parse_command_line(args, mode_name);
+	check_options();
+	settle();
+	check_files();
+	verbose_mode();
+	verbose_options();
+	read_files_and_initialise();
+	work();
+	write_files_and_finalise();
+}
+
+void sorvane::settle() {
+}
+
+void sorvane::work() {
 }
 
 void sorvane::declare_options() {
@@ -251,11 +270,40 @@ void sorvane::read_files_and_initialise() {
 void sorvane::write_files_and_finalise() {
 }
 
-void sorvane::checkUnphasedInputCount() {
+void sorvane::declareUnphasedInput(bpo::options_description & group) {
+	group.add_options()
+		("input-ped,P", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in PED/MAP format.")
+		("missing-code", bpo::value< std::string >()->default_value("0"), "Missing data character in PED/MAP format.")
+		("input-bed,B", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in BED/BIM/FAM format.")
+		("noped", "No pedigree information taken into account.")
+		("input-gen,G", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in GEN/SAMPLE format.")
+		("input-thr", bpo::value< double >()->default_value(0.9, "0.9"), "Probability threshold used to call genotypes in GEN file.")
+		("input-vcf,V", bpo::value< std::string >(), "Unphased genotypes in VCF format.")
+		("input-map,M", bpo::value< std::string >(), "Genetic map in HapMap format.")
+		("input-ref,R", bpo::value< std::vector < std::string > >()->multitoken(), "Reference set of haplotypes in HAPS/SAMPLE format.")
+		("chrX,X", "Unphased genotypes are from chromosome X non autosomal region.");
+}
+
+// A threshold that is not a number fails the comparison and is refused.
+void sorvane::checkUnphasedOptions() {
+	if (!options["input-thr"].defaulted()) {
+		double thr = options["input-thr"].as < double > ();
+		if (!(thr > 0.5 && thr <= 1)) LOG.error("You must specify a --input-thr value comprised between 0.5 and 1");
+	}
+}
+
+// Exactly one genotype input, and every file named readable.
+void sorvane::checkUnphasedFiles() {
 	int n = 0;
 	for (const std::string & opt : input_options) if (options.count(opt)) n ++;
 	if (n == 0) LOG.error("You must specify at least one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf");
 	if (n > 1) LOG.error("You must specify no more than one unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf");
+	checkInputFileSet("input-bed", { ".bed", ".bim", ".fam" }, 3, "Incorrect number of arguments given to --input-bed (it must be 3 files)");
+	checkInputFileSet("input-ped", { ".ped", ".map" }, 2, "Incorrect number of arguments given to --input-ped (it must be 2 files)");
+	checkInputFileSet("input-gen", { ".gen", ".sample" }, 2, "Incorrect number of arguments given to --input-gen (it must be 2 files)");
+	checkInputFile("input-vcf");
+	checkInputFile("input-map");
+	checkInputFileSet("input-ref", { }, 3, "Incorrect number of arguments given to --input-ref (it must be 3 files)");
 }
 
 // A set of `count` files given in full, or, when suffixes are given, as one stem to which

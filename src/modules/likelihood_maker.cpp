@@ -1,4 +1,5 @@
 #include "modules/likelihood_maker.h"
+#include "objects/genotype_graph.h"
 #include "utils/lfile.h"
 
 likelihood_maker::likelihood_maker(genhap_set & _GH, std::vector < std::vector < float > > & _likes, work_queue & _workers) :

@@ -1,4 +1,5 @@
 #include "modules/normaliser.h"
+#include "objects/genotype_graph.h"
 
 normaliser::normaliser(genhap_set & _GH, work_queue & _workers) :
 	stage_module(_GH, _workers, true, "Normalising graphs", "\rNormalising graphs [", "\rNormalising graphs [") {

@@ -1,4 +1,5 @@
 #include "modules/propagater.h"
+#include "objects/genotype_graph.h"
 
 propagater::propagater(genhap_set & _GH, work_queue & _workers) :
 	stage_module(_GH, _workers, true, "Propagating probabilities in graphs", "\rPropagating probabilities in graphs [", "\rPropagating probabilities in graphs [") {

@@ -1,4 +1,6 @@
 #include "modules/rare_phaser.h"
+#include "objects/genotype_graph.h"
+#include "objects/snp_set.h"
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 

@@ -1,4 +1,5 @@
 #include "modules/sampler.h"
+#include "objects/genotype_graph.h"
 
 sampler::sampler(genhap_set & _GH, bool _random, work_queue & _workers, bool _verbose) :
 	stage_module(_GH, _workers, _verbose, "Sampling haplotypes", "\rSampling haplotypes [", "\rSampling haplotypes ["), random(_random) {

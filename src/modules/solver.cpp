@@ -1,4 +1,5 @@
 #include "modules/solver.h"
+#include "objects/genotype_graph.h"
 
 solver::solver(genhap_set & _GH, work_queue & _workers) :
 	stage_module(_GH, _workers, true, "Solving haplotypes", "\rSolving haplotypes [", "\rSolving haplotypes [") {

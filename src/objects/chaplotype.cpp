@@ -72,31 +72,6 @@ std::string chaplotype::toString() const {
 	return s;
 }
 
-// State -1: not yet known which of a and b this haplotype follows; 0: a; 1: b.
-void chaplotype::switcherror(const chaplotype & a, const chaplotype & b, int start, int stop, int & nswitch, int & nerror) const {
-	nswitch = nerror = 0;
-	int state = -1;
-	for (int i = start ; i <= stop ; i ++) {
-		int x = get(i);
-		if (x != a.get(i) && x != b.get(i)) nerror ++;
-		else if (state < 0) state = (x == b.get(i)) ? 1 : 0;
-		else if (state == 0 && x != a.get(i)) { nswitch ++; state = 1; }
-		else if (state == 1 && x != b.get(i)) { nswitch ++; state = 0; }
-	}
-}
-
-// As the member form for a pair against a pair; a site where the genotypes disagree is an error.
-void switcherror(const chaplotype & a0, const chaplotype & a1, const chaplotype & b0, const chaplotype & b1, int start, int stop, int & nswitch, int & nerror) {
-	nswitch = nerror = 0;
-	int state = -1;
-	for (int i = start ; i <= stop ; i ++) {
-		if (a0.get(i) + a1.get(i) != b0.get(i) + b1.get(i)) nerror ++;
-		else if (state < 0) state = (a1.get(i) == b0.get(i)) ? 1 : 0;
-		else if (state == 0 && a0.get(i) != b0.get(i)) { nswitch ++; state = 1; }
-		else if (state == 1 && a0.get(i) != b1.get(i)) { nswitch ++; state = 0; }
-	}
-}
-
 // Bit count, byte count, then the bytes, all in native byte order.
 void chaplotype::write(ofile & f) const {
 	int nbytes = data.size();

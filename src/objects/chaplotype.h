@@ -37,13 +37,10 @@ public:
 	int hamming(const chaplotype & o, int start, int stop) const;
 	int hamming(const chaplotype & o, int start, int stop, int limit) const;
 	int perfectmatch(const chaplotype & o, int start, int stop, int limit) const;
-	void switcherror(const chaplotype & a, const chaplotype & b, int start, int stop, int & nswitch, int & nerror) const;
 
 	void write(ofile & f) const;
 	bool read(ifile & f);
 };
-
-void switcherror(const chaplotype & a0, const chaplotype & a1, const chaplotype & b0, const chaplotype & b1, int start, int stop, int & nswitch, int & nerror);
 
 // Longest run of equal bytes, in bits. The run is abandoned with 0 as soon as the bytes
 // left cannot reach the limit; as that test also fires on the last byte for any positive

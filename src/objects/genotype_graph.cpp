@@ -75,12 +75,6 @@ void genotype_graph::mask1D(int g, std::vector < bool > & seen) const {
 	for (unsigned int b = probsI[g] * type ; b < (probsI[g] + probsC[g]) * type ; b ++) seen[trans[b]] = true;
 }
 
-int genotype_graph::countHaps(int g) const {
-	std::vector < bool > seen;
-	mask1D(g, seen);
-	return std::count(seen.begin(), seen.end(), true);
-}
-
 void genotype_graph::reset() {
 	std::fill(probs.begin(), probs.end(), 0.0f);
 }

@@ -46,7 +46,6 @@ public:
 
 	// Comparisons of the transitions at positions a and b.
 	bool equalP(int a, int b) const;
-	bool equalN(int a, int b) const;
 	bool linked(int a, int b) const;
 
 	// Queries.
@@ -56,7 +55,6 @@ public:
 	int maxN(int g, int pos) const;
 	int maxP(int g, int pos) const;
 	void mask1D(int g, std::vector < bool > & seen) const;
-	int countHaps(int g) const;
 
 	// Probability housekeeping.
 	void reset();
@@ -173,10 +171,6 @@ inline bool genotype_graph::matchNibbles(int a, int b, int shiftA, int shiftB) c
 
 inline bool genotype_graph::equalP(int a, int b) const {
 	return matchNibbles(a, b, 0, 0);
-}
-
-inline bool genotype_graph::equalN(int a, int b) const {
-	return matchNibbles(a, b, 4, 4);
 }
 
 inline bool genotype_graph::linked(int a, int b) const {

@@ -1,5 +1,5 @@
 #include "objects/haplotype_pairs.h"
-#include "containers/genhap_set/genhap_set.h"
+#include "objects/genotype_graph.h"
 #include "utils/lfile.h"
 #include "utils/ofile.h"
 #include "utils/sutils.h"
@@ -82,12 +82,12 @@ void haplotype_pairs::computeFrequencies() {
 	for (float & f : F) f /= total;
 }
 
-void haplotype_pairs::writePairs(genhap_set & GH) {
+void haplotype_pairs::writePairs(const std::vector < genotype_graph * > & units) {
 	ofile f;
 	std::string name = id + ".pairs.gz";
 	if (!f.open(name)) LOG.error("Impossible to create file [" + name + "]");
 	for (unsigned int i = 0 ; i < C.size() ; i ++) {
-		const genotype_graph * g = GH.vecG[i];
+		const genotype_graph * g = units[i];
 		for (unsigned int k = 0 ; k < C[i].size() ; k ++) {
 			f << i << " " << (int)g->type << " " << g->name << " " << g->fname << " " << g->mname << " " << k << " " << sutils::double2str(P[i][k], 5);
 			for (int e : C[i][k]) f << " " << e;

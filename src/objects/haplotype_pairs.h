@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-class genhap_set;
+class genotype_graph;
 
 // Tabulates, over one window of sites, the combinations of window haplotypes that repeated
 // sampling gives each individual: pairs for an unrelated, one haplotype for a haploid,
@@ -36,7 +36,9 @@ public:
 
 	void normaliseProbs();
 	void computeFrequencies();
-	void writePairs(genhap_set & GH);
+	// One line a combination: unit index, its type and names (units[i] is unit i), the
+	// combination's index and probability, then its haplotype indices.
+	void writePairs(const std::vector < genotype_graph * > & units);
 	void writeFreqs();
 
 private:

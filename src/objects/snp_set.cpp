@@ -26,13 +26,6 @@ void snp_set::indexing() {
 	for (int i = 0 ; i < (int)vecS.size() ; i ++) vecS[i]->idx = i;
 }
 
-std::vector < int > snp_set::getIndexes() {
-	std::vector < int > indexes;
-	indexes.reserve(vecS.size());
-	for (snp * s : vecS) indexes.push_back(s->idx);
-	return indexes;
-}
-
 snp * snp_set::getByRef(int bp, std::string & a0, std::string & a1) {
 	auto range = mapS.equal_range(bp);
 	for (auto it = range.first ; it != range.second ; ++ it)
@@ -68,17 +61,6 @@ snp * snp_set::getByRef(int bp, std::string & a0, std::string & a1, int & strand
 		return nullptr;
 	}
 	return match;
-}
-
-// idx[0] is 0; idx[k + 1] is the last site before pos[k], -1 if none.
-void snp_set::pos2indexes(std::vector < int > & pos, std::vector < int > & idx) {
-	idx.clear();
-	idx.push_back(0);
-	for (int p : pos) {
-		int i = 0;
-		while (i < (int)vecS.size() && vecS[i]->bp < p) i ++;
-		idx.push_back(i - 1);
-	}
 }
 
 int snp_set::setCentiMorgan(std::vector < int > & pos, std::vector < double > & cm) {

@@ -28,12 +28,10 @@ public:
 	snp * getByIndex(int i);
 	void put(snp * s);
 	void indexing();
-	std::vector < int > getIndexes();
 
 	snp * getByRef(int bp, std::string & a0, std::string & a1);
 	snp * getByRef(int bp, std::string & a0, std::string & a1, int & strand);
 
-	void pos2indexes(std::vector < int > & pos, std::vector < int > & idx);
 	int setCentiMorgan(std::vector < int > & pos, std::vector < double > & cm);
 	int interpolateCentiMorgan(std::vector < int > & pos, std::vector < double > & cm);
 

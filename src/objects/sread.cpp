@@ -17,10 +17,6 @@ double sread::computeProb(const std::vector < bool > & hap) const {
 	return prob;
 }
 
-bool sread::isPaired() const {
-	return read1 && read2;
-}
-
 void sread::verbose() const {
 	LOG.println(name + " r1=" + sutils::int2str(read1) + " r2=" + sutils::int2str(read2) + " " + toString());
 }

@@ -20,7 +20,6 @@ public:
 	int countHets() const;
 	// Chance of the read given the alleles of one haplotype over the same sites.
 	double computeProb(const std::vector < bool > & hap) const;
-	bool isPaired() const;
 	void verbose() const;
 	std::string toString() const;
 };

@@ -1,4 +1,6 @@
 #include "output/graph_writer.h"
+#include "objects/genotype_graph.h"
+#include "objects/snp_set.h"
 #include "utils/futils.h"
 #include "utils/lfile.h"
 

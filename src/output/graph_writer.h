@@ -6,6 +6,8 @@
 
 #include <string>
 
+class snp;
+
 // Writes the sites and graphs of a set to a binary graph file (v2.2), from which haplotypes
 // can be drawn again without the genotypes. Emission weights, missing bits and the scaffold
 // flag are not part of the format.

@@ -1,4 +1,6 @@
 #include "output/haplotype_writer.h"
+#include "objects/genotype_graph.h"
+#include "objects/snp_set.h"
 #include "output/vcf_output.h"
 #include "utils/globals.h"
 #include "utils/lfile.h"

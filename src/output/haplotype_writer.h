@@ -2,7 +2,7 @@
 #define _HAPLOTYPE_WRITER_H
 
 #include "containers/genhap_set/genhap_set.h"
-#include "input/filter_writer.h"
+#include "output/filter_writer.h"
 #include "utils/ofile.h"
 
 #include <map>

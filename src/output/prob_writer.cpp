@@ -1,4 +1,6 @@
 #include "output/prob_writer.h"
+#include "objects/genotype_graph.h"
+#include "objects/snp_set.h"
 #include "utils/lfile.h"
 #include "utils/ofile.h"
 

@@ -34,10 +34,6 @@ bool lfile::start() {
 	return fd.good();
 }
 
-bool lfile::started() {
-	return !holding && fd.is_open();
-}
-
 void lfile::forget() {
 	holding = false;
 	held.clear();

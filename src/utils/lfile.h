@@ -31,7 +31,6 @@ public:
 	// start(): a run that fails before its work writes no log unless `keepOnError`.
 	bool open(std::string name, bool now = true);
 	bool start();
-	bool started();
 	// The log of a run refused before its work, whose name must not be written.
 	void forget();
 	bool keepOnError;

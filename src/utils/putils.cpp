@@ -36,10 +36,6 @@ void initRandom(long s) {
 	seed = -s;
 }
 
-long getSeed() {
-	return seed;
-}
-
 double getRandom() {
 	std::lock_guard < std::mutex > lock (mutex_rng);
 	if (seed <= 0 || !iy) {
@@ -79,19 +75,6 @@ void normalise(std::vector < double > & v) {
 	for (double x : v) sum += x;
 	if (sum == 0.0) return;
 	for (double & x : v) x /= sum;
-}
-
-double entropy(const std::vector < double > & v) {
-	double e = 0.0;
-	for (double x : v) if (x > 0) e += x * log(x);
-	return e;
-}
-
-double KLdistance(const std::vector < double > & P, const std::vector < double > & Q) {
-	sorvane_assert(P.size() == Q.size());
-	double d = 0.0;
-	for (size_t i = 0 ; i < P.size() ; i ++) if (P[i] > 0 && Q[i] > 0) d += P[i] * (log(P[i]) - log(Q[i]));
-	return d;
 }
 
 std::string getRandomID() {

@@ -13,13 +13,10 @@ extern std::mutex mutex_rng;
 // Random generator and probability helpers.
 namespace putils {
 	void initRandom(long s);
-	long getSeed();
 	double getRandom();
 	int getRandom(int n);
 	int sample(const std::vector < double > & v, double sum);
 	void normalise(std::vector < double > & v);
-	double entropy(const std::vector < double > & v);
-	double KLdistance(const std::vector < double > & P, const std::vector < double > & Q);
 	std::string getRandomID();
 }
 

@@ -36,7 +36,7 @@ TEST(cli_check, SmallCohortWarningAndChecks) {
 	EXPECT_FALSE(has(r.err, warning)) << r.err;
 	EXPECT_TRUE(has(d.read("a.log"), "  * Pedigree information not taken into account\n"));
 
-	EXPECT_TRUE(refused(runSorvane("-check --input-vcf s50.vcf --input-thr 0.5 -L a", d.path), "You must specify a --input-thr value comprised between 0.5 and 1"));
+	for (std::string thr : { "0.5", "nan" }) EXPECT_TRUE(refused(runSorvane("-check --input-vcf s50.vcf --input-thr " + thr + " -L a", d.path), "You must specify a --input-thr value comprised between 0.5 and 1")) << thr;
 	EXPECT_TRUE(refused(runSorvane("-check --input-vcf s50.vcf --input-gen x -L a", d.path), "You must specify no more than one unphased input file"));
 	EXPECT_TRUE(refused(runSorvane("-check -L a", d.path), "You must specify at least one unphased input file"));
 	EXPECT_TRUE(refused(runSorvane("-check --input-vcf s50.vcf --input-ref r1 r2 -L a", d.path), "Incorrect number of arguments given to --input-ref (it must be 3 files)"));

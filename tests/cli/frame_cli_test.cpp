@@ -55,7 +55,7 @@ TEST(cli_frame, UsageHelpVersionAndParseErrors) {
 	r = runSorvane("-check -h", d.path);
 	EXPECT_EQ(r.status, 0);
 	EXPECT_EQ(r.out.compare(0, 33, "Usage: sorvane -check [OPTIONS]\n\n"), 0) << r.out;
-	EXPECT_TRUE(has(r.out, "Input data are from chromosome X")) << r.out;
+	EXPECT_TRUE(has(r.out, "-X [ --chrX ]")) << r.out;
 	EXPECT_FALSE(has(r.out, "Number of burn-in MCMC iterations.")) << r.out;
 	EXPECT_EQ(r.out.find_first_of("\033"), std::string::npos);
 

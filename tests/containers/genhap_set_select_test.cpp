@@ -1,4 +1,8 @@
 #include "containers/genhap_set/genhap_set.h"
+#include "input/filter_reader.h"
+#include "input/reference_reader.h"
+#include "objects/genotype_graph.h"
+#include "objects/snp_set.h"
 #include "utils/putils.h"
 
 #include <gtest/gtest.h>
@@ -190,16 +194,14 @@ TEST(genhap_set_select, RandomChoiceAndMasks) {
 		EXPECT_EQ(std::count(s.begin(), s.end(), true), 1 + std::min(states, 7));
 		EXPECT_TRUE(s[0] && !s[2]);
 	}
-	// Units 1 and 3 of a batch; the family of unit 1 (units 1, 2, 4); the own name of unit 3.
-	std::vector < bool > batch(9, true), family(9, true), kin(9, true);
+	// Units 1 and 3 of a batch; the family of unit 1 (units 1, 2, 4).
+	std::vector < bool > batch(9, true), family(9, true);
 	std::vector < int > slots = { -1, 1, 3 };
 	U.GH.subsetHaplotypes_thread(batch, slots);
 	EXPECT_EQ(batch, std::vector < bool > ({ 1, 1, 0, 1, 1, 1, 0, 0, 1 }));
 	U.GH.subsetHaplotypes_relatives(family, 1);
 	U.GH.subsetHaplotypes_relatives(family, -1);
 	EXPECT_EQ(family, std::vector < bool > ({ 1, 1, 0, 0, 0, 0, 1, 1, 0 }));
-	U.GH.subsetHaplotypes_relatives_old(kin, 3);
-	EXPECT_EQ(kin, std::vector < bool > ({ 1, 1, 1, 1, 1, 1, 0, 0, 1 }));
 	std::vector < bool > wrong(8, true);
 	EXPECT_DEATH(U.GH.subsetHaplotypes_thread(wrong, slots), "mask.size\\(\\) == vecH.size\\(\\)");
 }

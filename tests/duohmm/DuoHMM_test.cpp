@@ -1,4 +1,5 @@
 #include "duohmm/DuoHMM.h"
+#include "duohmm/geneticMap.h"
 #include "duohmm_test_utils.h"
 
 #include <gtest/gtest.h>

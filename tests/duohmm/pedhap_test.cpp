@@ -106,12 +106,11 @@ TEST(pedhap, CorrectsFamilies) {
 		bool flip = (l >= 100 + 7 * (int)i && l < 250 + 11 * (int)i) != (F.fathers[i] != "0" || F.mothers[i] != "0");
 		if (flip) std::swap(phased[2 * i][l], phased[2 * i + 1][l]);
 	}
-	std::string missing;
-	std::vector < std::pair < int, int > > filled;
+	std::vector < std::pair < int, int > > missing, filled;
 	for (const char * id : { "K1", "K2", "K3" }) {
 		int k = F.find(id), f = F.find("F"), m = F.find("M");
 		for (int l = 5 ; l < F.K ; l += 37) {
-			missing += std::string(id) + " x y " + std::to_string(1000000 + 100000 * l) + "\n";
+			missing.push_back({ k, l });
 			phased[2 * k][l] = phased[2 * k + 1][l] = 0;
 			if (F.truth[2 * f][l] == F.truth[2 * f + 1][l] && F.truth[2 * m][l] == F.truth[2 * m + 1][l]) filled.push_back({ k, l });
 		}
@@ -119,13 +118,10 @@ TEST(pedhap, CorrectsFamilies) {
 	ASSERT_GE(filled.size(), 5u);
 	TempDir d;
 	F.write(d, phased);
-	d.write("miss", missing);
 	testing::internal::CaptureStdout();
-	testing::internal::CaptureStderr();
 	pedhap P(d.file("h"), "", 20);
-	P.haps->setMissing(d.file("miss"));
 	testing::internal::GetCapturedStdout();
-	testing::internal::GetCapturedStderr();
+	for (const std::pair < int, int > & x : missing) P.haps->_missing[x.first].set(x.second, true);
 	for (unsigned int i = 0 ; i < F.ids.size() ; i ++) EXPECT_GE(switches(F, *P.haps, i), 2) << F.ids[i];
 	// Its progress line (the count of samples with a parent) is checked by the command-line tests.
 	P.correct();

@@ -112,14 +112,11 @@ TEST(Haplotypes, ReadImputeWrite) {
 	// to the midpoint before its mismatch at 4000, haplotype 2 (allele 1) 1 x 2 to the last
 	// site, haplotypes 3 to 5 (allele 0) 0.5 x 0.5 between the midpoints around site 1.
 	EXPECT_NEAR(H.impute(0, 1), 2 / 4.25, 1e-6);
-	d.write("miss", "b x y 2000\nc x y 2000\nZ x y 2000\n");
-	testing::internal::CaptureStderr();
-	H.setMissing(d.file("miss"));
-	EXPECT_EQ(testing::internal::GetCapturedStderr(), "Read 2 missing genotypes from " + d.file("miss") + "\n");
-	EXPECT_TRUE(H.isMissing("b", 1));
+	H._missing[1].set(1, true);
+	H._missing[2].set(1, true);
 	EXPECT_FLOAT_EQ(H.impute(0, 1), 0.0f);	// only haplotype 1 is left, carrying 0
 	H.haps[0].set(1, false);
-	EXPECT_EQ(H.imputeSample("c"), 1);
+	H.impute("c", 1);
 	EXPECT_EQ(H.haps[4].get(1) + H.haps[5].get(1), 0);
 	testing::internal::CaptureStdout();
 	H.writeHaps(d.file("out"));

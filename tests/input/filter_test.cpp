@@ -1,5 +1,5 @@
 #include "input/filter_reader.h"
-#include "input/filter_writer.h"
+#include "output/filter_writer.h"
 #include "test_utils.h"
 
 #include <map>

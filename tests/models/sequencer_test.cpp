@@ -247,9 +247,6 @@ TEST(sread, ProbabilityOfAHaplotype) {
 	EXPECT_NEAR(r.computeProb({ true, false, false, true }), 0.9 * 0.8, 1e-7);
 	EXPECT_NEAR(r.computeProb({ false, true, true, true }), 0.1 * 0.2, 1e-7);
 	EXPECT_EQ(r.toString(), "0.900 -1.000 0.200 -1.000");
-	EXPECT_FALSE(r.isPaired());
-	r.read1 = r.read2 = 1;
-	EXPECT_TRUE(r.isPaired());
 }
 
 }

@@ -1,5 +1,7 @@
 #include "containers/genhap_set/genhap_set.h"
 #include "modules/rare_phaser.h"
+#include "objects/genotype_graph.h"
+#include "objects/snp_set.h"
 #include "test_utils.h"
 
 namespace {

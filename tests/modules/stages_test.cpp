@@ -7,6 +7,7 @@
 #include "modules/pruner.h"
 #include "modules/sampler.h"
 #include "modules/solver.h"
+#include "objects/genotype_graph.h"
 #include "utils/putils.h"
 
 namespace {

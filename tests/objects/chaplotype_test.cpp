@@ -117,37 +117,6 @@ TEST(chaplotype, DistanceEdgeCases) {
 	EXPECT_EQ(x.perfectmatch(y, 0, 47, 0), 40);
 }
 
-TEST(chaplotype, SwitchErrors) {
-	auto single = [](const chaplotype & h, const chaplotype & a, const chaplotype & b, int start, int stop) {
-		int ns = -1, ne = -1;
-		h.switcherror(a, b, start, stop, ns, ne);
-		return std::make_pair(ns, ne);
-	};
-	auto pair = [](const chaplotype & a0, const chaplotype & a1, const chaplotype & b0, const chaplotype & b1) {
-		int ns = -1, ne = -1;
-		switcherror(a0, a1, b0, b1, 0, 5, ns, ne);
-		return std::make_pair(ns, ne);
-	};
-	// Follows a, jumps to b at 3, back to a at 5; an error at 6 leaves the state alone.
-	chaplotype a(std::vector < bool > ({ 0, 0, 0, 0, 0, 1, 0, 0 }));
-	chaplotype b(std::vector < bool > ({ 1, 0, 1, 1, 1, 0, 0, 1 }));
-	chaplotype h(std::vector < bool > ({ 0, 0, 0, 1, 1, 1, 1, 0 }));
-	EXPECT_EQ(single(h, a, b, 0, 7), std::make_pair(2, 1));
-	EXPECT_EQ(single(h, a, b, 3, 4), std::make_pair(0, 0));
-	EXPECT_EQ(single(h, a, b, 5, 4), std::make_pair(0, 0));
-	// Identical at all sites: the state is set to b at the first site and never left.
-	EXPECT_EQ(single(a, a, a, 0, 7), std::make_pair(0, 0));
-
-	// Pair against pair: genotypes differ at 4; phase flips at 2.
-	chaplotype a0(std::vector < bool > ({ 0, 1, 1, 0, 1, 0 }));
-	chaplotype a1(std::vector < bool > ({ 1, 0, 0, 1, 1, 1 }));
-	chaplotype b0(std::vector < bool > ({ 0, 1, 0, 1, 0, 1 }));
-	chaplotype b1(std::vector < bool > ({ 1, 0, 1, 0, 0, 0 }));
-	EXPECT_EQ(pair(a0, a1, b0, b1), std::make_pair(1, 1));
-	EXPECT_EQ(pair(a0, a1, a0, a1), std::make_pair(0, 0));
-	EXPECT_EQ(pair(a0, a1, a1, a0), std::make_pair(0, 0));
-}
-
 TEST(chaplotype, StreamRoundTrip) {
 	TempDir d;
 	putils::initRandom(5);

@@ -64,7 +64,7 @@ TEST(haplotype_pairs, CountsNormalisesAndWrites) {
 	EXPECT_NEAR(W.F[0] + W.F[1] + W.F[2] + W.F[3], 1.0, 1e-6);
 	genhap_set GH;
 	GH.vecG = { record(2, "U", "0", "0"), record(1, "H", "0", "0"), record(3, "C", "F", "0"), record(4, "K", "P", "M") };
-	W.writePairs(GH);
+	W.writePairs(GH.vecG);
 	W.writeFreqs();
 	EXPECT_EQ(testutils::readCompressed(id + ".pairs.gz"),
 		"0 2 U 0 0 0 0.66667 0 1\n0 2 U 0 0 1 0.33333 0 0\n1 1 H 0 0 0 1.00000 2\n"
@@ -77,7 +77,7 @@ TEST(haplotype_pairs, CountsNormalisesAndWrites) {
 	haplotype_pairs E(empty_id, sites, 4);
 	E.normaliseProbs();
 	E.computeFrequencies();
-	E.writePairs(GH);
+	E.writePairs(GH.vecG);
 	E.writeFreqs();
 	EXPECT_EQ(testutils::readCompressed(empty_id + ".pairs.gz"), "");
 	EXPECT_EQ(testutils::readCompressed(empty_id + ".freqs.gz"), "");

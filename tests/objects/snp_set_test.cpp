@@ -23,7 +23,6 @@ TEST(snp_set, LookupByPositionAndAlleles) {
 	S.put(new snp("1", 300, "A", "T", 5));
 	S.put(new snp("1", 300, "T", "A", 5));
 	S.indexing();
-	EXPECT_EQ(S.getIndexes(), std::vector < int > ({ 0, 1, 2, 3, 4 }));
 	// Index of the site found (-1 for none) and the strand; the exact form gives no strand.
 	auto look = [&](int bp, std::string a0, std::string a1, bool with_strand) {
 		int strand = 99;
@@ -46,22 +45,6 @@ TEST(snp_set, LookupByPositionAndAlleles) {
 	EXPECT_EQ(look(200, "T", "A", true), std::make_pair(-1, -2));
 	EXPECT_EQ(look(300, "T", "A", true), std::make_pair(4, 0));
 	flippable = saved;
-}
-
-TEST(snp_set, Pos2Indexes) {
-	snp_set S;
-	putSites(S, { 10, 20, 30 });
-	std::vector < int > pos, idx = { 7, 7 };
-	S.pos2indexes(pos, idx);
-	EXPECT_EQ(idx, std::vector < int > ({ 0 }));
-	pos = { 5, 10, 11, 25, 30, 40 };
-	S.pos2indexes(pos, idx);
-	EXPECT_EQ(idx, std::vector < int > ({ 0, -1, -1, 0, 1, 1, 2 }));
-
-	snp_set E;
-	S.pos2indexes(pos, idx);
-	E.pos2indexes(pos, idx);
-	EXPECT_EQ(idx, std::vector < int > ({ 0, -1, -1, -1, -1, -1, -1 }));
 }
 
 // Map 100:1 200:2 400:6, mean rate 5/300 cM per bp outside it; a site at exactly 0 cM stays.

@@ -1,5 +1,7 @@
 #include "modes/sorvane.h"
 #include "input/vcf_lines.h"
+#include "objects/genotype_graph.h"
+#include "objects/snp_set.h"
 #include "output/haplotype_writer.h"
 #include "output/prob_writer.h"
 #include "test_utils.h"

@@ -1,11 +1,13 @@
 #include "containers/genhap_set/genhap_set.h"
+#include "input/haplotype_reader.h"
+#include "input/reference_reader.h"
+#include "objects/genotype_graph.h"
+#include "objects/snp_set.h"
 #include "utils/lfile.h"
 #include "utils/putils.h"
 #include "utils/sutils.h"
 
-#include <algorithm>
 #include <map>
-#include <unordered_map>
 
 genhap_set::genhap_set() : sites(nullptr), n_founder(0), n_reference(0) {
 }
@@ -20,26 +22,6 @@ void genhap_set::pushHaplotype(const std::vector < bool > & h, const std::string
 	founder_mask.push_back(true);
 	reference_mask.push_back(true);
 	n_reference ++;
-}
-
-// Appends the haplotypes of graph j that identifier x, a name of graph i, stands for. A
-// name may be j's father, mother and own name at once: the three tests are independent.
-void genhap_set::appendKin(int i, int j, const std::string & x) {
-	const genotype_graph * g = vecG[j];
-	const int n = g->type;
-	// Graphs read from files may name parents of any type of unit: tracks j lacks are skipped.
-	auto add = [&](int a, int b) {
-		for (int c : { a, b }) if (c < n) kin_haps[i].push_back(ind2hap[j][c]);
-	};
-	if (x == g->fname) add(0, 1);
-	if (x == g->mname) {
-		if (n == 3) add(0, 1);
-		else add(2, 3);
-	}
-	if (x == g->name) {
-		if (n == 1) kin_haps[i].push_back(ind2hap[j][0]);
-		else add(0, n - 1);
-	}
 }
 
 void genhap_set::initialise(std::vector < genotype_graph * > & graphs, snp_set * _sites) {
@@ -61,32 +43,13 @@ void genhap_set::initialise(std::vector < genotype_graph * > & graphs, snp_set *
 	reference_mask.assign(founder_mask.size(), false);
 }
 
-// Families and names are indexed so that each graph only meets the graphs it shares a
-// family or a name with; the lists come out as a scan of all pairs would give them.
+// The graphs of each family, ascending, by family number.
 void genhap_set::linkRelatives() {
 	const int N = vecG.size();
 	std::map < int, std::vector < int > > families;
-	std::unordered_map < std::string, std::vector < int > > named;
-	for (int j = 0 ; j < N ; j ++) {
-		families[vecG[j]->famID].push_back(j);
-		for (const std::string * x : { &vecG[j]->fname, &vecG[j]->mname, &vecG[j]->name })
-			if (*x != "0" && (named[*x].empty() || named[*x].back() != j)) named[*x].push_back(j);
-	}
+	for (int j = 0 ; j < N ; j ++) families[vecG[j]->famID].push_back(j);
 	relatives.assign(N, std::vector < int > ());
-	kin_haps.assign(N, std::vector < int > ());
-	std::vector < int > met;
-	for (int i = 0 ; i < N ; i ++) {
-		relatives[i] = families[vecG[i]->famID];
-		const std::string * ids[3] = { &vecG[i]->fname, &vecG[i]->mname, &vecG[i]->name };
-		met.clear();
-		for (const std::string * x : ids) if (*x != "0") {
-			const std::vector < int > & js = named[*x];
-			met.insert(met.end(), js.begin(), js.end());
-		}
-		std::sort(met.begin(), met.end());
-		met.erase(std::unique(met.begin(), met.end()), met.end());
-		for (int j : met) for (const std::string * x : ids) if (*x != "0") appendKin(i, j, *x);
-	}
+	for (int i = 0 ; i < N ; i ++) relatives[i] = families[vecG[i]->famID];
 }
 
 // Graph haplotypes open to conditioning: all but the tracks of parents that are not

@@ -1,15 +1,16 @@
 #ifndef _GENHAP_SET_H
 #define _GENHAP_SET_H
 
-#include "input/haplotype_reader.h"
 #include "containers/genhap_set/haplotype_pbwt.h"
-#include "input/reference_reader.h"
 #include "objects/chaplotype.h"
-#include "objects/genotype_graph.h"
-#include "objects/snp_set.h"
 
 #include <string>
 #include <vector>
+
+class genotype_graph;
+class haplotype_reader;
+class reference_reader;
+class snp_set;
 
 // The shared state of a phasing run: one genotype graph per sampling unit and all
 // haplotypes, those that the graphs sample first and those of the reference panel after
@@ -40,8 +41,6 @@ public:
 	std::vector < int > hap2ind;
 	// Per graph, the graphs of its family, itself included, ascending.
 	std::vector < std::vector < int > > relatives;
-	// Per graph, the haplotypes connected to it by parent and sample names.
-	std::vector < std::vector < int > > kin_haps;
 	std::vector < bool > founder_mask;
 	int n_founder;
 	std::vector < bool > reference_mask;
@@ -65,7 +64,6 @@ public:
 	// never choosing a haplotype twice.
 	void subsetHaplotypes_thread(std::vector < bool > & mask, std::vector < int > & batch);
 	void subsetHaplotypes_relatives(std::vector < bool > & mask, int ind);
-	void subsetHaplotypes_relatives_old(std::vector < bool > & mask, int ind);
 	void subsetHaplotypes_hamming_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
 	void subsetHaplotypes_hamming_IBD(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
 	void subsetHaplotypes_pfmatch_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
@@ -84,7 +82,6 @@ public:
 
 private:
 	void linkRelatives();
-	void appendKin(int i, int j, const std::string & x);
 	void maskFounders();
 	void pushHaplotype(const std::vector < bool > & h, const std::string & name);
 	void findSamples(haplotype_reader & H, std::vector < std::vector < int > > & entries);

@@ -1,5 +1,6 @@
 #include "containers/genhap_set/genhap_set.h"
 #include "containers/genhap_set/haplotype_distance.h"
+#include "objects/genotype_graph.h"
 #include "utils/assertion.h"
 #include "utils/autils.h"
 #include "utils/putils.h"
@@ -105,12 +106,6 @@ int genhap_set::maxBatchSize(const std::vector < bool > & mask, int need, int & 
 		}
 	}
 	return best;
-}
-
-void genhap_set::subsetHaplotypes_relatives_old(std::vector < bool > & mask, int ind) {
-	sorvane_assert(mask.size() == vecH.size());
-	if (ind < 0) return;
-	for (int h : kin_haps[ind]) mask[h] = false;
 }
 
 void genhap_set::subsetHaplotypes_hamming_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected) {

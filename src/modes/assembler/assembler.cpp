@@ -6,14 +6,10 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-assembler::assembler() : n_sample_read(0), n_sample_used(0), n_absent(0), n_family(0), n_group(0), n_group_used(0), n_het(0), n_het_covered(0), n_pir(0), n_pir_used(0) {
+assembler::assembler() : phaser("Assembler"), n_sample_read(0), n_sample_used(0), n_absent(0), n_family(0), n_group(0), n_group_used(0), n_het(0), n_het_covered(0), n_pir(0), n_pir_used(0) {
 }
 
 assembler::~assembler() {
-}
-
-void assembler::assemble(std::vector < std::string > & args) {
-	runPhasing(args, "Assembler");
 }
 
 void assembler::declare_options() {

@@ -26,8 +26,6 @@ public:
 	assembler();
 	~assembler();
 
-	void assemble(std::vector < std::string > & args);
-
 	void declare_options() override;
 	void check_files() override;
 	void verbose_mode() override;

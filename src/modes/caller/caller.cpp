@@ -10,24 +10,15 @@
 
 // The open genotypes of the conditioning samples are draws from their own likelihoods: at
 // low depth most genotypes are open, and leaving them out would leave little to copy from.
-caller::caller() {
+caller::caller() : phaser("Caller") {
 	drawn_known = true;
 }
 
 caller::~caller() {
 }
 
-// The mode runs no verbose_options: the phasing parameters are not listed.
-void caller::call(std::vector < std::string > & args) {
-	declare_options();
-	parse_command_line(args, "Caller");
-	check_options();
-	check_files();
-	verbose_mode();
-	read_files_and_initialise();
-	if (options.count("no-mcmc")) callNoMcmc();
-	else callMcmc();
-	write_files_and_finalise();
+// The phasing parameters are not listed.
+void caller::verbose_options() {
 }
 
 void caller::declare_options() {
@@ -102,19 +93,8 @@ void caller::read_files_and_initialise() {
 	initialiseModel();
 }
 
-// The phasing iterations, with the likelihood weights of the transitions.
-void caller::callMcmc() {
-	phaseMcmc();
-}
-
 // Always the window model on the iterations' own conditioning states, whatever the model
 // options say.
-// Against the reference panel alone, with the likelihood weights made before the graph-form
-// burn-in and again after pruning.
-void caller::callNoMcmc() {
-	phaseNoMcmc();
-}
-
 void caller::phaseIteration(std::string name) {
 	phaseSegment(name);
 }

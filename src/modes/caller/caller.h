@@ -18,16 +18,13 @@ public:
 	caller();
 	~caller();
 
-	void call(std::vector < std::string > & args);
-
 	void declare_options() override;
 	void check_options() override;
 	void check_files() override;
 	void verbose_mode() override;
+	void verbose_options() override;
 	void read_files_and_initialise() override;
 
-	void callMcmc();
-	void callNoMcmc();
 	void phaseIteration(std::string name) override;
 
 protected:

@@ -10,21 +10,10 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-converter::converter() {
+converter::converter() : sorvane("Converter") {
 }
 
 converter::~converter() {
-}
-
-void converter::convert(std::vector < std::string > & args) {
-	declare_options();
-	parse_command_line(args, "Converter");
-	check_options();
-	check_files();
-	verbose_mode();
-	verbose_options();
-	read_files_and_initialise();
-	write_files_and_finalise();
 }
 
 void converter::declare_options() {
@@ -203,7 +192,7 @@ void converter::samplePairs() {
 	for (haplotype_pairs & W : pairs) {
 		W.normaliseProbs();
 		W.computeFrequencies();
-		W.writePairs(GH);
+		W.writePairs(GH.vecG);
 		W.writeFreqs();
 	}
 }

@@ -26,8 +26,6 @@ public:
 	converter();
 	~converter();
 
-	void convert(std::vector < std::string > & args);
-
 	void declare_options() override;
 	void check_options() override;
 	void check_files() override;

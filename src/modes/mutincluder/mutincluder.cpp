@@ -9,22 +9,15 @@
 
 #include <algorithm>
 
-mutincluder::mutincluder() : n_het(0), n_het_covered(0), n_seen(0), n_phased(0), n_pir(0), n_pir_used(0), n_record(0), n_absent(0) {
+mutincluder::mutincluder() : sorvane("Mutincluder"), n_het(0), n_het_covered(0), n_seen(0), n_phased(0), n_pir(0), n_pir_used(0), n_record(0), n_absent(0) {
 }
 
 mutincluder::~mutincluder() {
 }
 
 // The mode runs no verbose_options.
-void mutincluder::mutinclude(std::vector < std::string > & args) {
-	declare_options();
-	parse_command_line(args, "Mutincluder");
-	check_options();
-	check_files();
-	verbose_mode();
-	read_files_and_initialise();
-	includeMutations();
-	write_files_and_finalise();
+// The mutation mode lists no parameters.
+void mutincluder::verbose_options() {
 }
 
 void mutincluder::declare_options() {
@@ -121,7 +114,7 @@ void mutincluder::read_files_and_initialise() {
 	records.open(options["input-bam"].as < std::string > (), n_found, n_missed);
 }
 
-void mutincluder::includeMutations() {
+void mutincluder::work() {
 	std::vector < std::vector < std::string > > samples;
 	for (genotype_graph * g : GH.vecG) samples.push_back({ g->name });
 	pir_file records (sites.get(), samples);

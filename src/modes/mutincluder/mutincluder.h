@@ -37,16 +37,16 @@ public:
 	mutincluder();
 	~mutincluder();
 
-	void mutinclude(std::vector < std::string > & args);
-
 	void declare_options() override;
 	void check_files() override;
 	void verbose_mode() override;
+	void verbose_options() override;
 	void read_files_and_initialise() override;
+	// One pass over the PIR file.
+	void work() override;
 	void write_files_and_finalise() override;
 
-	// One pass over the PIR file; one record of it, false at the end of the file.
-	void includeMutations();
+	// One record of the PIR file, false at the end of the file.
 	bool includeRecord(pir_file & records);
 };
 

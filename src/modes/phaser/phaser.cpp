@@ -15,29 +15,19 @@
 #include <algorithm>
 #include <map>
 
-phaser::phaser() : stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), n_batch(1), predefined_states(false), pbwt_selection(false), window_mb(0.0), drawn_known(false), stage_mark(std::chrono::steady_clock::now()), n_iterations(0), n_iterations_done(0), iteration_seconds(0.0) {
+phaser::phaser() : phaser("Phaser") {
+}
+
+phaser::phaser(const std::string & name) : sorvane(name), stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), n_batch(1), predefined_states(false), pbwt_selection(false), window_mb(0.0), drawn_known(false), stage_mark(std::chrono::steady_clock::now()), n_iterations(0), n_iterations_done(0), iteration_seconds(0.0) {
 }
 
 phaser::~phaser() {
 	desallocateMemory();
 }
 
-void phaser::phase(std::vector < std::string > & args) {
-	runPhasing(args, "Phaser");
-}
-
-// The sequence of a mode built on phasing, `name` heading its command line parse.
-void phaser::runPhasing(std::vector < std::string > & args, const std::string & name) {
-	declare_options();
-	parse_command_line(args, name);
-	check_options();
-	check_files();
-	verbose_mode();
-	verbose_options();
-	read_files_and_initialise();
-	if (options.count("no-mcmc")) phaseNoMcmc();
+void phaser::work() {
+	if (settings.no_mcmc) phaseNoMcmc();
 	else phaseMcmc();
-	write_files_and_finalise();
 }
 
 void phaser::declare_options() {
@@ -52,21 +42,12 @@ void phaser::declare_options() {
 		("no-mcmc", "No MCMC iteration (just phase given the reference panel haplotypes).");
 
 	bpo::options_description opt_input ("\033[33mInput files options\033[0m", 80, 40);
+	declareUnphasedInput(opt_input);
 	opt_input.add_options()
-		("input-ped,P", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in PED/MAP format.")
-		("missing-code", bpo::value< std::string >()->default_value("0"), "Missing data character in PED/MAP format.")
-		("input-bed,B", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in BED/BIM/FAM format.")
-		("noped", "No pedigree information taken into account.")
 		("duohmm", "Phase pedigrees using the duoHMM algorithm.")
-		("input-gen,G", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in GEN/SAMPLE format.")
-		("input-thr", bpo::value< double >()->default_value(0.9, "0.9"), "Probability threshold used to call genotypes in GEN file.")
-		("input-vcf,V", bpo::value< std::string >(), "Unphased genotypes in VCF format.")
-		("input-map,M", bpo::value< std::string >(), "Genetic map in HapMap format.")
-		("input-ref,R", bpo::value< std::vector < std::string > >()->multitoken(), "Reference set of haplotypes in HAPS/SAMPLE format.")
 		("input-init", bpo::value< std::vector < std::string > >()->multitoken(), "Phased haplotypes in HAPS/SAMPLE format used for initialisation.")
 		("input-sex", bpo::value< std::string >(), "Sex of the samples.")
 		("missing-maf", "MAF based initialisation of missing genotypes prior to phasing")
-		("chrX,X", "Unphased genotypes are from chromosome X non autosomal region.")
 		("force", "proceed with phasing regardless of QC warnings.");
 
 	bpo::options_description opt_model ("\033[33mModel options\033[0m", 80, 40);
@@ -137,12 +118,22 @@ void phaser::check_options() {
 		double rho = options["rho"].as < double > ();
 		if (!(rho > 0 && rho < 1)) LOG.error("You must specify a rho value comprised between 0 and 1");
 	}
-	if (!options["input-thr"].defaulted()) {
-		double thr = options["input-thr"].as < double > ();
-		if (!(thr > 0.5 && thr <= 1)) LOG.error("You must specify a --input-thr value comprised between 0.5 and 1");
-	}
+	checkUnphasedOptions();
 	if (options.count("no-mcmc") && !options.count("input-ref"))
 		LOG.error("To get rid of the MCMC scheme, you must specify a reference panel of haplotypes via --input-ref");
+}
+
+void phaser::settle() {
+	settings.burn = options["burn"].as < int > ();
+	settings.prune = options["prune"].as < int > ();
+	settings.main = options["main"].as < int > ();
+	settings.runs = options["run"].as < int > ();
+	settings.states = options["states"].as < int > ();
+	settings.states_pmatch = options["states-pmatch"].as < int > ();
+	settings.states_random = options["states-random"].as < int > ();
+	settings.states_cov = options["states-cov"].as < int > ();
+	settings.threads = options["thread"].as < int > ();
+	settings.no_mcmc = options.count("no-mcmc") > 0;
 }
 
 // Stops before the MCMC rather than at the refinement, which needs both parents' columns.
@@ -161,16 +152,10 @@ void phaser::checkRange(const std::string & option, int low, int high) {
 
 void phaser::check_files() {
 	sorvane::check_files();
-	checkUnphasedInputCount();
+	checkUnphasedFiles();
 	if (!options.count("output-max") && !options.count("output-graph") && !options.count("output-vcf"))
 		LOG.error("You must specify at least one output file with --output-max, --output-vcf and/or --output-graph");
-	checkInputFileSet("input-bed", { ".bed", ".bim", ".fam" }, 3, "Incorrect number of arguments given to --input-bed (it must be 3 files)");
-	checkInputFileSet("input-ped", { ".ped", ".map" }, 2, "Incorrect number of arguments given to --input-ped (it must be 2 files)");
-	checkInputFileSet("input-gen", { ".gen", ".sample" }, 2, "Incorrect number of arguments given to --input-gen (it must be 2 files)");
-	checkInputFile("input-vcf");
-	checkInputFile("input-map");
 	checkInputFile("input-sex");
-	checkInputFileSet("input-ref", { }, 3, "Incorrect number of arguments given to --input-ref (it must be 3 files)");
 	checkInputFileSet("input-init", { ".haps", ".sample" }, 2, "Incorrect number of arguments given to --input-init (it must be 2 files)");
 	checkOutputFileSet("output-max", { ".haps", ".sample" });
 	checkOutputFile("output-vcf");
@@ -208,19 +193,14 @@ void phaser::verboseSettings() {
 
 void phaser::verbose_options() {
 	sorvane::verbose_options();
-	int burn = options["burn"].as < int > ();
-	int prune = options["prune"].as < int > ();
-	int run = pruningRuns();
-	int main = options["main"].as < int > ();
-	if (options.count("no-mcmc")) LOG.println("  * No MCMC");
-	else LOG.println("  * MCMC: " + sutils::int2str(burn + prune * run + main) + " iterations [" + sutils::int2str(burn) + " B + " + sutils::int2str(run) + " runs of " + sutils::int2str(prune) + " P + " + sutils::int2str(main) + " M]");
+	const phasing_settings & s = settings;
+	const int run = pruningRuns();
+	if (s.no_mcmc) LOG.println("  * No MCMC");
+	else LOG.println("  * MCMC: " + sutils::int2str(s.burn + s.prune * run + s.main) + " iterations [" + sutils::int2str(s.burn) + " B + " + sutils::int2str(run) + " runs of " + sutils::int2str(s.prune) + " P + " + sutils::int2str(s.main) + " M]");
 	LOG.print("  * Model: ");
-	if (model_version1) LOG.print(sutils::int2str(options["states"].as < int > ()) + " states per segment ");
+	if (model_version1) LOG.print(sutils::int2str(s.states) + " states per segment ");
 	else {
-		int H = options["states"].as < int > ();
-		int PM = options["states-pmatch"].as < int > ();
-		int R = options["states-random"].as < int > ();
-		int COV = options["states-cov"].as < int > ();
+		const int H = s.states, PM = s.states_pmatch, R = s.states_random, COV = s.states_cov;
 		LOG.print(sutils::int2str(H + PM + R + COV) + " states per window [" + sutils::int2str(H) + " H + " + sutils::int2str(PM) + " PM + " + sutils::int2str(R) + " R + " + sutils::int2str(COV) + " COV ] / Windows of ~" + sutils::double2str(options["window"].as < double > (), 1) + " Mb ");
 	}
 	if (options.count("input-map")) LOG.println("/ Ne = " + sutils::int2str(options["effective-size"].as < int > ()));
@@ -280,7 +260,7 @@ void phaser::readPanelAndMap(reference_reader & readerR, snp_set * study_sites) 
 void phaser::buildGraphs(genotype_reader & readerG, reference_reader & readerR, std::vector < std::map < std::string, int > > & units) {
 	endStage("reading");
 	// Threads beyond the number of sampling units would have nothing to do.
-	n_thread = std::max(1, std::min(options["thread"].as < int > (), (int)units.size()));
+	n_thread = std::max(1, std::min(settings.threads, (int)units.size()));
 	workers.reset(new work_queue(n_thread));
 	builder B(readerG, units, *workers);
 	B.build();
@@ -305,11 +285,11 @@ void phaser::initialiseHaplotypes() {
 }
 
 void phaser::initialiseModel() {
-	int K = options["states"].as < int > ();
-	if (!model_version1) K += options["states-pmatch"].as < int > () + options["states-random"].as < int > () + options["states-cov"].as < int > ();
+	int K = settings.states;
+	if (!model_version1) K += settings.states_pmatch + settings.states_random + settings.states_cov;
 	if (options.count("input-map")) hmm.initialise(*GH.sites, options["effective-size"].as < int > ());
 	else hmm.initialise(*GH.sites, options["rho"].as < double > ());
-	int H = GH.n_reference + (options.count("no-mcmc") ? 0 : GH.n_founder);
+	int H = GH.n_reference + (settings.no_mcmc ? 0 : GH.n_founder);
 	hmm.update(H, std::min(K, H));
 	if (model_version1 || predefined_states) return;
 	// In a small study alone the Hamming selection takes a large share of all haplotypes and
@@ -321,7 +301,7 @@ void phaser::initialiseModel() {
 }
 
 const std::vector < bool > & phaser::conditioningMask() {
-	return options.count("no-mcmc") ? GH.reference_mask : GH.founder_mask;
+	return settings.no_mcmc ? GH.reference_mask : GH.founder_mask;
 }
 
 // A batch of the iterations masks the haplotypes of all its samples for each of them, and
@@ -331,7 +311,7 @@ const std::vector < bool > & phaser::conditioningMask() {
 // the same batch, whose haplotypes are being redrawn, so with them the samples are phased
 // one at a time.
 void phaser::limitThreads() {
-	int requested = options["thread"].as < int > ();
+	int requested = settings.threads;
 	std::string why = "no more samples can be phased at once while each keeps at least " + sutils::int2str(min_conditioning) + " haplotypes to copy from";
 	int bound = 1;
 	if (predefined_states) {

@@ -18,6 +18,24 @@
 
 class genotype_reader;
 
+// The options that the iterations and their threads read, taken once from the checked
+// command line (settle), so that no worker looks an option up by name.
+struct phasing_settings {
+	int burn;
+	int prune;
+	int main;
+	int runs;
+	// Conditioning states per window by selection: Hamming (or PBWT), perfect match,
+	// random, coverage.
+	int states;
+	int states_pmatch;
+	int states_random;
+	int states_cov;
+	// --thread as given.
+	int threads;
+	bool no_mcmc;
+};
+
 // The phasing mode.
 class phaser : public sorvane {
 public:
@@ -103,17 +121,20 @@ public:
 	// them. Empty without reads.
 	std::vector < std::vector < int > > read_pinned;
 
+	phasing_settings settings {};
+
 	phaser();
 	~phaser();
 
-	void phase(std::vector < std::string > & args);
-
 	void declare_options() override;
 	void check_options() override;
+	void settle() override;
 	void check_files() override;
 	void verbose_mode() override;
 	void verbose_options() override;
 	void read_files_and_initialise() override;
+	// The iterations, or with --no-mcmc the phasing against the panel alone.
+	void work() override;
 	void write_files_and_finalise() override;
 
 	void readCopyingStates(std::string file);
@@ -135,6 +156,8 @@ public:
 	void phaseGraph(int ind, int worker);
 
 protected:
+	// name: what the messages of a mode built on phasing call it.
+	explicit phaser(const std::string & name);
 	// Steps of the set-up shared with the modes built on phasing.
 	void readSamples(genotype_reader & readerG);
 	void readPanelAndMap(reference_reader & readerR, snp_set * study_sites);
@@ -144,7 +167,6 @@ protected:
 	// Weights of the graph transitions besides the model's, made before the first iteration
 	// and again after each pruning, which renumbers the transitions. Phasing has none.
 	virtual void weighGraphs();
-	void runPhasing(std::vector < std::string > & args, const std::string & name);
 	// Rounds of pruning iterations, each ending in a pruning of the graphs.
 	virtual int pruningRuns();
 	// The settings that the modes built on phasing list under their mode line.

@@ -1,5 +1,6 @@
 #include "modes/phaser/phaser.h"
 #include "models/haplotype_segment.h"
+#include "objects/snp_set.h"
 #include "utils/assertion.h"
 #include "utils/autils.h"
 #include "utils/lfile.h"
@@ -23,7 +24,7 @@ void phaser::phaseSegment(int ind, int worker) {
 	G->cluster(span, w, left_site, right_site, left_segment, right_segment);
 
 	// Neither the batch nor the individual's own family may be copied from.
-	const genhap_set::state_counts n = { options["states"].as < int > (), options["states-pmatch"].as < int > (), options["states-random"].as < int > (), options["states-cov"].as < int > (), ibd_relatives, min_conditioning, pbwt_selection };
+	const genhap_set::state_counts n = { settings.states, settings.states_pmatch, settings.states_random, settings.states_cov, ibd_relatives, min_conditioning, pbwt_selection };
 	std::vector < std::vector < int > > conditional_index;
 	GH.conditioningSets(hap_mask, ind, n, left_site, right_site, conditional_index);
 	for (unsigned int k = 0 ; k < conditional_index.size() ; k ++) sorvane_assert((int)conditional_index[k].size() >= min_conditioning);

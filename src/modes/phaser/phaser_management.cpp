@@ -4,6 +4,7 @@
 #include "modules/pruner.h"
 #include "modules/rare_phaser.h"
 #include "modules/solver.h"
+#include "objects/snp_set.h"
 #include "output/graph_writer.h"
 #include "output/haplotype_writer.h"
 #include "utils/assertion.h"
@@ -85,10 +86,10 @@ void phaser::shuffle() {
 }
 
 void phaser::phaseMcmc() {
-	int B = options["burn"].as < int > ();
+	int B = settings.burn;
 	int R = pruningRuns();
-	int P = options["prune"].as < int > ();
-	int M = options["main"].as < int > ();
+	int P = settings.prune;
+	int M = settings.main;
 	endStage("graphs");
 	n_iterations = B + R * P + M;
 
@@ -152,7 +153,7 @@ void phaser::weighGraphs() {
 }
 
 int phaser::pruningRuns() {
-	return options["run"].as < int > ();
+	return settings.runs;
 }
 
 void phaser::phaseIteration(std::string name) {
@@ -201,7 +202,7 @@ void phaser::runBatches(std::string name, void (phaser::*step)(int, int), bool g
 	hap_mask = open;
 	if (graph) {
 		autils::findUniqueSet(hap_mask, graph_haps);
-		graph_model.reset(new haplotype_graph(GH.vecH, graph_haps, options["states"].as < int > ()));
+		graph_model.reset(new haplotype_graph(GH.vecH, graph_haps, settings.states));
 	}
 	std::vector < int > batch, moved;
 	auto openBatch = [&](int first, int last) {

@@ -7,57 +7,27 @@
 
 #include <map>
 
-summarizer::summarizer() {
+summarizer::summarizer() : sorvane("Summarizer") {
 }
 
 summarizer::~summarizer() {
 }
 
-void summarizer::summarize(std::vector < std::string > & args) {
-	declare_options();
-	parse_command_line(args, "Summarizer");
-	check_options();
-	check_files();
-	verbose_mode();
-	verbose_options();
-	read_files_and_initialise();
-	write_files_and_finalise();
-}
-
 void summarizer::declare_options() {
 	sorvane::declare_options();
 	bpo::options_description opt_input ("\033[33mInput files options\033[0m", 80, 40);
-	opt_input.add_options()
-		("input-ped,P", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in Plink PED/MAP format.")
-		("missing-code", bpo::value< std::string >()->default_value("0"), "Missing data character in PED/MAP format.")
-		("input-bed,B", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in Plink BED/BIM/FAM format.")
-		("noped", "No pedigree information taken into account.")
-		("input-gen,G", bpo::value< std::vector < std::string > >()->multitoken(), "Unphased genotypes in Fillgen2 GEN/SAMPLE format.")
-		("input-thr", bpo::value< double >()->default_value(0.9, "0.9"), "Probability threshold used to call a genotype in GEN file.")
-		("input-vcf,V", bpo::value< std::string >(), "Unphased genotypes in VCF format.")
-		("input-map,M", bpo::value< std::string >(), "Genetic map in HapMap format.")
-		("input-ref,R", bpo::value< std::vector < std::string > >()->multitoken(), "Reference set of haplotypes in Fillgen2 format.")
-		("chrX,X", "Input data are from chromosome X non autosomal region.");
+	declareUnphasedInput(opt_input);
 	descriptions.add(opt_input);
 }
 
 void summarizer::check_options() {
 	sorvane::check_options();
-	if (!options["input-thr"].defaulted()) {
-		double thr = options["input-thr"].as < double > ();
-		if (thr <= 0.5 || thr > 1) LOG.error("You must specify a --input-thr value comprised between 0.5 and 1");
-	}
+	checkUnphasedOptions();
 }
 
 void summarizer::check_files() {
 	sorvane::check_files();
-	checkUnphasedInputCount();
-	checkInputFileSet("input-bed", { ".bed", ".bim", ".fam" }, 3, "Incorrect number of arguments given to --input-bed (it must be 3 files)");
-	checkInputFileSet("input-ped", { ".ped", ".map" }, 2, "Incorrect number of arguments given to --input-ped (it must be 2 files)");
-	checkInputFileSet("input-gen", { ".gen", ".sample" }, 2, "Incorrect number of arguments given to --input-gen (it must be 2 files)");
-	checkInputFile("input-vcf");
-	checkInputFile("input-map");
-	checkInputFileSet("input-ref", { }, 3, "Incorrect number of arguments given to --input-ref (it must be 3 files)");
+	checkUnphasedFiles();
 }
 
 void summarizer::verbose_mode() {

@@ -12,8 +12,6 @@ public:
 	summarizer();
 	~summarizer();
 
-	void summarize(std::vector < std::string > & args);
-
 	void declare_options() override;
 	void check_options() override;
 	void check_files() override;

@@ -1,4 +1,5 @@
-#include "input/filter_writer.h"
+#include "output/filter_writer.h"
+#include "input/filter_reader.h"
 
 filter_writer::filter_writer() : pos_from(0), pos_to(1000000000) {
 }

@@ -1,10 +1,10 @@
 #ifndef _FILTER_WRITER_H
 #define _FILTER_WRITER_H
 
-#include "input/filter_reader.h"
-
 #include <map>
 #include <string>
+
+class filter_reader;
 
 // Selects, while files are written, which of the processed sites and samples are output.
 class filter_writer {
