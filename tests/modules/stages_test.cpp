@@ -111,9 +111,9 @@ TEST(stages, StagesOnOneAndTwoThreads) {
 	EXPECT_NE(normalised[0], propagated[0]);
 }
 
-// The log gets the stage's line between empty lines, the screen one progress line per unit;
-// likelihood_maker words its threaded progress differently; an empty set still prints; a
-// sampler without verbose prints nothing at all.
+// The log gets the stage's line between empty lines, the screen one progress line per unit
+// finished, in order; likelihood_maker words its threaded progress differently; an empty set
+// still prints; a sampler without verbose prints nothing at all.
 TEST(stages, LogLinesAndProgress) {
 	testutils::TempDir d;
 	putils::initRandom(4);
@@ -138,11 +138,8 @@ TEST(stages, LogLinesAndProgress) {
 		testutils::silenceLog();
 		LOG.terminal = false;
 		EXPECT_EQ(log, c.verbose ? "\n" + c.line + "\n\n" : "");
-		std::string all = c.verbose ? "\n\n" : "";
-		for (int i = 1 ; i <= c.n && c.verbose ; i ++) {
-			all += c.progress + std::to_string(i) + "/" + std::to_string(c.n) + "]";
-			EXPECT_NE(screen.find(c.progress + std::to_string(i) + "/3]"), std::string::npos) << screen;
-		}
-		EXPECT_EQ(screen.size(), all.size()) << screen;
+		std::string all;
+		for (int i = 1 ; i <= c.n ; i ++) all += c.progress + std::to_string(i) + "/" + std::to_string(c.n) + "]";
+		EXPECT_EQ(screen, c.verbose ? "\n" + all + "\n" : "");
 	}
 }
