@@ -82,7 +82,7 @@ private:
 	void work(int worker);
 	// Runs `body` on every worker, the calling thread included, and waits for all of them.
 	void together(const std::function < void (int worker) > & body);
-	// Claims items until none is left, timing each into item_seconds when `timed`.
+	// Claims items until none is left, timing each into the batch figures when `timed`.
 	void claim(int worker, const item_task & task, const progress_report & progress, bool timed);
 	void fail();
 };

@@ -3,8 +3,6 @@
 #include "modules/builder.h"
 #include "objects/genotype_graph_test_utils.h"
 
-#include <algorithm>
-
 using graphtest::dump;
 using graphtest::fault;
 
