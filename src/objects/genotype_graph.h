@@ -87,6 +87,7 @@ public:
 	void pruneAndMerge(double threshold);
 	int consolide(std::vector < bool > & keep);
 	void join2cond();
+	void conditionals(std::vector < float > & c) const;
 	void mask(std::vector < std::vector < std::vector < std::vector < bool > > > > & masks);
 	void cluster(int length, int window, std::vector < int > & start, std::vector < int > & stop, std::vector < int > & segStart, std::vector < int > & segStop);
 	void cluster(std::vector < int > & breaks, std::vector < int > & start, std::vector < int > & stop, std::vector < int > & segStart, std::vector < int > & segStop);
@@ -106,6 +107,12 @@ public:
 	void forward(std::vector < std::vector < double > > & F);
 	void backward(std::vector < std::vector < double > > & B);
 	void expectation(std::vector < std::vector < double > > & F, std::vector < std::vector < double > > & B);
+	// Phase confidence of the member whose haplotypes are on tracks a and b: sites are its
+	// heterozygous sites in order, alleles[k] its two alleles written at sites[k] (bit 0 the
+	// first haplotype's, bit 1 the second's). pp[k - 1] is the probability that its two
+	// haplotypes at sites[k - 1] and sites[k] are the written pair, whichever way round; NaN
+	// where the graph gives no path any mass.
+	void phaseConfidence(int a, int b, const std::vector < int > & sites, const std::vector < unsigned char > & alleles, std::vector < double > & pp) const;
 
 	// Emission weights of the transitions from genotype likelihoods, three per site (0, 1, 2
 	// copies of the second allele), over the sites left open by missing genotypes.
@@ -129,6 +136,9 @@ private:
 	unsigned int largestGroup() const;
 	template < class Tables > int storeWith(Tables tables, bool doubling, const std::string & where);
 	template < class Tables > int sampleWith(std::vector < chaplotype > & H, std::vector < int > & indexes, Tables tables, bool doubling, bool additive, const std::string & where);
+	void forward(const std::vector < float > & w, std::vector < std::vector < double > > & F) const;
+	void backward(const std::vector < float > & w, std::vector < std::vector < double > > & B) const;
+	double pairProbability(const std::vector < float > & w, const std::vector < std::vector < double > > & F, const std::vector < std::vector < double > > & B, int a, int b, int s1, int l1, int s2, int l2, unsigned char x1, unsigned char x2) const;
 	template < class Choose > void walk(std::vector < int > & path, Choose choose);
 	template < class Weight > double groupWeights(int g, bool backward, const std::vector < int > & path, std::vector < double > & w, Weight weigh) const;
 	void computeLikes(const std::vector < float > * const * GL, const int (* genotypes)[2], int members);

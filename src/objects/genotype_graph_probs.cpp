@@ -5,9 +5,11 @@
 #include "utils/sutils.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <iostream>
+#include <limits>
 #include <sstream>
 
 // Sums below 1e-300 are taken as underflow.
@@ -204,21 +206,29 @@ static void rescale(std::vector < double > & x, double total) {
 }
 
 void genotype_graph::forward(std::vector < std::vector < double > > & F) {
+	forward(probs, F);
+}
+
+void genotype_graph::backward(std::vector < std::vector < double > > & B) {
+	backward(probs, B);
+}
+
+void genotype_graph::forward(const std::vector < float > & w, std::vector < std::vector < double > > & F) const {
 	sizeByGroups(F, probsC);
-	for (unsigned int k = 0 ; k < probsC[0] ; k ++) F[0][k] = probs[k];
+	for (unsigned int k = 0 ; k < probsC[0] ; k ++) F[0][k] = w[k];
 	for (unsigned int g = 1 ; g < probsC.size() ; g ++) {
 		double total = 0.0;
 		for (unsigned int k = 0 ; k < probsC[g] ; k ++) {
 			int t = probsI[g] + k;
 			for (unsigned int m = 0 ; m < probsC[g - 1] ; m ++)
-				if (linked((probsI[g - 1] + m) * type, t * type)) F[g][k] += probs[t] * F[g - 1][m];
+				if (linked((probsI[g - 1] + m) * type, t * type)) F[g][k] += w[t] * F[g - 1][m];
 			total += F[g][k];
 		}
 		rescale(F[g], total);
 	}
 }
 
-void genotype_graph::backward(std::vector < std::vector < double > > & B) {
+void genotype_graph::backward(const std::vector < float > & w, std::vector < std::vector < double > > & B) const {
 	sizeByGroups(B, probsC);
 	const int last = probsC.size() - 1;
 	B[last].assign(probsC[last], 1.0);
@@ -228,12 +238,80 @@ void genotype_graph::backward(std::vector < std::vector < double > > & B) {
 			int pos = (probsI[g] + k) * type;
 			for (unsigned int m = 0 ; m < probsC[g + 1] ; m ++) {
 				int t = probsI[g + 1] + m;
-				if (linked(pos, t * type)) B[g][k] += probs[t] * B[g + 1][m];
+				if (linked(pos, t * type)) B[g][k] += w[t] * B[g + 1][m];
 			}
 			total += B[g][k];
 		}
 		rescale(B[g], total);
 	}
+}
+
+// The stored probabilities of the groups, made conditional on the previous-side state, are a
+// Markov chain over the transitions whose paths are the phasings of the unit. Each member is
+// followed along a path as buildGuesses does: in an unordered pair the haplotype on a byte
+// goes on to the byte of the next transition whose previous side is its fragment, either way
+// with even chances when both carry the same fragment.
+void genotype_graph::phaseConfidence(int a, int b, const std::vector < int > & sites, const std::vector < unsigned char > & alleles, std::vector < double > & pp) const {
+	pp.assign(sites.empty() ? 0 : sites.size() - 1, std::numeric_limits < double >::quiet_NaN());
+	if (sites.size() < 2) return;
+	std::vector < float > w;
+	conditionals(w);
+	std::vector < std::vector < double > > F, B;
+	forward(w, F);
+	backward(w, B);
+	// The segment of each site and the site's place in it.
+	std::vector < int > seg, local;
+	int s = 0, first = 0;
+	for (int site : sites) {
+		while (s < (int)HapsS.size() && site >= first + (int)HapsS[s]) first += HapsS[s ++];
+		if (s == (int)HapsS.size()) break;
+		seg.push_back(s);
+		local.push_back(site - first);
+	}
+	for (unsigned int k = 1 ; k < seg.size() ; k ++)
+		pp[k - 1] = pairProbability(w, F, B, a, b, seg[k - 1], local[k - 1], seg[k], local[k], alleles[k - 1], alleles[k]);
+}
+
+// Mass of the paths per transition of group g (whose next side is segment g), split by the
+// alleles at the first site of the pair of the haplotypes on bytes a (bit 0) and b (bit 1).
+double genotype_graph::pairProbability(const std::vector < float > & w, const std::vector < std::vector < double > > & F, const std::vector < std::vector < double > > & B, int a, int b, int s1, int l1, int s2, int l2, unsigned char x1, unsigned char x2) const {
+	typedef std::array < double, 4 > split;
+	auto fragment = [&](int g, unsigned int k, int track) { return trans[(probsI[g] + k) * type + track] >> 4; };
+	std::vector < split > mass (probsC[s1], split { 0.0, 0.0, 0.0, 0.0 }), next;
+	for (unsigned int k = 0 ; k < probsC[s1] ; k ++) mass[k][getA(s1, fragment(s1, k, a), l1) | (getA(s1, fragment(s1, k, b), l1) << 1)] = F[s1][k];
+	for (int g = s1 + 1 ; g <= s2 ; g ++) {
+		next.assign(probsC[g], split { 0.0, 0.0, 0.0, 0.0 });
+		double total = 0.0;
+		for (unsigned int k = 0 ; k < probsC[g] ; k ++) {
+			const int t = probsI[g] + k, pos = t * type;
+			const int lo0 = trans[pos] & 15, lo1 = type > 1 ? trans[pos + 1] & 15 : lo0;
+			for (unsigned int m = 0 ; m < probsC[g - 1] ; m ++) {
+				const int from = (probsI[g - 1] + m) * type;
+				if (!linked(from, pos)) continue;
+				// Share of the mass whose haplotypes change bytes on the way.
+				double crossed = 0.0;
+				if (unordered()) crossed = (lo0 == lo1) ? 0.5 : ((trans[from] >> 4) != lo0);
+				for (int x = 0 ; x < 4 ; x ++) {
+					const double v = mass[m][x] * w[t];
+					next[k][x] += (1.0 - crossed) * v;
+					next[k][((x & 1) << 1) | (x >> 1)] += crossed * v;
+					total += v;
+				}
+			}
+		}
+		if (total > 0) for (split & s : next) for (double & v : s) v /= total;
+		mass.swap(next);
+	}
+	// The two haplotypes of the pair as two-bit codes (first site bit 0), against the written ones.
+	const int w0 = (x1 & 1) | ((x2 & 1) << 1), w1 = (x1 >> 1) | ((x2 >> 1) << 1);
+	double agree = 0.0, total = 0.0;
+	for (unsigned int k = 0 ; k < probsC[s2] ; k ++) for (int x = 0 ; x < 4 ; x ++) {
+		const double v = mass[k][x] * B[s2][k];
+		const int h0 = (x & 1) | (getA(s2, fragment(s2, k, a), l2) << 1), h1 = (x >> 1) | (getA(s2, fragment(s2, k, b), l2) << 1);
+		total += v;
+		if ((h0 == w0 && h1 == w1) || (h0 == w1 && h1 == w0)) agree += v;
+	}
+	return total > 0 ? agree / total : std::numeric_limits < double >::quiet_NaN();
 }
 
 void genotype_graph::expectation(std::vector < std::vector < double > > & F, std::vector < std::vector < double > > & B) {

@@ -330,26 +330,35 @@ int genotype_graph::consolide(std::vector < bool > & keep) {
 // Transitions sharing their previous-side state form one class; within each class the
 // weights become conditional on that state, uniform for a class without mass.
 void genotype_graph::join2cond() {
+	std::vector < float > c;
+	conditionals(c);
+	probs.swap(c);
+}
+
+// What join2cond makes of probs, into c, the graph left as it is.
+void genotype_graph::conditionals(std::vector < float > & c) const {
+	c.resize(probs.size());
 	std::vector < int > first, member;
 	std::vector < double > sum;
+	std::vector < int > size;
 	for (unsigned int g = 0 ; g < probsC.size() ; g ++) {
 		first.clear();
 		member.clear();
 		for (unsigned int t = probsI[g] ; t < probsI[g] + probsC[g] ; t ++) {
-			unsigned int c = 0;
-			while (c < first.size() && !equalP(first[c] * type, t * type)) c ++;
-			if (c == first.size()) first.push_back(t);
-			member.push_back(c);
+			unsigned int k = 0;
+			while (k < first.size() && !equalP(first[k] * type, t * type)) k ++;
+			if (k == first.size()) first.push_back(t);
+			member.push_back(k);
 		}
 		sum.assign(first.size(), 0.0);
-		std::vector < int > size(first.size(), 0);
+		size.assign(first.size(), 0);
 		for (unsigned int k = 0 ; k < member.size() ; k ++) {
 			sum[member[k]] += probs[probsI[g] + k];
 			size[member[k]] ++;
 		}
 		for (unsigned int k = 0 ; k < member.size() ; k ++) {
-			const int c = member[k];
-			probs[probsI[g] + k] = (float)((sum[c] != 0.0) ? probs[probsI[g] + k] / sum[c] : 1.0 / size[c]);
+			const int m = member[k];
+			c[probsI[g] + k] = (float)((sum[m] != 0.0) ? probs[probsI[g] + k] / sum[m] : 1.0 / size[m]);
 		}
 	}
 }

@@ -44,7 +44,11 @@ public:
 
 	void writeHaplotypeHap(std::string haps, std::string sample);
 	void writeHaplotypeRef(std::string haplotypes, std::string legend, std::string samples);
-	void writeHaplotypeVcf(std::string vcf);
+	// With `confidence`, a FORMAT field PP gives for each heterozygous genotype but the first
+	// of its sample the probability, from the graph's stored probabilities, that its phase
+	// relative to the sample's previous heterozygous genotype is as written;
+	// `singletons_placed` tells that singletons were placed from the haplotypes around them.
+	void writeHaplotypeVcf(std::string vcf, bool confidence, bool singletons_placed);
 	// Turns the two columns of each sample of `phases` to agree with its known phase: at
 	// each known heterozygous site, and from there on to the next one, the columns are
 	// exchanged where they stand the other way round. The sites before the first one
@@ -59,6 +63,9 @@ private:
 	const std::string & identifier(const haplotype_index & h) const;
 	const std::vector < std::string > & fields(const haplotype_index & h) const;
 	void writeSamples(ofile & f) const;
+	// Per output sample, the probabilities of the PP field at its heterozygous sites after the
+	// first, in site order, over the sites written.
+	void phaseConfidences(const std::vector < bool > & written, bool singletons_placed, std::vector < std::vector < float > > & pp) const;
 	// Per output sample, the haplotypes of its first and second column.
 	std::vector < const chaplotype * > columns(int which) const;
 	// The allele of column `which` of output sample k at site l, after orient.

@@ -16,6 +16,7 @@ using testutils::has;
 using testutils::lines;
 using testutils::refused;
 using testutils::readCompressed;
+using testutils::runOk;
 using testutils::runSorvane;
 using testutils::words;
 
@@ -44,35 +45,21 @@ const std::string small_haps =
 	"1 rs3 300 G A 0 0 1 0 0 1\n"
 	"1 rs4 400 T C 1 1 0 0 1 0\n";
 
-// Per sample name, its two alleles at each site of a HAPS/SAMPLE pair.
-typedef std::map < std::string, std::vector < std::pair < std::string, std::string > > > Columns;
-Columns columns(const std::string & haps, const std::string & sample) {
-	std::vector < std::string > S = lines(sample);
-	Columns C;
-	for (const std::string & l : lines(haps)) {
-		std::vector < std::string > t = words(l);
-		for (unsigned int i = 2 ; i < S.size() ; i ++) C[words(S[i])[1]].push_back({ t[5 + 2 * (i - 2)], t[6 + 2 * (i - 2)] });
+// Site-sample entries of HAPS/SAMPLE pair a that pair b has with the two alleles swapped,
+// and those that differ otherwise or that b lacks; samples are matched by name.
+std::pair < int, int > compareHaps(const std::string & haps_a, const std::string & sample_a, const std::string & haps_b, const std::string & sample_b) {
+	std::map < std::string, std::vector < std::string > > x[2];
+	const std::string * files[2][2] = { { &haps_a, &sample_a }, { &haps_b, &sample_b } };
+	for (auto & f : files) {
+		std::vector < std::string > S = lines(*f[1]);
+		for (const std::string & l : lines(*f[0])) for (unsigned int i = 2, k = 5 ; i < S.size() ; i ++, k += 2) x[&f - files][words(S[i])[1]].push_back(words(l)[k] + words(l)[k + 1]);
 	}
-	return C;
-}
-
-// Counts the site-sample entries of `a` that `b` has with the two alleles swapped, and those
-// that differ otherwise or are missing from `b`.
-void compareHaps(const Columns & a, const Columns & b, int & swapped, int & other) {
-	swapped = other = 0;
-	for (const auto & x : a) {
-		auto y = b.find(x.first);
-		if (y == b.end() || y->second.size() != x.second.size()) {
-			other += x.second.size();
-			continue;
-		}
-		for (unsigned int l = 0 ; l < x.second.size() ; l ++) {
-			const auto & u = x.second[l], & v = y->second[l];
-			if (u == v) continue;
-			if (u.first == v.second && u.second == v.first) swapped ++;
-			else other ++;
-		}
+	std::pair < int, int > n(0, 0);
+	for (const auto & a : x[0]) for (unsigned int l = 0 ; l < a.second.size() ; l ++) {
+		std::string v = l < x[1][a.first].size() ? x[1][a.first][l] : "";
+		if (a.second[l] != v) (a.second[l] == std::string(v.rbegin(), v.rend()) ? n.first : n.second) ++;
 	}
+	return n;
 }
 
 }
@@ -89,10 +76,8 @@ TEST(cli_convert, GraphsGiveTheRunsHaplotypes) {
 	ASSERT_EQ(r.status, 0) << r.out;
 	EXPECT_NE(d.read("m.haps.gz"), d.read("a.haps"));
 	EXPECT_EQ(d.read("m.sample"), d.read("a.sample"));
-	int swapped, other;
-	compareHaps(columns(d.read("a.haps"), d.read("a.sample")), columns(readCompressed(d.file("m.haps.gz")), d.read("m.sample")), swapped, other);
-	EXPECT_EQ(other, 0);
-	EXPECT_LT(swapped, 20);
+	const std::pair < int, int > n = compareHaps(d.read("a.haps"), d.read("a.sample"), readCompressed(d.file("m.haps.gz")), d.read("m.sample"));
+	EXPECT_TRUE(n.first < 20 && n.second == 0) << n.first << " " << n.second;
 	EXPECT_EQ(exsubset::checkPhased(d, "s"), (int)lines(d.read("a.haps")).size());
 	std::string log = d.read("c.log");
 	for (std::string line : { "\nMODE -convert : EXTRACTING HAPLOTYPES FROM GRAPH FILES\n", "  * Binary graph file v2.2 detected!\n",
@@ -140,10 +125,8 @@ TEST(cli_convert, EarlierThreeFileGraphs) {
 	RunResult r = runSorvane("-convert --input-graph g20.bin samples.txt sites.txt --output-max x --no-rare-phasing -L c", d.path);
 	ASSERT_EQ(r.status, 0) << r.out;
 	EXPECT_TRUE(has(d.read("c.log"), "  * Binary graph file v2.0 detected!\n"));
-	int swapped, other;
-	compareHaps(columns(d.read("a.haps"), d.read("a.sample")), columns(d.read("x.haps"), d.read("x.sample")), swapped, other);
-	EXPECT_EQ(other, 0);
-	EXPECT_LT(swapped, 20);
+	const std::pair < int, int > n = compareHaps(d.read("a.haps"), d.read("a.sample"), d.read("x.haps"), d.read("x.sample"));
+	EXPECT_TRUE(n.first < 20 && n.second == 0) << n.first << " " << n.second;
 }
 
 // Pair tables over three windows, one given out of order: per record one line a distinct
@@ -209,11 +192,9 @@ TEST(cli_convert, HaplotypeFiles) {
 	RunResult r = runSorvane("-convert --input-haps in --output-haps o --output-ref r --output-vcf o.vcf -L c", d.path);
 	ASSERT_EQ(r.status, 0) << r.out;
 	EXPECT_TRUE(has(d.read("c.log"), "\nMODE -convert : CONVERTING/SUBSETTING SORVANE HAPLOTYPES\n"));
-	EXPECT_EQ(d.read("o.haps"), small_haps);
-	EXPECT_EQ(d.read("o.sample"), small_sample);
-	EXPECT_EQ(d.read("r.samples"), "ID_1 ID_2 missing\nF1 S1 0\nF2 S2 0\nF3 S3 0\n");
-	EXPECT_EQ(d.read("r.legend"), "id position a0 a1\nrs1 100 A G\nrs2 200 C T\nrs3 300 G A\nrs4 400 T C\n");
-	EXPECT_EQ(d.read("r.haplotypes"), "0 1 1 1 0 0\n1 0 0 1 1 1\n0 0 1 0 0 1\n1 1 0 0 1 0\n");
+	EXPECT_EQ(d.read("o.haps") + d.read("o.sample"), small_haps + small_sample);
+	EXPECT_EQ(d.read("r.samples") + d.read("r.legend") + d.read("r.haplotypes"), "ID_1 ID_2 missing\nF1 S1 0\nF2 S2 0\nF3 S3 0\n"
+		"id position a0 a1\nrs1 100 A G\nrs2 200 C T\nrs3 300 G A\nrs4 400 T C\n0 1 1 1 0 0\n1 0 0 1 1 1\n0 0 1 0 0 1\n1 1 0 0 1 0\n");
 	std::string vcf = d.read("o.vcf");
 	EXPECT_TRUE(has(vcf, "##fileformat=VCFv4.2\n##fileDate=20")) << vcf;
 	EXPECT_TRUE(has(vcf, "\n##source=SORVANE2.v904\n##log_file=c.log\n##sorvaneCommand=" + std::string(SORVANE_BIN) + " -convert --input-haps in --output-haps o --output-ref r --output-vcf o.vcf -L c\n##contig=<ID=1>\n##FORMAT=<ID=GT,Number=1,Type=String,Description=\"Phased Genotype\">\n"
@@ -240,8 +221,8 @@ TEST(cli_convert, ChecksAndWarnings) {
 	const std::vector < std::pair < std::string, std::string > > refusals = {
 		{ "--output-haps o", "You must specify exactly one input file with --input-graph or --input-haps" },
 		{ "--input-haps in --input-graph g.graph --output-haps o", "You must specify exactly one input file with --input-graph or --input-haps" },
-		{ "--input-graph g.graph", "You must specify at least one output file with --output-max, --output-sample or --input-sets" },
-		{ "--input-graph g.graph --output-haps o", "You must specify at least one output file with --output-max, --output-sample or --input-sets" },
+		{ "--input-graph g.graph", "You must specify at least one output file with --output-max, --output-vcf, --output-sample or --input-sets" },
+		{ "--input-graph g.graph --output-haps o", "You must specify at least one output file with --output-max, --output-vcf, --output-sample or --input-sets" },
 		{ "--input-haps in --output-max o", "You must specify at least one output file with --output-haps or --output-ref or --output-vcf" },
 		{ "--input-graph g.graph g.graph --output-max o", "Incorrect number of arguments given to --input-graph" },
 		{ "--input-haps in.haps in.sample in.haps --output-haps o", "Incorrect number of arguments given to --input-haps(it must be 2 files)" },
@@ -275,10 +256,14 @@ TEST(cli_convert, ChecksAndWarnings) {
 	phaseWithGraphs(d);
 	r = runSorvane("-convert --input-graph a.graph --output-max m --output-haps h --output-vcf v.vcf -L c", d.path);
 	EXPECT_EQ(r.status, 0) << r.out;
-	EXPECT_TRUE(has(d.read("c.log"), "WARNING: Options --output-haps, --output-ref and --output-vcf cannot be used when specifying --input-graph\n"));
+	EXPECT_TRUE(has(d.read("c.log"), "WARNING: Options --output-haps and --output-ref cannot be used when specifying --input-graph\n"));
 	EXPECT_TRUE(has(d.read("c.log"), "\nPlacing singletons from the haplotypes around them\n"));
 	EXPECT_EQ(lines(d.read("m.haps")).size(), lines(d.read("a.haps")).size());
-	for (std::string unused : { "h.haps", "h.sample", "v.vcf", "s.haps" }) EXPECT_FALSE(std::ifstream(d.file(unused)).good()) << unused;
+	// The VCF holds the haplotypes of m.haps with their phase confidence.
+	EXPECT_EQ(runOk("bcftools query -f '[%GT]\\n' v.vcf | tr -d '|'", d.path), runOk("cut -d ' ' -f 6- m.haps | tr -d ' '", d.path));
+	const std::pair < int, int > rated = exsubset::confidenceFaults(d, "v.vcf");
+	EXPECT_TRUE(rated.first == 0 && rated.second > 1000) << rated.first << " " << rated.second;
+	for (std::string unused : { "h.haps", "h.sample", "s.haps" }) EXPECT_FALSE(std::ifstream(d.file(unused)).good()) << unused;
 }
 
 // A damaged graph file, or a sets file whose tables cannot be written, stops the run before

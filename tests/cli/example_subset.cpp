@@ -40,6 +40,12 @@ std::map < std::string, std::map < int, int > > vcfGenotypes() {
 	return G;
 }
 
+std::pair < int, int > confidenceFaults(const testutils::TempDir & d, const std::string & vcf) {
+	std::vector < std::string > t = testutils::words(testutils::runOk("bcftools query -f '[%SAMPLE %GT %PP\\n]' " + vcf + " | awk '{ h = substr($2, 1, 1) != substr($2, 3, 1) ;"
+		" r = h && seen[$1] ++ ; bad += r ? !($3 >= 0.5 && $3 <= 1) : $3 != \".\" ; n += r } END { print bad + 0, n + 0 }'", d.path));
+	return { std::stoi(t[0]), std::stoi(t[1]) };
+}
+
 int checkPhased(const testutils::TempDir & d, const std::string & stem) {
 	static const std::map < std::string, std::map < int, int > > G = vcfGenotypes();
 	std::vector < std::string > S = lines(d.read(stem + ".sample"));

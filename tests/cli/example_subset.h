@@ -28,6 +28,10 @@ std::map < std::string, std::map < int, int > > vcfGenotypes();
 // haplotypes add up to its genotype wherever that is not missing. Returns the number of sites.
 int checkPhased(const testutils::TempDir & d, const std::string & stem);
 
+// Faults of the phase confidence of a phased VCF, then the number of values: a value in
+// [0.5, 1] is due at each heterozygous genotype but the first of its sample, "." elsewhere.
+std::pair < int, int > confidenceFaults(const testutils::TempDir & d, const std::string & vcf);
+
 // The blank-separated fields of the non-empty lines of a file.
 std::vector < std::vector < std::string > > table(const std::string & file);
 

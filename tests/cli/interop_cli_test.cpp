@@ -103,6 +103,12 @@ TEST(cli_interop, PipelineVcf) {
 		" if (n % 10 == 0 && n <= 40) { $2 ++ ; $4 = \"A\" ; $5 = substr(\"C,G C,T *   AT\", 4 * n / 10 - 3, 3) ; sub(/ +/, \"\", $5) ; print } }' >> chr20.vcf && bgzip chr20.vcf && tabix chr20.vcf.gz && head -3 subset > three", d.path);
 	phase(d, "--input-vcf chr20.vcf.gz", "p", "", 2);
 	EXPECT_TRUE(has(d.read("p.log"), "  * 3 multiallelic or symbolic records skipped; split them with bcftools norm -m- to phase them\n"));
+	// Phase confidence: a value in [0.5, 1] at each heterozygous genotype but the first of its
+	// sample, "." elsewhere; bcftools filters the uncertain ones.
+	EXPECT_TRUE(has(runOk("bcftools view -h p.vcf.gz", d.path), "\n##FORMAT=<ID=PP,Number=1,Type=Float,Description="));
+	const std::pair < int, int > rated = exsubset::confidenceFaults(d, "p.vcf.gz");
+	EXPECT_TRUE(rated.first == 0 && rated.second > 1000) << rated.first << " " << rated.second;
+	const int uncertain = std::stoi(runOk("bcftools view -H -i 'FMT/PP<0.9' p.vcf.gz | wc -l", d.path));
 	EXPECT_EQ(runOk("bcftools view -h p.vcf.gz | grep -e '^##fileformat' -e '^##fileDate' | sed 's/=20[0-9]\\{6\\}$/=YYYYMMDD/'", d.path), "##fileformat=VCFv4.2\n##fileDate=YYYYMMDD\n");
 	EXPECT_EQ(runOk("bcftools view -h p.vcf.gz | grep -e '^##INFO' -e '^##contig'", d.path), runOk("zgrep -e '^##INFO' -e '^##contig' chr20.vcf.gz", d.path));
 	const int n_records = std::stoi(runOk("bcftools view -H p.vcf.gz | wc -l", d.path));
@@ -114,6 +120,7 @@ TEST(cli_interop, PipelineVcf) {
 		EXPECT_TRUE(region > 0 && region < n_records) << file;
 	}
 	EXPECT_EQ(n_records, std::stoi(runOk("bcftools view -H chr20.vcf.gz | wc -l", d.path)) - 3);
+	EXPECT_TRUE(uncertain > 0 && uncertain < n_records) << uncertain;
 	EXPECT_EQ(runOk("bcftools view -H -v indels p.vcf.gz | cut -f 5", d.path), "AT\n");
 	EXPECT_EQ(runOk("bcftools view -S three p.vcf.gz | bcftools query -l", d.path), d.read("three"));
 	const int common = std::stoi(runOk("bcftools view -H -i 'AC>1' p.vcf.gz | wc -l", d.path));
@@ -145,11 +152,12 @@ TEST(cli_interop, PlinkAlleleOrderAndSampleFiles) {
 		runOk("plink2 --haps " + stem + ".haps ref-first --sample " + stem + ".sample --export vcf --out back_" + stem, d.path);
 	}
 	EXPECT_EQ(runOk("bcftools query -f '[%GT ]\\n' back_v.vcf", d.path), runOk("bcftools query -f '[%GT ]\\n' v.vcf.gz", d.path));
-	// Streamed to standard output, as text or BCF, the same records go to bcftools, and the
-	// screen to standard error.
+	// Streamed to standard output, as text or BCF, the same records (converted HAPS without
+	// phase confidence) go to bcftools, and the screen to standard error.
 	for (std::string stream : { "--input-vcf x.vcf.gz" + exsubset::subsetArgs() + "--thread 1 --seed 3 --output-vcf - -L s", std::string("-convert --input-haps v --output-vcf -.bcf -L s") }) {
-		RunResult r = testutils::runCommand(SORVANE_BIN " " + stream + " | bcftools view -H", d.path);
-		EXPECT_TRUE(r.out == runOk("bcftools view -H v.vcf.gz", d.path) && has(r.err, "  * LOGfile : [s.log]\n")) << stream << "\n" << r.err;
+		const std::string query = has(stream, "convert") ? "bcftools query -f '%CHROM %POS %REF %ALT[ %GT]\\n' " : "bcftools view -H ";
+		RunResult r = testutils::runCommand(SORVANE_BIN " " + stream + " | " + query, d.path);
+		EXPECT_TRUE(r.out == runOk(query + "v.vcf.gz", d.path) && has(r.err, "  * LOGfile : [s.log]\n")) << stream << "\n" << r.err;
 	}
 	EXPECT_TRUE(has(d.read("b.sample"), "ID_1 ID_2 missing father mother sex plink_pheno\n0 0 0 D D D B\n0 IND0001 0 0 0 0 NA\n")) << d.read("b.sample");
 }

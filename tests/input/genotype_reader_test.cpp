@@ -29,15 +29,9 @@ TEST(genotype_reader, PutIndAndPutSnpRefusals) {
 	Store S;
 	S.F.ind_exclude["X"] = false;
 	std::string a = "A", b = "B", x = "X";
-	EXPECT_EQ(S.G.putInd(a), 1);
-	EXPECT_EQ(S.G.putInd(x), 0);
-	EXPECT_EQ(S.G.putInd(x), 0);	// an excluded identifier twice is no fault
-	EXPECT_EQ(S.G.putInd(b), 1);
-	EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "A", "B" }));
-	EXPECT_EQ(S.G.ind_order, std::vector < int > ({ 0, 1 }));
-	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ false, false }));
-	EXPECT_EQ(S.G.getInd(b), 1);
-	EXPECT_EQ(S.G.getInd(x), -1);
+	// An excluded identifier twice is no fault.
+	EXPECT_EQ(std::vector < int > ({ S.G.putInd(a), S.G.putInd(x), S.G.putInd(x), S.G.putInd(b), S.G.getInd(b), S.G.getInd(x) }), std::vector < int > ({ 1, 0, 0, 1, 1, -1 }));
+	EXPECT_TRUE(S.G.ind_id == std::vector < std::string > ({ "A", "B" }) && S.G.ind_order == std::vector < int > ({ 0, 1 }) && S.G.ind_male == std::vector < bool > ({ false, false }));
 	EXPECT_LOG_ERROR(S.G.putInd(a), "Two individuals or more have the following ID : A");
 
 	S.F.initialise(-10, 1000);

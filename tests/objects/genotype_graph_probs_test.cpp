@@ -252,6 +252,28 @@ TEST(genotype_graph_probs, MaximizeAndPosteriorsAgainstAllPaths) {
 		u.g.maximize(H, u.idx);
 		EXPECT_EQ(u.mismatch(H), "");
 		EXPECT_EQ(ordered ? Unit::text(H) : "", bestSpelled) << i;
+		// Phase confidence of each member of an ordered unit: the share of the paths, weighed by
+		// their conditional probabilities, that give it the written pairs at consecutive hets.
+		genotype_graph c = u.g;
+		c.join2cond();
+		for (const std::pair < int, int > & m : ordered ? MEMBERS[type] : MEMBERS[0]) {
+			std::vector < int > s;
+			std::vector < unsigned char > alleles;
+			for (int l = 0 ; l < (int)u.geno[0].size() ; l ++) if (H[m.first][l] != H[m.second][l]) s.push_back(l), alleles.push_back(H[m.first][l] | H[m.second][l] << 1);
+			std::vector < double > pp, agree(s.size() + 1, 0.0);
+			u.g.phaseConfidence(m.first, m.second, s, alleles, pp);
+			ASSERT_EQ(pp.size() + 1, std::max(s.size(), (size_t)1));
+			u.allPaths([&](std::vector < int > & path) {
+				std::vector < chaplotype > P(type, chaplotype(u.geno[0].size()));
+				u.g.buildGuesses(P, u.idx, path);
+				double x = 1.0;
+				for (unsigned int k = 0 ; k < path.size() ; k ++) x *= c.probs[c.probsI[k] + path[k]];
+				auto het = [&](int l) { return P[m.first][l] != P[m.second][l]; };
+				agree[s.size()] += x;
+				for (unsigned int k = 1 ; k < s.size() ; k ++) agree[k - 1] += x * (het(s[k - 1]) && het(s[k]) && (P[m.first][s[k - 1]] != P[m.first][s[k]]) == (H[m.first][s[k - 1]] != H[m.first][s[k]]));
+			});
+			for (unsigned int k = 0 ; k < pp.size() ; k ++) ASSERT_NEAR(pp[k], agree[k] / agree[s.size()], 1e-5) << i << " " << k;
+		}
 		std::vector < std::vector < double > > F, B;
 		u.g.forward(F);
 		u.g.backward(B);
@@ -268,6 +290,26 @@ TEST(genotype_graph_probs, MaximizeAndPosteriorsAgainstAllPaths) {
 		u.g.maximize(H, u.idx);
 		EXPECT_EQ(Unit::text(H), u.spell(first)) << i;
 	}
+}
+
+// An unordered pair over four one-site segments, the third homozygous: the second group
+// holds "00/11" (0.8) and, written the other way round, "01/10" (0.2); through the
+// homozygous segment either relative phase is as likely. Ordered, the crossed one is cut off.
+TEST(genotype_graph_probs, PhaseConfidenceOnAHandGraph) {
+	genotype_graph g(2, 0);
+	std::vector < std::vector < bool > > het = { { 0 }, { 1 } }, hom = { { 0 } };
+	for (auto * s : { &het, &het, &hom, &het }) g.pushHaps(*s);
+	for (std::vector < std::vector < int > > t : std::vector < std::vector < std::vector < int > > > { { { 0 }, { 0 }, { 0 }, { 1 } },
+		{ { 0, 1 }, { 0, 0 }, { 1, 0 }, { 1, 1 } }, { { 0 }, { 0 }, { 1 }, { 0 } }, { { 0 }, { 0 }, { 0 }, { 1 } }, { { 0 }, { 0 }, { 1 }, { 0 } } }) g.pushTrans(t);
+	g.probs = { 1.0f, 0.8f, 0.2f, 1.0f, 1.0f, 1.0f };
+	std::vector < double > pp, qq, empty;
+	g.phaseConfidence(0, 1, { 0, 1, 3 }, { 2, 2, 1 }, pp);
+	g.phaseConfidence(0, 1, { 0, 1, 3 }, { 1, 2, 2 }, qq);
+	g.phaseConfidence(0, 1, { 1 }, { 2 }, empty);
+	EXPECT_TRUE(fabs(pp[0] - 0.8) + fabs(pp[1] - 0.5) + fabs(qq[0] - 0.2) + fabs(qq[1] - 0.5) < 1e-6 && empty.empty());
+	g.scaffolded = true;
+	g.phaseConfidence(0, 1, { 0, 1 }, { 2, 1 }, pp);
+	EXPECT_NEAR(pp[0], 0.0, 1e-6);
 }
 
 // Emission weights: per transition the product of the likelihoods of the genotypes that its

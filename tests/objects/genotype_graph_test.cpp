@@ -28,15 +28,12 @@ TEST(genotype_graph, HandMadeGraph) {
 	// match counts unless the pair is ordered.
 	EXPECT_TRUE(g.equalP(2, 4) && g.linked(4, 6));
 	g.probs = { 1.0f, 0.5f, 0.5f, 1.0f };
-	EXPECT_EQ(g.maxN(1, 0), 1);
-	EXPECT_EQ(g.maxN(2, 4), 3);
-	EXPECT_EQ(g.maxP(1, 6), 1);
+	EXPECT_EQ(std::vector < int > ({ g.maxN(1, 0), g.maxN(2, 4), g.maxP(1, 6) }), std::vector < int > ({ 1, 3, 1 }));
 	g.probs[2] = 0.7f;
 	EXPECT_EQ(g.maxP(1, 6), 2);
 	g.scaffolded = true;
 	EXPECT_TRUE(g.equalP(2, 4) && !g.linked(4, 6));
-	EXPECT_EQ(g.maxN(2, 4), -1);
-	EXPECT_EQ(g.maxP(1, 6), 1);
+	EXPECT_TRUE(g.maxN(2, 4) == -1 && g.maxP(1, 6) == 1);
 
 	g.initialise();
 	EXPECT_EQ(g.probs, floats({ 1.0f, 0.5f, 0.5f, 1.0f }));

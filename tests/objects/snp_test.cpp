@@ -13,11 +13,7 @@ TEST(snp, IsSNPAndAllelesOfPedSites) {
 
 	// Alleles come as they are met: the first is coded 0, the second 1, a third refused.
 	snp p;
-	EXPECT_EQ(p.push("G"), 0);
-	EXPECT_EQ(p.push("G"), 0);
-	EXPECT_EQ(p.a1, "");
-	EXPECT_EQ(p.push("T"), 1);
-	EXPECT_EQ(p.push("G"), 0);
-	EXPECT_EQ(p.push("C"), -1);
+	EXPECT_TRUE(p.push("G") == 0 && p.push("G") == 0 && p.a1 == "");
+	EXPECT_EQ(std::vector < int > ({ p.push("T"), p.push("G"), p.push("C") }), std::vector < int > ({ 1, 0, -1 }));
 	EXPECT_EQ(p.a0 + p.a1, "GT");
 }

@@ -5,13 +5,8 @@
 #include <sstream>
 
 TEST(sutils, Formatting) {
-	EXPECT_EQ(sutils::int2str(-42), "-42");
-	EXPECT_EQ(sutils::long2str(12345678901L), "12345678901");
-	EXPECT_EQ(sutils::double2str(0.5, 2), "0.50");
-	EXPECT_EQ(sutils::double2str(0.5), "0.500000");
-	EXPECT_EQ(sutils::int2str(std::vector < int > ({ 1, -1, 0, 12 })), "1-012");
-	EXPECT_EQ(sutils::bool2str(std::vector < bool > ({ true, false, true })), "101");
-	EXPECT_EQ(sutils::double2str(std::vector < double > ({ 1.0, 0.25 }), 2), "1.00 0.25 ");
+	EXPECT_EQ(sutils::int2str(-42) + "," + sutils::long2str(12345678901L) + "," + sutils::double2str(0.5, 2) + "," + sutils::double2str(0.5), "-42,12345678901,0.50,0.500000");
+	EXPECT_EQ(sutils::int2str(std::vector < int > ({ 1, -1, 0, 12 })) + "," + sutils::bool2str(std::vector < bool > ({ true, false, true })) + "," + sutils::double2str(std::vector < double > ({ 1.0, 0.25 }), 2), "1-012,101,1.00 0.25 ");
 	for (const auto & d : std::vector < std::pair < double, std::string > > ({ { 0.421, "0.42 s" }, { 187, "3m07s" }, { 7500, "2h05m" } })) EXPECT_EQ(sutils::duration2str(d.first), d.second);
 }
 

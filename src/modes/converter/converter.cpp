@@ -59,16 +59,17 @@ void converter::check_files() {
 	if (options.count("input-graph") + options.count("input-haps") != 1)
 		LOG.error("You must specify exactly one input file with --input-graph or --input-haps");
 	if (fromGraphs()) {
-		if (!options.count("output-max") && !options.count("output-sample") && !options.count("input-sets"))
-			LOG.error("You must specify at least one output file with --output-max, --output-sample or --input-sets");
-		if (options.count("output-haps") || options.count("output-ref") || options.count("output-vcf"))
-			LOG.warning("Options --output-haps, --output-ref and --output-vcf cannot be used when specifying --input-graph");
+		if (!options.count("output-max") && !options.count("output-vcf") && !options.count("output-sample") && !options.count("input-sets"))
+			LOG.error("You must specify at least one output file with --output-max, --output-vcf, --output-sample or --input-sets");
+		if (options.count("output-haps") || options.count("output-ref"))
+			LOG.warning("Options --output-haps and --output-ref cannot be used when specifying --input-graph");
 		size_t n = options["input-graph"].as < std::vector < std::string > > ().size();
 		if (n != 1 && n != 3) LOG.error("Incorrect number of arguments given to --input-graph");
 		checkInputFileSet("input-graph", { }, n, "");
 		checkInputFile("input-sets");
 		checkOutputFileSet("output-max", { ".haps", ".sample" });
 		checkOutputFileSet("output-sample", { ".haps", ".sample" });
+		checkOutputFile("output-vcf");
 	} else {
 		if (!options.count("output-haps") && !options.count("output-ref") && !options.count("output-vcf"))
 			LOG.error("You must specify at least one output file with --output-haps or --output-ref or --output-vcf");
@@ -153,12 +154,19 @@ void converter::writeHaps(const std::string & option) {
 	writerH.writeHaplotypeHap(f[0], f[1]);
 }
 
-// Singletons are placed after maximisation or sampling, as in the phasing mode.
+void converter::writeVcf(bool confidence) {
+	haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);
+	writerH.writeHaplotypeVcf(options["output-vcf"].as < std::string > (), confidence, confidence && !options.count("no-rare-phasing"));
+}
+
+// Singletons are placed after maximisation or sampling, as in the phasing mode. The VCF holds
+// the most likely haplotypes, with the phase confidence that the graphs give them.
 void converter::writeGraphOutputs() {
-	if (options.count("output-max")) {
+	if (options.count("output-max") || options.count("output-vcf")) {
 		solver(GH, workers()).solve();
 		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
-		writeHaps("output-max");
+		if (options.count("output-max")) writeHaps("output-max");
+		if (options.count("output-vcf")) writeVcf(true);
 	}
 	if (options.count("output-sample")) {
 		sampler(GH, false, workers(), true).sample();
@@ -199,10 +207,7 @@ void converter::samplePairs() {
 
 void converter::writeHaplotypeOutputs() {
 	if (options.count("output-haps")) writeHaps("output-haps");
-	if (options.count("output-vcf")) {
-		haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);
-		writerH.writeHaplotypeVcf(options["output-vcf"].as < std::string > ());
-	}
+	if (options.count("output-vcf")) writeVcf(false);
 	if (options.count("output-ref")) {
 		std::vector < std::string > f = fileSet("output-ref", { ".haplotypes", ".legend", ".samples" });
 		haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);

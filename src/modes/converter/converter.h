@@ -43,6 +43,7 @@ private:
 	void samplePairs();
 	void writeHaplotypeOutputs();
 	void writeHaps(const std::string & option);
+	void writeVcf(bool confidence);
 };
 
 #endif

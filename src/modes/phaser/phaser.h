@@ -51,6 +51,7 @@ public:
 	// With --selection auto, the transform selects with a panel or from this many haplotypes
 	// to copy from.
 	static const int pbwt_auto_haplotypes = 1000;
+	static const int small_study_states = 200;
 	// Window size (Mb) of the transform's selection when --window is not given: its states
 	// then stay local enough for every site to have close matches among them.
 	static constexpr double pbwt_window = 0.5;
