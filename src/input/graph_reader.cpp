@@ -147,7 +147,9 @@ void graph_reader::readBinaryGraph(std::string filename) {
 
 // Files written since the checksum was added end with it, older ones at the tail: both read,
 // but a checksum present must be whole, last, and match.
-void graph_reader::checkTrailer(ifile & f, const std::string & filename, uint32_t crc) {
+// The tap has passed every byte only once the stream has reached its end, so `crc` is read
+// after the test for the end.
+void graph_reader::checkTrailer(ifile & f, const std::string & filename, const unsigned long & crc) {
 	uint32_t stored;
 	if (!readValue(f, stored)) {
 		if (f.gcount() != 0) LOG.error("Graph file [" + filename + "] ends inside its checksum: the file is truncated");

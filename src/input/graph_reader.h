@@ -30,7 +30,7 @@ public:
 
 private:
 	void readSites(ifile & f, bool v22, const std::string & filename);
-	void checkTrailer(ifile & f, const std::string & filename, uint32_t crc);
+	void checkTrailer(ifile & f, const std::string & filename, const unsigned long & crc);
 	void readSiteList(std::string siteFile);
 	void readSampleList(std::string sampleFile);
 };

@@ -2,7 +2,6 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-#include <thread>
 
 pir_file::pir_file(snp_set * _sites, const std::vector < std::vector < std::string > > & samples) : sites(_sites), line(0) {
 	for (unsigned int u = 0 ; u < samples.size() ; u ++) for (const std::string & name : samples[u]) units[name] = u;
@@ -29,19 +28,8 @@ bool pir_file::next(sequencer & S, std::string & id, int & unit, int & n_read, i
 	return true;
 }
 
-void pir_file::process(int threads, std::mutex & lock, const long & n, const std::string & what, const std::function < bool () > & record) {
-	auto work = [&] {
-		while (record()) {
-			std::lock_guard < std::mutex > guard (lock);
-			LOG.printC("\r" + what + " [" + sutils::long2str(n) + " records]");
-		}
-	};
-	if (threads < 2) work();
-	else {
-		std::vector < std::thread > workers;
-		for (int t = 0 ; t < threads ; t ++) workers.push_back(std::thread(work));
-		for (std::thread & w : workers) w.join();
-	}
+void pir_file::process(work_queue & workers, const std::string & what, const std::function < bool () > & record) {
+	workers.drain([&](int) { return record(); }, [&](int n) { LOG.printC("\r" + what + " [" + sutils::int2str(n) + " records]"); });
 	LOG.println("");
 }
 

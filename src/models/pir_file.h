@@ -4,6 +4,7 @@
 #include "models/sequencer.h"
 #include "objects/snp_set.h"
 #include "utils/ifile.h"
+#include "utils/work_queue.h"
 
 #include <functional>
 #include <mutex>
@@ -29,9 +30,9 @@ public:
 	// -1 for a sample not in the data. Safe to call from several threads; a second record of
 	// one sample stops the run, as two threads would then weigh one sample at once.
 	bool next(sequencer & S, std::string & id, int & unit, int & n_read, int & n_kept);
-	// Calls `record` on `threads` threads until the file ends, with the progress line
-	// "`what` [n records]" on the screen; `lock` guards the screen and the count n.
-	void process(int threads, std::mutex & lock, const long & n, const std::string & what, const std::function < bool () > & record);
+	// Calls `record` on every worker until the file ends, with the progress line "`what` [n
+	// records]" on the screen, n counting the records done.
+	void process(work_queue & workers, const std::string & what, const std::function < bool () > & record);
 	void close();
 
 private:

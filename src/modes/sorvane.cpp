@@ -44,7 +44,7 @@ std::string sorvane::version() {
 	return "sorvane " + std::string(SORVANE_VERSION) + " (source revision " + sutils::int2str(SORVANE_REVISION) + ")";
 }
 
-sorvane::sorvane(const std::string & name) : mode_name(name), descriptions(80, 40), i_workers(0) {
+sorvane::sorvane(const std::string & name) : mode_name(name), descriptions(80, 40) {
 }
 
 sorvane::~sorvane() {

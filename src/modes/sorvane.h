@@ -6,7 +6,6 @@
 #include "utils/globals.h"
 
 #include <boost/program_options.hpp>
-#include <pthread.h>
 #include <string>
 #include <vector>
 
@@ -23,10 +22,6 @@ public:
 	filter_writer filter_out;
 	bpo::options_description descriptions;
 	bpo::variables_map options;
-	int i_workers;
-	pthread_mutex_t mutex_workers;
-	std::vector < pthread_t > id_workers;
-	std::vector < int > idx_workers;
 
 	// name: what the mode's messages call it ("Phaser", "Converter", ...).
 	explicit sorvane(const std::string & name);

@@ -3,65 +3,32 @@
 #include "utils/lfile.h"
 #include "utils/sutils.h"
 
-builder::builder(genotype_reader & _G, std::vector < std::map < std::string, int > > & _units, int nThreads) :
-	G(_G), units(_units), i_workers(0), n_thread(nThreads), n_mendel(0), n_family(0) {
-	if (n_thread > 1) {
-		pthread_mutex_init(&mutex_workers, NULL);
-		pthread_mutex_init(&mutex_log, NULL);
-		id_workers.resize(n_thread);
-	}
-}
-
-builder::~builder() {
-	if (n_thread > 1) {
-		pthread_mutex_destroy(&mutex_workers);
-		pthread_mutex_destroy(&mutex_log);
-	}
-}
-
-static std::string progress(int done, int total) {
-	return "\rBuilding graphs [" + sutils::int2str(done) + "/" + sutils::int2str(total) + "]";
-}
-
-void * builder_callback(void * arg) {
-	builder * B = static_cast < builder * > (arg);
-	int total = B->units.size();
-	for (;;) {
-		pthread_mutex_lock(&B->mutex_workers);
-		int pos = B->i_workers ++;
-		pthread_mutex_unlock(&B->mutex_workers);
-		if (pos >= total) break;
-		pthread_mutex_lock(&B->mutex_log);
-		LOG.printC(progress(pos + 1, total));
-		pthread_mutex_unlock(&B->mutex_log);
-		B->build(B->units[pos]);
-	}
-	pthread_exit(NULL);
+builder::builder(genotype_reader & _G, std::vector < std::map < std::string, int > > & _units, work_queue & _workers) :
+	G(_G), units(_units), workers(_workers), n_mendel(0), n_family(0) {
 }
 
 void builder::build() {
-	int total = units.size();
+	const int total = units.size();
 	LOG.println("");
 	LOG.printL("Building graphs ... ");
-	i_workers = 0;
-	if (n_thread < 2) {
-		for (int i = 0 ; i < total ; i ++) {
-			build(units[i]);
-			LOG.printC(progress(i + 1, total));
-		}
-	} else {
-		for (int t = 0 ; t < n_thread ; t ++) pthread_create(&id_workers[t], NULL, builder_callback, this);
-		for (int t = 0 ; t < n_thread ; t ++) pthread_join(id_workers[t], NULL);
-	}
-	LOG.printC(progress(total, total));
+	std::vector < int > errors (total, 0);
+	vecG.assign(total, NULL);
+	const work_queue::progress_report progress = work_queue::counter("\rBuilding graphs [", total);
+	workers.run(total, [&](int u, int) { vecG[u] = build(units[u], errors[u]); }, progress);
+	progress(total);
 	LOG.println("");
+	for (int u = 0 ; u < total ; u ++) {
+		n_mendel += errors[u];
+		n_family += vecG[u]->type > 2;
+	}
 	// The genotypes of a duo or trio that break Mendel's laws at a site are all opened there,
 	// and the haplotypes drawn fill them in.
 	if (n_family) LOG.println("  * " + sutils::long2str(n_mendel) + " genotypes in Mendel errors set missing");
 }
 
-void builder::build(std::map < std::string, int > & unit) {
-	int type = unit["type"], child = unit["idx_child"], father = unit["idx_father"], mother = unit["idx_mother"], errors = 0;
+genotype_graph * builder::build(std::map < std::string, int > & unit, int & errors) {
+	int type = unit["type"], child = unit["idx_child"], father = unit["idx_father"], mother = unit["idx_mother"];
+	errors = 0;
 	genotype_graph * graph = new genotype_graph(type, G.ind_family[child]);
 	graph->pushChild(G.ind_id[child], unit["ord_child"], G.ind_fields[child]);
 	switch (type) {
@@ -91,9 +58,5 @@ void builder::build(std::map < std::string, int > & unit) {
 		delete graph;
 		LOG.error("Builder: Unknown type of Genotype");
 	}
-	if (n_thread > 1) pthread_mutex_lock(&mutex_log);
-	vecG.push_back(graph);
-	n_mendel += errors;
-	n_family += type > 2;
-	if (n_thread > 1) pthread_mutex_unlock(&mutex_log);
+	return graph;
 }

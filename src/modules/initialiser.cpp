@@ -1,16 +1,12 @@
 #include "modules/initialiser.h"
 #include "objects/genotype_graph.h"
 
-initialiser::initialiser(genhap_set & _GH, int _n_thread) :
-	stage_module(_GH, _n_thread, true, "Initialising graphs", "\rInitialising graphs [", "\rInitialising graphs [") {
-}
-
-void * initialiser_callback(void * arg) {
-	return stage_module::thread(arg);
+initialiser::initialiser(genhap_set & _GH, work_queue & _workers) :
+	stage_module(_GH, _workers, true, "Initialising graphs", "\rInitialising graphs [", "\rInitialising graphs [") {
 }
 
 void initialiser::initialise() {
-	run(initialiser_callback);
+	run();
 }
 
 void initialiser::process(int ind) {

@@ -7,7 +7,7 @@
 class initialiser : public stage_module {
 public:
 
-	initialiser(genhap_set & GH, int n_thread);
+	initialiser(genhap_set & GH, work_queue & workers);
 
 	void initialise();
 	void initialise(int ind);
@@ -15,7 +15,5 @@ public:
 protected:
 	void process(int ind) override;
 };
-
-void * initialiser_callback(void * arg);
 
 #endif

@@ -2,16 +2,12 @@
 #include "objects/genotype_graph.h"
 #include "utils/lfile.h"
 
-likelihood_maker::likelihood_maker(genhap_set & _GH, std::vector < std::vector < float > > & _likes, int _n_thread) :
-	stage_module(_GH, _n_thread, true, "Computing transition likelihoods in graphs", "\rComputing transition likelihoods in graphs [", "\rComputing of transition likelihoods in graphs ["), likes(_likes) {
-}
-
-void * likelihood_maker_callback(void * arg) {
-	return stage_module::thread(arg);
+likelihood_maker::likelihood_maker(genhap_set & _GH, std::vector < std::vector < float > > & _likes, work_queue & _workers) :
+	stage_module(_GH, _workers, true, "Computing transition likelihoods in graphs", "\rComputing transition likelihoods in graphs [", "\rComputing of transition likelihoods in graphs ["), likes(_likes) {
 }
 
 void likelihood_maker::make() {
-	run(likelihood_maker_callback);
+	run();
 }
 
 void likelihood_maker::process(int ind) {

@@ -9,7 +9,7 @@ class likelihood_maker : public stage_module {
 public:
 	std::vector < std::vector < float > > & likes;
 
-	likelihood_maker(genhap_set & GH, std::vector < std::vector < float > > & likes, int n_thread);
+	likelihood_maker(genhap_set & GH, std::vector < std::vector < float > > & likes, work_queue & workers);
 
 	void make();
 	void make(int ind);
@@ -17,7 +17,5 @@ public:
 protected:
 	void process(int ind) override;
 };
-
-void * likelihood_maker_callback(void * arg);
 
 #endif

@@ -1,16 +1,12 @@
 #include "modules/normaliser.h"
 #include "objects/genotype_graph.h"
 
-normaliser::normaliser(genhap_set & _GH, int _n_thread) :
-	stage_module(_GH, _n_thread, true, "Normalising graphs", "\rNormalising graphs [", "\rNormalising graphs [") {
-}
-
-void * normaliser_callback(void * arg) {
-	return stage_module::thread(arg);
+normaliser::normaliser(genhap_set & _GH, work_queue & _workers) :
+	stage_module(_GH, _workers, true, "Normalising graphs", "\rNormalising graphs [", "\rNormalising graphs [") {
 }
 
 void normaliser::normalise() {
-	run(normaliser_callback);
+	run();
 }
 
 void normaliser::process(int ind) {

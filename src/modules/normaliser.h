@@ -7,7 +7,7 @@
 class normaliser : public stage_module {
 public:
 
-	normaliser(genhap_set & GH, int n_thread);
+	normaliser(genhap_set & GH, work_queue & workers);
 
 	void normalise();
 	void normalise(int ind);
@@ -15,7 +15,5 @@ public:
 protected:
 	void process(int ind) override;
 };
-
-void * normaliser_callback(void * arg);
 
 #endif

@@ -1,16 +1,12 @@
 #include "modules/propagater.h"
 #include "objects/genotype_graph.h"
 
-propagater::propagater(genhap_set & _GH, int _n_thread) :
-	stage_module(_GH, _n_thread, true, "Propagating probabilities in graphs", "\rPropagating probabilities in graphs [", "\rPropagating probabilities in graphs [") {
-}
-
-void * propagater_callback(void * arg) {
-	return stage_module::thread(arg);
+propagater::propagater(genhap_set & _GH, work_queue & _workers) :
+	stage_module(_GH, _workers, true, "Propagating probabilities in graphs", "\rPropagating probabilities in graphs [", "\rPropagating probabilities in graphs [") {
 }
 
 void propagater::propagate() {
-	run(propagater_callback);
+	run();
 }
 
 void propagater::process(int ind) {

@@ -8,7 +8,7 @@
 class propagater : public stage_module {
 public:
 
-	propagater(genhap_set & GH, int n_thread);
+	propagater(genhap_set & GH, work_queue & workers);
 
 	void propagate();
 	void propagate(int ind);
@@ -16,7 +16,5 @@ public:
 protected:
 	void process(int ind) override;
 };
-
-void * propagater_callback(void * arg);
 
 #endif

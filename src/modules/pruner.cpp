@@ -1,16 +1,12 @@
 #include "modules/pruner.h"
 #include "objects/genotype_graph.h"
 
-pruner::pruner(genhap_set & _GH, double _threshold, int _n_thread) :
-	stage_module(_GH, _n_thread, true, "Pruning graphs", "\rPruning graphs [", "\rPruning graphs ["), threshold(_threshold) {
-}
-
-void * pruner_callback(void * arg) {
-	return stage_module::thread(arg);
+pruner::pruner(genhap_set & _GH, double _threshold, work_queue & _workers) :
+	stage_module(_GH, _workers, true, "Pruning graphs", "\rPruning graphs [", "\rPruning graphs ["), threshold(_threshold) {
 }
 
 void pruner::prune() {
-	run(pruner_callback);
+	run();
 }
 
 void pruner::process(int ind) {

@@ -9,7 +9,7 @@ class pruner : public stage_module {
 public:
 	double threshold;
 
-	pruner(genhap_set & GH, double threshold, int n_thread);
+	pruner(genhap_set & GH, double threshold, work_queue & workers);
 
 	void prune();
 	void prune(int ind);
@@ -17,7 +17,5 @@ public:
 protected:
 	void process(int ind) override;
 };
-
-void * pruner_callback(void * arg);
 
 #endif

@@ -9,7 +9,7 @@ class sampler : public stage_module {
 public:
 	bool random;
 
-	sampler(genhap_set & GH, bool random, int n_thread, bool verbose);
+	sampler(genhap_set & GH, bool random, work_queue & workers, bool verbose);
 
 	void sample();
 	void sample(int ind);
@@ -17,7 +17,5 @@ public:
 protected:
 	void process(int ind) override;
 };
-
-void * sampler_callback(void * arg);
 
 #endif

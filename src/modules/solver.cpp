@@ -1,16 +1,12 @@
 #include "modules/solver.h"
 #include "objects/genotype_graph.h"
 
-solver::solver(genhap_set & _GH, int _n_thread) :
-	stage_module(_GH, _n_thread, true, "Solving haplotypes", "\rSolving haplotypes [", "\rSolving haplotypes [") {
-}
-
-void * solver_callback(void * arg) {
-	return stage_module::thread(arg);
+solver::solver(genhap_set & _GH, work_queue & _workers) :
+	stage_module(_GH, _workers, true, "Solving haplotypes", "\rSolving haplotypes [", "\rSolving haplotypes [") {
 }
 
 void solver::solve() {
-	run(solver_callback);
+	run();
 }
 
 void solver::process(int ind) {

@@ -7,7 +7,7 @@
 class solver : public stage_module {
 public:
 
-	solver(genhap_set & GH, int n_thread);
+	solver(genhap_set & GH, work_queue & workers);
 
 	void solve();
 	void solve(int ind);
@@ -15,7 +15,5 @@ public:
 protected:
 	void process(int ind) override;
 };
-
-void * solver_callback(void * arg);
 
 #endif

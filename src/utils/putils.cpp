@@ -8,7 +8,7 @@
 #include <cmath>
 
 long seed = -123456789;
-pthread_mutex_t mutex_rng;
+std::mutex mutex_rng;
 
 // Park and Miller's minimal standard generator with a Bays-Durham shuffle table.
 static const long IA = 16807;
@@ -34,11 +34,10 @@ namespace putils {
 
 void initRandom(long s) {
 	seed = -s;
-	pthread_mutex_init(&mutex_rng, NULL);
 }
 
 double getRandom() {
-	pthread_mutex_lock(&mutex_rng);
+	std::lock_guard < std::mutex > lock (mutex_rng);
 	if (seed <= 0 || !iy) {
 		seed = std::max(-seed, 1L);
 		for (int j = NTAB + 7 ; j >= 0 ; j --) {
@@ -51,9 +50,7 @@ double getRandom() {
 	int j = iy / NDIV;
 	iy = iv[j];
 	iv[j] = seed;
-	double r = std::min(AM * iy, RNMX);
-	pthread_mutex_unlock(&mutex_rng);
-	return r;
+	return std::min(AM * iy, RNMX);
 }
 
 int getRandom(int n) {

@@ -1,14 +1,14 @@
 #ifndef _PUTILS_H
 #define _PUTILS_H
 
-#include <pthread.h>
+#include <mutex>
 #include <string>
 #include <vector>
 
 // State word of the random generator; -123456789 until initRandom runs.
 extern long seed;
 // Held for each draw: all threads share one stream.
-extern pthread_mutex_t mutex_rng;
+extern std::mutex mutex_rng;
 
 // Random generator and probability helpers.
 namespace putils {

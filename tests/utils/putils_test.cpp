@@ -16,18 +16,16 @@ TEST(putils, GeneratorSequenceIsFixedBySeed) {
 	}
 
 	std::vector < double > a, b;
-	putils::initRandom(7);
-	for (int i = 0 ; i < 1000 ; i ++) a.push_back(putils::getRandom());
-	putils::initRandom(7);
-	for (int i = 0 ; i < 1000 ; i ++) b.push_back(putils::getRandom());
+	for (std::vector < double > * v : { &a, &b }) {
+		putils::initRandom(7);
+		for (int i = 0 ; i < 1000 ; i ++) v->push_back(putils::getRandom());
+	}
 	EXPECT_EQ(a, b);
-	for (double x : a) { EXPECT_GT(x, 0.0); EXPECT_LT(x, 1.0); }
-
+	for (double x : a) EXPECT_TRUE(x > 0.0 && x < 1.0) << x;
 	putils::initRandom(3);
 	for (int i = 0 ; i < 1000 ; i ++) {
-		int k = putils::getRandom(5);
-		EXPECT_GE(k, 0);
-		EXPECT_LT(k, 5);
+		const int k = putils::getRandom(5);
+		EXPECT_TRUE(k >= 0 && k < 5) << k;
 	}
 }
 
@@ -94,26 +92,22 @@ TEST(autils, MendelTests) {
 }
 
 TEST(autils, DecomposeCutsIntoOverlappingPieces) {
-	std::vector < std::vector < int > > in;
-	for (int i = 0 ; i < 2 ; i ++) in.push_back({ i });
-	std::vector < std::vector < std::vector < int > > > out;
-	autils::decompose(1, in, out);
+	// The pieces of the list 0 .. n - 1, each of at least `length` elements.
+	auto pieces = [](int n, int length) {
+		std::vector < std::vector < int > > in;
+		for (int i = 0 ; i < n ; i ++) in.push_back({ i });
+		std::vector < std::vector < std::vector < int > > > out;
+		autils::decompose(length, in, out);
+		return out;
+	};
+	std::vector < std::vector < std::vector < int > > > out = pieces(2, 1);
 	ASSERT_EQ(out.size(), 1u);
-	EXPECT_EQ(out[0], in);
-
+	EXPECT_EQ(out[0], std::vector < std::vector < int > > ({ { 0 }, { 1 } }));
 	// Too short for two pieces of the minimal length: one piece.
-	in.clear();
-	for (int i = 0 ; i < 7 ; i ++) in.push_back({ i });
-	out.clear();
-	autils::decompose(4, in, out);
-	ASSERT_EQ(out.size(), 1u);
-
+	EXPECT_EQ(pieces(7, 4).size(), 1u);
 	// Longer lists: consecutive pieces share exactly two elements and cover everything.
-	in.clear();
-	for (int i = 0 ; i < 60 ; i ++) in.push_back({ i });
 	putils::initRandom(5);
-	out.clear();
-	autils::decompose(5, in, out);
+	out = pieces(60, 5);
 	ASSERT_GT(out.size(), 1u);
 	EXPECT_EQ(out.front().front()[0], 0);
 	EXPECT_EQ(out.back().back()[0], 59);

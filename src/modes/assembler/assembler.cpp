@@ -36,9 +36,9 @@ void assembler::verbose_mode() {
 // The read weights replace the transition probabilities, and the propagation turns them into
 // the graph's likelihoods, which the sampler weighs every draw with.
 void assembler::weighGraphs() {
-	initialiser(GH, n_thread).initialise();
+	initialiser(GH, *workers).initialise();
 	assemble();
-	propagater(GH, n_thread).propagate();
+	propagater(GH, *workers).propagate();
 	for (genotype_graph * G : GH.vecG) G->makeLikelihoods();
 }
 
@@ -68,7 +68,7 @@ void assembler::assemble() {
 
 	read_pinned.assign(GH.vecG.size(), std::vector < int > ());
 	n_sample_read = n_sample_used = n_absent = n_family = n_group = n_group_used = n_het = n_het_covered = n_pir = n_pir_used = 0;
-	records.process(n_thread, mutex_assemble, n_sample_read, "Assembling reads on graphs", [&] { return assembleRecord(records); });
+	records.process(*workers, "Assembling reads on graphs", [&] { return assembleRecord(records); });
 	records.close();
 	LOG.println("  * " + sutils::long2str(n_pir_used) + "/" + sutils::long2str(n_pir) + " PIRs used");
 	LOG.println("  * " + sutils::long2str(n_sample_used) + "/" + sutils::long2str(n_sample_read) + " samples covered by PIRs");

@@ -20,7 +20,7 @@ public:
 	long n_group, n_group_used;
 	long n_het, n_het_covered;
 	long n_pir, n_pir_used;
-	// Guards the log and the totals during a pass; always usable, whatever the thread count.
+	// Guards the totals, which every worker adds to.
 	std::mutex mutex_assemble;
 
 	assembler();

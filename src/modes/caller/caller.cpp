@@ -100,5 +100,5 @@ void caller::phaseIteration(std::string name) {
 }
 
 void caller::weighGraphs() {
-	likelihood_maker(GH, likes, n_thread).make();
+	likelihood_maker(GH, likes, *workers).make();
 }

@@ -47,8 +47,9 @@ bool converter::fromGraphs() {
 	return options.count("input-graph") > 0;
 }
 
-int converter::threads() {
-	return options["thread"].as < int > ();
+work_queue & converter::workers() {
+	if (!pool) pool.reset(new work_queue(options["thread"].as < int > ()));
+	return *pool;
 }
 
 // Only the files of the outputs that the input allows are tried: the others are ignored
@@ -162,13 +163,13 @@ void converter::writeVcf(bool confidence) {
 // the most likely haplotypes, with the phase confidence that the graphs give them.
 void converter::writeGraphOutputs() {
 	if (options.count("output-max") || options.count("output-vcf")) {
-		solver(GH, threads()).solve();
+		solver(GH, workers()).solve();
 		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
 		if (options.count("output-max")) writeHaps("output-max");
 		if (options.count("output-vcf")) writeVcf(true);
 	}
 	if (options.count("output-sample")) {
-		sampler(GH, false, threads(), true).sample();
+		sampler(GH, false, workers(), true).sample();
 		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
 		writeHaps("output-sample");
 	}
@@ -178,7 +179,7 @@ void converter::writeGraphOutputs() {
 // combination of window haplotypes each individual got, its tracks in graph order.
 void converter::samplePairs() {
 	LOG.println("");
-	sampler S(GH, false, threads(), false);
+	sampler S(GH, false, workers(), false);
 	const int R = options["replicate"].as < int > ();
 	for (int r = 0 ; r < R ; r ++) {
 		LOG.printlnL("Sampling haplotypes " + sutils::int2str(r));

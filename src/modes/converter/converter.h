@@ -4,6 +4,7 @@
 #include "containers/genhap_set/genhap_set.h"
 #include "modes/sorvane.h"
 #include "objects/haplotype_pairs.h"
+#include "utils/work_queue.h"
 
 #include <memory>
 #include <string>
@@ -19,6 +20,8 @@ public:
 	std::string sample_header1;
 	std::string sample_header2;
 	std::vector < haplotype_pairs > pairs;
+	// The threads of the graph stages, made at their first use.
+	std::unique_ptr < work_queue > pool;
 
 	converter();
 	~converter();
@@ -32,7 +35,7 @@ public:
 
 private:
 	bool fromGraphs();
-	int threads();
+	work_queue & workers();
 	void readGraphs();
 	void readHaplotypes();
 	void readSets();

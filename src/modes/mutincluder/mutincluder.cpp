@@ -124,7 +124,8 @@ void mutincluder::work() {
 	LOG.println("  * " + sutils::int2str(n_missed) + " sites not found in the genotype map");
 	LOG.printlnL("Phasing hets onto haplotypes using PIRs");
 
-	records.process(options["thread"].as < int > (), mutex_log, n_record, "Phasing hets onto haplotypes using PIRs", [&] { return includeRecord(records); });
+	work_queue workers (options["thread"].as < int > ());
+	records.process(workers, "Phasing hets onto haplotypes using PIRs", [&] { return includeRecord(records); });
 	records.close();
 	LOG.println("  * " + sutils::long2str(n_pir_used) + "/" + sutils::long2str(n_pir) + " PIRs used");
 	LOG.println("  * " + sutils::long2str(n_record - n_absent) + "/" + sutils::long2str(n_record) + " samples covered by PIRs");
@@ -146,7 +147,7 @@ bool mutincluder::includeRecord(pir_file & records) {
 		S.pileupPIRs(h0, h1, het, covered);
 		S.processPIRs(h0, h1, seen, phased, status[ind]);
 	}
-	std::lock_guard < std::mutex > lock (mutex_log);
+	std::lock_guard < std::mutex > lock (mutex_totals);
 	n_record ++;
 	n_absent += ind < 0;
 	n_het += het;

@@ -28,8 +28,8 @@ public:
 	genhap_set GH;
 	// Per sample, one status value per site.
 	std::vector < std::vector < float > > status;
-	// The log and the totals.
-	std::mutex mutex_log;
+	// Guards the totals, which every worker adds to.
+	std::mutex mutex_totals;
 	long n_het, n_het_covered, n_seen, n_phased, n_pir, n_pir_used;
 	// Records read, and those of samples not in the data.
 	long n_record, n_absent;

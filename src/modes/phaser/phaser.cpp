@@ -18,7 +18,7 @@
 phaser::phaser() : phaser("Phaser") {
 }
 
-phaser::phaser(const std::string & name) : sorvane(name), stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), predefined_states(false), pbwt_selection(false), window_mb(0.0), drawn_known(false), batch_thread_seconds(0.0), busy_thread_seconds(0.0), stage_mark(std::chrono::steady_clock::now()), n_iterations(0), n_iterations_done(0), iteration_seconds(0.0) {
+phaser::phaser(const std::string & name) : sorvane(name), stage_burnin(false), ibd_relatives(true), model_version1(false), p_random(0.0), n_sampled(0), n_stored(0), n_thread(1), n_batch(1), predefined_states(false), pbwt_selection(false), window_mb(0.0), drawn_known(false), stage_mark(std::chrono::steady_clock::now()), n_iterations(0), n_iterations_done(0), iteration_seconds(0.0) {
 }
 
 phaser::~phaser() {
@@ -261,7 +261,8 @@ void phaser::buildGraphs(genotype_reader & readerG, reference_reader & readerR, 
 	endStage("reading");
 	// Threads beyond the number of sampling units would have nothing to do.
 	n_thread = std::max(1, std::min(settings.threads, (int)units.size()));
-	builder B(readerG, units, n_thread);
+	workers.reset(new work_queue(n_thread));
+	builder B(readerG, units, *workers);
 	B.build();
 	sites = std::move(readerG.sites);
 	GH.initialise(B.vecG, sites.get());
@@ -273,7 +274,7 @@ void phaser::buildGraphs(genotype_reader & readerG, reference_reader & readerR, 
 
 // A first haplotype pair for every graph, drawn uniformly among its paths, unless given.
 void phaser::initialiseHaplotypes() {
-	sampler(GH, true, n_thread, true).sample();
+	sampler(GH, true, *workers, true).sample();
 	if (options.count("missing-maf")) GH.initialise();
 	else if (options.count("input-init")) {
 		std::vector < std::string > f = fileSet("input-init", { ".haps", ".sample" });
@@ -311,28 +312,27 @@ const std::vector < bool > & phaser::conditioningMask() {
 }
 
 // A batch of the iterations masks the haplotypes of all its samples for each of them, and
-// each sample loses its family too: with too many threads some sample could keep fewer than
-// min_conditioning haplotypes to copy from. User copying states are not masked: they may
-// name a sample of the same batch, whose haplotypes are being redrawn, so with them the
-// samples are phased one at a time.
+// each sample loses its family too: with too large batches some sample could keep fewer
+// than min_conditioning haplotypes to copy from. The bound on the batch bounds the threads,
+// which need a sample each. User copying states are not masked: they may name a sample of
+// the same batch, whose haplotypes are being redrawn, so with them the samples are phased
+// one at a time.
 void phaser::limitThreads() {
 	int requested = settings.threads;
 	std::string why = "no more samples can be phased at once while each keeps at least " + sutils::int2str(min_conditioning) + " haplotypes to copy from";
+	int bound = 1;
 	if (predefined_states) {
 		n_thread = 1;
 		why = "the copying states given may name samples phased at the same time";
 	} else {
 		int limiting;
-		int bound = GH.maxBatchSize(conditioningMask(), min_conditioning, limiting);
+		bound = GH.maxBatchSize(conditioningMask(), min_conditioning, limiting);
 		if (bound == 0 && limiting >= 0) LOG.error("Sample " + GH.vecG[limiting]->name + " has fewer than " + sutils::int2str(min_conditioning) + " haplotypes to copy from outside its own family: add unrelated samples or a reference panel with --input-ref");
 		n_thread = std::max(1, std::min(n_thread, bound));
 	}
 	if (n_thread < requested) LOG.println("  * Threads lowered from " + sutils::int2str(requested) + " to " + sutils::int2str(n_thread) + ": " + why);
-	if (n_thread >= 2) {
-		i_workers = 0;
-		id_workers = std::vector < pthread_t > (n_thread);
-		pthread_mutex_init(&mutex_workers, NULL);
-	}
+	n_batch = n_thread < 2 ? 1 : std::max(n_thread, std::min({ batch_per_thread * n_thread, bound, (int)GH.vecG.size() / batch_share }));
+	if (n_thread < workers->size()) workers.reset(new work_queue(n_thread));
 }
 
 // One line a window: the sample to phase, the position (bp) where the window starts, then

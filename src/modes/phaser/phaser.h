@@ -7,6 +7,7 @@
 #include "models/hmm_parameters.h"
 #include "modes/sorvane.h"
 #include "output/haplotype_writer.h"
+#include "utils/work_queue.h"
 
 #include <atomic>
 #include <chrono>
@@ -40,6 +41,11 @@ class phaser : public sorvane {
 public:
 	// The window model needs at least this many conditioning haplotypes in each window.
 	static const int min_conditioning = 2;
+	// Samples in a batch of the iterations, per thread; the samples of a batch are hidden
+	// from one another, so a batch takes at most one sample in batch_share, and at least one
+	// per thread.
+	static const int batch_per_thread = 8;
+	static const int batch_share = 32;
 	// Sites between two checkpoints of the transform for --selection pbwt.
 	static const int pbwt_step = 8;
 	// With --selection auto, the transform selects with a panel or from this many haplotypes
@@ -56,7 +62,9 @@ public:
 	genhap_set GH;
 	// The order of the graphs in the current iteration, a permutation of 0 .. N - 1.
 	std::vector < int > orderG;
-	// Haplotypes open to conditioning in the current batch.
+	// Haplotypes open to conditioning in the current batch: the mask of the iteration
+	// without the haplotypes of the batch, cleared when the batch opens and set back when it
+	// closes.
 	std::vector < bool > hap_mask;
 	hmm_parameters hmm;
 	// No probabilities are stored during burn-in.
@@ -69,8 +77,11 @@ public:
 	// Sums of what sample and store return in one iteration, by all threads; only informative.
 	std::atomic < int > n_sampled;
 	std::atomic < int > n_stored;
-	// Threads used: --thread, lowered to what the batches can use (see limitThreads).
+	// Threads used: --thread, lowered to what the batches can use (see limitThreads); the
+	// workers of the whole run; samples phased at once in a batch of the iterations.
 	int n_thread;
+	std::unique_ptr < work_queue > workers;
+	int n_batch;
 	bool predefined_states;
 	// The Hamming states are taken as the longest local matches of the positional
 	// Burrows-Wheeler transform, rebuilt from vecH at the start of every iteration: with
@@ -88,12 +99,6 @@ public:
 	std::vector < std::vector < int > > copy_bounds;
 	// Per thread, per mask, per transition group: 8 x 8 tables of transition probabilities.
 	std::vector < std::vector < std::vector < std::vector < std::vector < double > > > > > thread_probs;
-	// Seconds each thread of the current batch spent on its individual, and over the run
-	// the thread seconds that batches took and those spent working: the rest is the time
-	// threads wait at the end of a batch for the slowest one.
-	std::vector < double > thread_busy;
-	double batch_thread_seconds;
-	double busy_thread_seconds;
 	// Seconds of the stages of the run (reading, graphs, iterations, solving, writing), each
 	// ended by endStage; the iterations of the run, those done and the seconds they took,
 	// from which each iteration line tells the time left.
@@ -145,10 +150,11 @@ public:
 	virtual void phaseIteration(std::string name);
 	void phaseSegment(std::string name);
 	void phaseSegmentPredefined(std::string name);
-	void phaseSegment(int slot);
-	void phaseSegmentPredefined(int slot);
+	// One individual of a batch, on the tables of `worker`.
+	void phaseSegment(int ind, int worker);
+	void phaseSegmentPredefined(int ind, int worker);
 	void phaseGraph(std::string name);
-	void phaseGraph(int slot);
+	void phaseGraph(int ind, int worker);
 
 protected:
 	// name: what the messages of a mode built on phasing call it.
@@ -176,16 +182,12 @@ private:
 	void refinePedigrees();
 	// One iteration by batches; in the graph form the batch's families leave graph_model
 	// while the batch runs, instead of being masked.
-	void runBatches(std::string name, void * (*callback)(void *), void (phaser::*step)(int), bool graph);
-	void batchFamilyHaplotypes(std::vector < int > & haps);
+	void runBatches(std::string name, void (phaser::*step)(int, int), bool graph);
+	void batchFamilyHaplotypes(const std::vector < int > & batch, std::vector < int > & haps);
+	void logItemTimes();
 	// Expectation of the copying model, a new draw and, after burn-in, the stored
 	// probabilities; `count` adds to n_sampled and n_stored.
-	template < class Model > void runModel(int ind, int slot, Model & model, bool count);
+	template < class Model > void runModel(int ind, int worker, Model & model, bool count);
 };
-
-// Thread entries of one batch: each thread claims one slot of idx_workers and phases that individual.
-void * phaseSegment_callback(void * arg);
-void * phaseSegmentPredefined_callback(void * arg);
-void * phaseGraph_callback(void * arg);
 
 #endif

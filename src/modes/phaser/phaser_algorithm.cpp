@@ -14,8 +14,7 @@
 
 // One individual of the batch: random windows over its graph, conditioning haplotypes per
 // window, then the window model, a new draw and, after burn-in, the stored probabilities.
-void phaser::phaseSegment(int slot) {
-	int ind = idx_workers[slot];
+void phaser::phaseSegment(int ind, int worker) {
 	genotype_graph * G = GH.vecG[ind];
 	if (G->phased()) return;
 
@@ -29,14 +28,13 @@ void phaser::phaseSegment(int slot) {
 	std::vector < std::vector < int > > conditional_index;
 	GH.conditioningSets(hap_mask, ind, n, left_site, right_site, conditional_index);
 	for (unsigned int k = 0 ; k < conditional_index.size() ; k ++) sorvane_assert((int)conditional_index[k].size() >= min_conditioning);
-	haplotype_segment & HS = *thread_models[slot];
+	haplotype_segment & HS = *thread_models[worker];
 	HS.windows(conditional_index, left_segment, right_segment, left_site, right_site);
-	runModel(ind, slot, HS, true);
+	runModel(ind, worker, HS, true);
 }
 
 // The same with the windows and conditioning haplotypes that the user gave.
-void phaser::phaseSegmentPredefined(int slot) {
-	int ind = idx_workers[slot];
+void phaser::phaseSegmentPredefined(int ind, int worker) {
 	genotype_graph * G = GH.vecG[ind];
 	if (G->phased()) return;
 
@@ -56,22 +54,21 @@ void phaser::phaseSegmentPredefined(int slot) {
 		autils::findUniqueSet(selected, conditional_index[k]);
 		sorvane_assert((int)conditional_index[k].size() >= min_conditioning);
 	}
-	haplotype_segment & HS = *thread_models[slot];
+	haplotype_segment & HS = *thread_models[worker];
 	HS.windows(conditional_index, left_segment, right_segment, left_site, right_site);
-	runModel(ind, slot, HS, true);
+	runModel(ind, worker, HS, true);
 }
 
 // One individual against the graph of all allowed haplotypes; the counters are left alone.
-void phaser::phaseGraph(int slot) {
-	int ind = idx_workers[slot];
+void phaser::phaseGraph(int ind, int worker) {
 	if (GH.vecG[ind]->phased()) return;
-	runModel(ind, slot, *graph_model, false);
+	runModel(ind, worker, *graph_model, false);
 }
 
-template < class Model > void phaser::runModel(int ind, int slot, Model & model, bool count) {
+template < class Model > void phaser::runModel(int ind, int worker, Model & model, bool count) {
 	genotype_graph * G = GH.vecG[ind];
 	try {
-		std::vector < std::vector < std::vector < std::vector < double > > > > & probs = thread_probs[slot];
+		std::vector < std::vector < std::vector < std::vector < double > > > > & probs = thread_probs[worker];
 		if (G->type <= 2) {
 			model.expectation(G, hmm, probs[0]);
 			double r = putils::getRandom();

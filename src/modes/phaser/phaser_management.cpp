@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <sstream>
 
 // Per-thread tables, sized once for the largest graph type and transition group count:
 // thread_probs[thread][mask][group][from][to]. Pruning only shrinks graphs, so the tables
@@ -55,16 +56,15 @@ static long graphCost(const genotype_graph * G) {
 	return cost;
 }
 
-// With several threads a batch lasts as long as its slowest graph. Within blocks of a few
-// batches, in the shuffled order, graphs go by increasing work, so that those of a batch
-// take about as long; the order of the blocks stays random.
-static void balanceBatches(std::vector < int > & order, const std::vector < genotype_graph * > & graphs, int T) {
-	const int block = 8 * T;
+// The workers of a batch claim its graphs in order and wait for the last one at its end:
+// the graphs of each batch go by decreasing work, so that the longest start first and the
+// short ones fill in the gaps at the end.
+static void balanceBatches(std::vector < int > & order, const std::vector < genotype_graph * > & graphs, int batch) {
 	std::vector < long > cost (graphs.size());
 	for (int i : order) cost[i] = graphCost(graphs[i]);
-	for (unsigned int b = 0 ; b < order.size() ; b += block) {
-		const auto last = order.begin() + std::min(order.size(), (size_t)b + block);
-		std::stable_sort(order.begin() + b, last, [&cost](int x, int y) { return cost[x] < cost[y]; });
+	for (size_t b = 0 ; b < order.size() ; b += batch) {
+		const auto last = order.begin() + std::min(order.size(), b + batch);
+		std::stable_sort(order.begin() + b, last, [&cost](int x, int y) { return cost[x] > cost[y]; });
 	}
 }
 
@@ -80,8 +80,8 @@ void phaser::shuffle() {
 	}
 	for (std::vector < int > & l : byType) shuffleList(l);
 	shuffleList(byType);
-	if (n_thread > 1) for (std::vector < int > & l : byType) balanceBatches(l, GH.vecG, n_thread);
 	for (std::vector < int > & l : byType) orderG.insert(orderG.end(), l.begin(), l.end());
+	if (n_batch > 1) balanceBatches(orderG, GH.vecG, n_batch);
 	sorvane_assert(orderG.size() == GH.vecG.size());
 }
 
@@ -112,7 +112,7 @@ void phaser::phaseMcmc() {
 			if (R > 1) name = "Run [" + sutils::int2str(r) + "/" + sutils::int2str(R) + "] " + name;
 			phaseIteration(name);
 		}
-		pruner(GH, 0.99, n_thread).prune();
+		pruner(GH, 0.99, *workers).prune();
 		GH.summarise();
 		weighGraphs();
 	}
@@ -122,7 +122,7 @@ void phaser::phaseMcmc() {
 		phaseIteration("Main iteration [" + sutils::int2str(i) + "/" + sutils::int2str(M) + "]");
 	}
 
-	normaliser(GH, n_thread).normalise();
+	normaliser(GH, *workers).normalise();
 	endStage("iterations");
 }
 
@@ -140,12 +140,12 @@ void phaser::phaseNoMcmc() {
 	p_random = 0.0;
 	shuffle();
 	phaseIteration("Pruning iteration [1/1]");
-	pruner(GH, 0.99, n_thread).prune();
+	pruner(GH, 0.99, *workers).prune();
 	GH.summarise();
 	weighGraphs();
 	shuffle();
 	phaseIteration("Main iteration [1/1]");
-	normaliser(GH, n_thread).normalise();
+	normaliser(GH, *workers).normalise();
 	endStage("iterations");
 }
 
@@ -164,75 +164,68 @@ void phaser::phaseIteration(std::string name) {
 
 void phaser::phaseSegment(std::string name) {
 	if (pbwt_selection) GH.pbwt.build(GH.vecH, GH.sites->size(), pbwt_step);
-	runBatches(name, phaseSegment_callback, &phaser::phaseSegment, false);
+	runBatches(name, &phaser::phaseSegment, false);
 }
 
 void phaser::phaseSegmentPredefined(std::string name) {
-	runBatches(name, phaseSegmentPredefined_callback, &phaser::phaseSegmentPredefined, false);
+	runBatches(name, &phaser::phaseSegmentPredefined, false);
 }
 
 // All allowed haplotypes go into one graph for the iteration.
 void phaser::phaseGraph(std::string name) {
-	runBatches(name, phaseGraph_callback, &phaser::phaseGraph, true);
+	runBatches(name, &phaser::phaseGraph, true);
 }
 
 // Allowed haplotypes of the families of the batch's individuals, ascending, once each.
-void phaser::batchFamilyHaplotypes(std::vector < int > & haps) {
+void phaser::batchFamilyHaplotypes(const std::vector < int > & batch, std::vector < int > & haps) {
 	haps.clear();
-	for (int ind : idx_workers) if (ind >= 0)
-		for (int r : GH.relatives[ind]) for (int h : GH.ind2hap[r]) if (hap_mask[h]) haps.push_back(h);
+	for (int ind : batch) for (int r : GH.relatives[ind]) for (int h : GH.ind2hap[r]) if (hap_mask[h]) haps.push_back(h);
 	std::sort(haps.begin(), haps.end());
 	haps.erase(std::unique(haps.begin(), haps.end()), haps.end());
 }
 
-// One iteration by batches of T individuals, one thread each. The haplotypes of the whole
-// batch are kept out of every conditioning set of the batch, so threads write their own
-// haplotypes into vecH without locks; the batch ends when all threads are joined. The window
-// form masks them; the graph form takes them out of the graph and puts them back in their
-// new form after the batch, so that the graph follows the samples.
-void phaser::runBatches(std::string name, void * (*callback)(void *), void (phaser::*step)(int), bool graph) {
+// One iteration by batches of n_batch individuals, which the workers claim one by one. The
+// haplotypes of the whole batch are kept out of every conditioning set of the batch, so
+// workers write their own individual's haplotypes into vecH without locks; the batch ends
+// when all its individuals are done. The window form masks them, clearing their bits when
+// the batch opens and setting them back when it closes, so that a batch costs its own size;
+// the graph form takes them out of the graph and puts them back in their new form after the
+// batch, so that the graph follows the samples.
+void phaser::runBatches(std::string name, void (phaser::*step)(int, int), bool graph) {
 	LOG.println("");
 	LOG.printL(name);
 	const auto start = std::chrono::steady_clock::now();
-	const int T = n_thread;
-	int N = GH.vecG.size();
+	const int N = GH.vecG.size();
 	n_sampled = 0;
 	n_stored = 0;
+	const std::vector < bool > & open = conditioningMask();
+	hap_mask = open;
 	if (graph) {
-		hap_mask = conditioningMask();
 		autils::findUniqueSet(hap_mask, graph_haps);
 		graph_model.reset(new haplotype_graph(GH.vecH, graph_haps, settings.states));
 	}
-	std::vector < int > moved;
-	int done = 0;
-	while (done < N) {
-		idx_workers = std::vector < int > (T, -1);
-		for (int t = 0 ; t < T && done + t < N ; t ++) idx_workers[t] = orderG[done + t];
+	std::vector < int > batch, moved;
+	auto openBatch = [&](int first, int last) {
+		batch.assign(orderG.begin() + first, orderG.begin() + last);
 		if (graph) {
-			batchFamilyHaplotypes(moved);
+			batchFamilyHaplotypes(batch, moved);
 			for (int h : moved) graph_model->rem(GH.vecH[h]);
-		} else {
-			hap_mask = conditioningMask();
-			GH.subsetHaplotypes_thread(hap_mask, idx_workers);
-		}
-		if (T < 2) (this->*step)(0);
-		else {
-			i_workers = 0;
-			thread_busy.assign(T, 0.0);
-			const auto begin = std::chrono::steady_clock::now();
-			for (int t = 0 ; t < T ; t ++) pthread_create(&id_workers[t], NULL, callback, static_cast < void * > (this));
-			for (int t = 0 ; t < T ; t ++) pthread_join(id_workers[t], NULL);
-			batch_thread_seconds += T * std::chrono::duration < double > (std::chrono::steady_clock::now() - begin).count();
-			for (double b : thread_busy) busy_thread_seconds += b;
-		}
-		done = std::min(done + T, N);
+		} else GH.subsetHaplotypes_thread(hap_mask, batch);
+	};
+	// The progress line is rewritten at most every tenth of a second, and at the end: on many
+	// threads, batches can be shorter than its text takes to make.
+	double shown = -1.0;
+	auto closeBatch = [&](int, int done) {
+		if (graph) for (int h : moved) graph_model->add(GH.vecH[h]);
+		else for (int ind : batch) for (int h : GH.ind2hap[ind]) hap_mask[h] = open[h];
+		const double seconds = std::chrono::duration < double > (std::chrono::steady_clock::now() - start).count();
+		if (done < N && seconds - shown < 0.1) return;
+		shown = seconds;
 		std::string progress = "\r" + name + " [" + sutils::int2str(done) + "/" + sutils::int2str(N) + "]";
 		if (graph) {
-			for (int h : moved) graph_model->add(GH.vecH[h]);
 			const int levels = graph_model->levels.size();
 			progress += " (Hg:b=" + sutils::double2str((double)GH.sites->size() / levels, 1) + "/s=" + sutils::int2str(levels) + ")";
 		}
-		const double seconds = std::chrono::duration < double > (std::chrono::steady_clock::now() - start).count();
 		if (done < N) progress += timeLeft((double)done / N, seconds);
 		else {
 			n_iterations_done ++;
@@ -240,7 +233,8 @@ void phaser::runBatches(std::string name, void * (*callback)(void *), void (phas
 			progress += " " + sutils::duration2str(seconds) + timeLeft(0.0, 0.0);
 		}
 		LOG.printC(progress);
-	}
+	};
+	workers->batches(N, n_batch, openBatch, [&](int item, int worker) { (this->*step)(orderG[item], worker); }, closeBatch);
 	graph_model.reset();
 	LOG.println("");
 	LOG.printlnL("  * Time: " + sutils::duration2str(std::chrono::duration < double > (std::chrono::steady_clock::now() - start).count()));
@@ -265,29 +259,15 @@ void phaser::endStage(const std::string & name) {
 	stage_seconds.push_back({ name, seconds });
 }
 
-// Claims the next slot of the batch and phases its individual, if any, timing the work.
-static void * runSlot(void * arg, void (phaser::*step)(int)) {
-	phaser * P = static_cast < phaser * > (arg);
-	pthread_mutex_lock(&P->mutex_workers);
-	int slot = P->i_workers ++;
-	pthread_mutex_unlock(&P->mutex_workers);
-	if (P->idx_workers[slot] < 0) return NULL;
-	const auto begin = std::chrono::steady_clock::now();
-	(P->*step)(slot);
-	P->thread_busy[slot] = std::chrono::duration < double > (std::chrono::steady_clock::now() - begin).count();
-	return NULL;
-}
-
-void * phaseSegment_callback(void * arg) {
-	return runSlot(arg, &phaser::phaseSegment);
-}
-
-void * phaseSegmentPredefined_callback(void * arg) {
-	return runSlot(arg, &phaser::phaseSegmentPredefined);
-}
-
-void * phaseGraph_callback(void * arg) {
-	return runSlot(arg, &phaser::phaseGraph);
+// In the log only, the processor time individuals took in the iterations, from which the
+// waiting at the ends of batches can be worked out for other thread counts and batch sizes.
+void phaser::logItemTimes() {
+	const work_queue & W = *workers;
+	if (W.items_timed == 0) return;
+	std::ostringstream line;
+	line << "Processor seconds per individual in " << W.batch_count << " batches of " << n_batch << " on " << W.size() << " threads (" << W.serial_seconds << " s opening and closing batches): mean " << W.work_seconds / W.items_timed << ", quantiles";
+	for (double q : { 0.0, 0.05, 0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7, 0.8, 0.9, 0.95, 0.99, 0.999, 1.0 }) line << " " << 100 * q << "%:" << W.itemQuantile(q);
+	LOG.printlnL(line.str());
 }
 
 // Most likely haplotypes from the stored probabilities, then the haplotype and graph files.
@@ -295,9 +275,10 @@ void * phaseGraph_callback(void * arg) {
 void phaser::write_files_and_finalise() {
 	sorvane::write_files_and_finalise();
 	desallocateMemory();
-	if (batch_thread_seconds > 0) LOG.printlnL("\nThreads waited at the ends of batches for " + sutils::double2str(100.0 * (1.0 - busy_thread_seconds / batch_thread_seconds), 1) + " % of their time");
+	if (workers->size() > 1 && workers->batch_seconds > 0) LOG.printlnL("\nThreads waited at the ends of batches for " + sutils::double2str(100.0 * (1.0 - workers->busy_seconds / workers->batch_seconds), 1) + " % of their time");
+	logItemTimes();
 	if (options.count("output-max") || options.count("output-vcf")) {
-		solver(GH, n_thread).solve();
+		solver(GH, *workers).solve();
 		if (!options.count("no-rare-phasing")) rare_phaser(GH, &read_pinned).phase();
 		if (options.count("duohmm")) refinePedigrees();
 		endStage("solving");
