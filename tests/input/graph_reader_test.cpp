@@ -169,6 +169,8 @@ void limitAddressSpace(long extra) {
 	rlimit r;
 	r.rlim_cur = r.rlim_max = pages * sysconf(_SC_PAGESIZE) + extra;
 	setrlimit(RLIMIT_AS, &r);
+#else
+	(void)extra;
 #endif
 }
 
