@@ -9,7 +9,7 @@ bam_scanner::bam_scanner(het_sites & _H, int _min_baseq, std::string _reference)
 // Opens a file with its header and index, ending the run naming the file when it cannot be
 // read, has no index (or is not sorted by coordinate) or lacks the chromosome. Returns the
 // chromosome's number in the header.
-int bam_scanner::open(const std::string & file, htsFile * & fp, sam_hdr_t * & header, hts_idx_t * & index) {
+hts_itr_t * bam_scanner::open(const std::string & file, htsFile * & fp, sam_hdr_t * & header, hts_idx_t * & index) {
 	fp = sam_open(file.c_str(), "r");
 	if (!fp) LOG.error("Impossible to open file [" + file + "]");
 	if (!reference.empty() && hts_set_fai_filename(fp, reference.c_str()) != 0) LOG.error("Impossible to use the reference [" + reference + "] for [" + file + "]");
@@ -27,7 +27,9 @@ int bam_scanner::open(const std::string & file, htsFile * & fp, sam_hdr_t * & he
 	}
 	int tid = sam_hdr_name2tid(header, H.chr.c_str());
 	if (tid < 0) LOG.error("Chromosome [" + H.chr + "] of the VCF is not in the header of [" + file + "]");
-	return tid;
+	hts_itr_t * itr = sam_itr_queryi(index, tid, H.position.front() - 1, H.position.back());
+	if (!itr) LOG.error("Impossible to iterate over [" + file + "]");
+	return itr;
 }
 
 void bam_scanner::unreadable(htsFile * fp, const std::string & file) {
@@ -35,7 +37,8 @@ void bam_scanner::unreadable(htsFile * fp, const std::string & file) {
 	LOG.error("Truncated or corrupt file [" + file + "]");
 }
 
-static void closeFile(htsFile * fp, sam_hdr_t * header, hts_idx_t * index) {
+static void closeFile(htsFile * fp, sam_hdr_t * header, hts_idx_t * index, hts_itr_t * itr) {
+	hts_itr_destroy(itr);
 	hts_idx_destroy(index);
 	sam_hdr_destroy(header);
 	sam_close(fp);
@@ -47,14 +50,11 @@ void bam_scanner::check(std::string file) {
 	htsFile * fp;
 	sam_hdr_t * header;
 	hts_idx_t * index;
-	int tid = open(file, fp, header, index);
-	hts_itr_t * itr = sam_itr_queryi(index, tid, H.position.front() - 1, H.position.back());
-	if (!itr) LOG.error("Impossible to iterate over [" + file + "]");
+	hts_itr_t * itr = open(file, fp, header, index);
 	bam1_t * b = bam_init1();
 	if (sam_itr_next(fp, itr, b) < -1) unreadable(fp, file);
 	bam_destroy1(b);
-	hts_itr_destroy(itr);
-	closeFile(fp, header, index);
+	closeFile(fp, header, index, itr);
 }
 
 void bam_scanner::scan(std::string file, int sample, int min_mapq, std::vector < pir_read > & pirs) {
@@ -63,9 +63,7 @@ void bam_scanner::scan(std::string file, int sample, int min_mapq, std::vector <
 	htsFile * fp;
 	sam_hdr_t * header;
 	hts_idx_t * index;
-	int tid = open(file, fp, header, index);
-	hts_itr_t * itr = sam_itr_queryi(index, tid, H.position.front() - 1, H.position.back());
-	if (!itr) LOG.error("Impossible to iterate over [" + file + "]");
+	hts_itr_t * itr = open(file, fp, header, index);
 
 	bam1_t * b = bam_init1();
 	int status;
@@ -94,8 +92,7 @@ void bam_scanner::scan(std::string file, int sample, int min_mapq, std::vector <
 	for (std::map < std::string, pir_read >::iterator it = pending.begin() ; it != pending.end() ; ++ it) finish(it->second, pirs);
 	pending.clear();
 	bam_destroy1(b);
-	hts_itr_destroy(itr);
-	closeFile(fp, header, index);
+	closeFile(fp, header, index, itr);
 }
 
 void bam_scanner::observe(bam1_t * b, int sample, pir_read & read) {

@@ -34,7 +34,8 @@ private:
 	// Reads of pairs whose mate comes later in the file, by name.
 	std::map < std::string, pir_read > pending;
 
-	int open(const std::string & file, htsFile * & fp, sam_hdr_t * & header, hts_idx_t * & index);
+	// Opens the file and its index, and iterates over the sites' range of the chromosome.
+	hts_itr_t * open(const std::string & file, htsFile * & fp, sam_hdr_t * & header, hts_idx_t * & index);
 	[[noreturn]] void unreadable(htsFile * fp, const std::string & file);
 	void observe(bam1_t * b, int sample, pir_read & read);
 	void finish(pir_read & read, std::vector < pir_read > & pirs);
