@@ -120,6 +120,13 @@ TEST(haplotype_writer, FormatsWithFilters) {
 		EXPECT_EQ(data, text.substr(text.find("#CHROM"))) << name;
 	}
 
+	// A known phase of u2 at site 3, against its columns there, turns them from site 0 on.
+	known_phase k { std::vector < bool > (6, false), std::vector < bool > (6, false), std::vector < bool > (6, false) };
+	k.known[3] = k.hap1[3] = true;
+	W.orient({ { "u2", k } });
+	W.writeHaplotypeHap(d.file("k.haps"), d.file("k.sample"));
+	EXPECT_EQ(d.read("k.haps"), "1 rs1 100 A C 1 1 1 0 1 0 0 1 0 1 1 0 0 0\n1 rs2 x2 200 G T " + digits[1] + "\n1 rs3 300 A G " + digits[2] + "\n1 rs4 400 C T 1 0 1 0 0 0 0 0 0 0 0 1 1 1\n");
+
 	// Children skipped; a window without sites leaves files of headers only.
 	haplotype_writer P(c.filter, c.set, header1, header2, true);
 	c.filter.setL(850);
