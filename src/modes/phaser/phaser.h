@@ -40,18 +40,18 @@ struct phasing_settings {
 class phaser : public sorvane {
 public:
 	// The window model needs at least this many conditioning haplotypes in each window.
-	static const int min_conditioning = 2;
+	static constexpr int min_conditioning = 2;
 	// Samples in a batch of the iterations, per thread; the samples of a batch are hidden
 	// from one another, so a batch takes at most one sample in batch_share, and at least one
 	// per thread.
-	static const int batch_per_thread = 8;
-	static const int batch_share = 32;
+	static constexpr int batch_per_thread = 8;
+	static constexpr int batch_share = 32;
 	// Sites between two checkpoints of the transform for --selection pbwt.
-	static const int pbwt_step = 8;
+	static constexpr int pbwt_step = 8;
 	// With --selection auto, the transform selects with a panel or from this many haplotypes
 	// to copy from.
-	static const int pbwt_auto_haplotypes = 1000;
-	static const int small_study_states = 200;
+	static constexpr int pbwt_auto_haplotypes = 1000;
+	static constexpr int small_study_states = 200;
 	// Window size (Mb) of the transform's selection when --window is not given: its states
 	// then stay local enough for every site to have close matches among them.
 	static constexpr double pbwt_window = 0.5;
