@@ -23,7 +23,7 @@ import os
 import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from switch_error import mac_class, open_text, read_haps, read_samples  # noqa: E402
+from switch_error import mac_class, read_haps, read_samples, vcf_records  # noqa: E402
 
 BINS = [(0.0, 0.5), (0.5, 0.6), (0.6, 0.7), (0.7, 0.8), (0.8, 0.9), (0.9, 0.99), (0.99, 1.0)]
 MARGIN = 0.05
@@ -33,31 +33,23 @@ MIN_COUNT = 100
 def read_vcf_pp(path):
     """Samples, and per site in file order (position, REF, ALT, [(a0, a1, pp) per sample]),
     pp None where the field is '.' or absent; haploid and unphased genotypes are skipped."""
-    samples, sites = None, []
-    with open_text(path) as f:
-        for line in f:
-            if line.startswith("##"):
+    samples, records = vcf_records(path, "calibration.py")
+    sites = []
+    for tok in records:
+        keys = tok[8].split(":")
+        if "PP" not in keys:
+            sys.exit("calibration.py: %s has no PP field at position %s" % (path, tok[1]))
+        at = keys.index("PP")
+        calls = []
+        for field in tok[9:]:
+            values = field.split(":")
+            gt = values[0].split("|")
+            pp = values[at] if at < len(values) else "."
+            if len(gt) != 2 or not all(a in "01" for a in gt):
+                calls.append(None)
                 continue
-            tok = line.rstrip("\n").split("\t")
-            if line.startswith("#"):
-                samples = tok[9:]
-                continue
-            keys = tok[8].split(":")
-            if "PP" not in keys:
-                sys.exit("calibration.py: %s has no PP field at position %s" % (path, tok[1]))
-            at = keys.index("PP")
-            calls = []
-            for field in tok[9:]:
-                values = field.split(":")
-                gt = values[0].split("|")
-                pp = values[at] if at < len(values) else "."
-                if len(gt) != 2 or not all(a in "01" for a in gt):
-                    calls.append(None)
-                    continue
-                calls.append((gt[0], gt[1], None if pp == "." else float(pp)))
-            sites.append((int(tok[1]), tok[3], tok[4], calls))
-    if samples is None:
-        sys.exit("calibration.py: %s has no #CHROM line" % path)
+            calls.append((gt[0], gt[1], None if pp == "." else float(pp)))
+        sites.append((int(tok[1]), tok[3], tok[4], calls))
     return samples, sites
 
 

@@ -88,30 +88,40 @@ def read_haps(path, n_samples):
     return sites, len(duplicated)
 
 
-def read_vcf(path):
-    """Samples and sites of a phased VCF, as read_samples and read_haps give them:
-    haplotype digits from GT "a|b" (a haploid "a" counts twice); other records and
-    genotypes that are missing or not 0/1 make the site unusable and drop it."""
-    samples, sites, dropped = None, {}, 0
+def vcf_records(path, program):
+    """The sample names of a VCF and its records, each split into its columns; exits
+    naming the program when there is no #CHROM line."""
+    samples, records = None, []
     with open_text(path) as f:
         for line in f:
             if line.startswith("##"):
                 continue
             tok = line.rstrip("\n").split("\t")
             if line.startswith("#"):
-                samples = [(t, "0", "0") for t in tok[9:]]
-                continue
-            pos = int(tok[1])
-            digits = []
-            for field in tok[9:]:
-                alleles = field.split(":")[0].replace("|", "/").split("/")
-                digits.extend(alleles * (2 // len(alleles)))
-            if "," in tok[4] or len(digits) != 2 * len(samples) or "".join(digits).strip("01") or pos in sites:
-                dropped += 1
-                continue
-            sites[pos] = (tok[3], tok[4], "".join(digits))
+                samples = tok[9:]
+            elif samples is not None:
+                records.append(tok)
     if samples is None:
-        sys.exit("switch_error.py: %s has no #CHROM line" % path)
+        sys.exit("%s: %s has no #CHROM line" % (program, path))
+    return samples, records
+
+
+def read_vcf(path):
+    """Samples and sites of a phased VCF, as read_samples and read_haps give them:
+    haplotype digits from GT "a|b" (a haploid "a" counts twice); other records and
+    genotypes that are missing or not 0/1 make the site unusable and drop it."""
+    names, records = vcf_records(path, "switch_error.py")
+    samples, sites, dropped = [(t, "0", "0") for t in names], {}, 0
+    for tok in records:
+        pos = int(tok[1])
+        digits = []
+        for field in tok[9:]:
+            alleles = field.split(":")[0].replace("|", "/").split("/")
+            digits.extend(alleles * (2 // len(alleles)))
+        if "," in tok[4] or len(digits) != 2 * len(samples) or "".join(digits).strip("01") or pos in sites:
+            dropped += 1
+            continue
+        sites[pos] = (tok[3], tok[4], "".join(digits))
     return samples, sites, dropped
 
 
