@@ -2,13 +2,15 @@
 # Plants each fault of faults.py in turn in a built copy of the repository, rebuilds and
 # runs the tests, and appends one JSON line per fault to OUT: the tests that failed.
 #
-# usage: run.py REPO OUT.jsonl [--first] [--slow] [--prior=BEFORE.jsonl] [FAULT_ID...]
+# usage: run.py REPO OUT.jsonl [--first] [--slow] [--prior=BEFORE.jsonl] [--within=REGEX]
+#               [FAULT_ID...]
 #   REPO has been configured in REPO/build (with ccache, see the developers' guide).
 #   The slowest tests (SLOW) run only for a fault of their layers that no other test caught,
 #   or for every fault with --slow. With --first a fault's run stops at its first failing
 #   test: enough to say it is caught, not which tests catch it. With --prior the tests that
 #   caught a fault in that earlier run (those still there) run first, the others only if
-#   none of them fails.
+#   none of them fails. With --within only the tests whose names match REGEX run: to check
+#   that one folder's tests still catch what they caught.
 # Not part of `make test`: a run of all faults takes most of an hour on two cores.
 import json, os, re, signal, subprocess, sys
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
@@ -24,7 +26,9 @@ SLOW_LAYERS = ("src/models", "src/containers", "src/modules", "src/duohmm", "src
 
 args = [a for a in sys.argv[1:] if not a.startswith("--")]
 first, all_slow = "--first" in sys.argv, "--slow" in sys.argv
-prior_file = next((a[len("--prior="):] for a in sys.argv[1:] if a.startswith("--prior=")), None)
+def flag(name):
+    return next((a[len(name) + 3:] for a in sys.argv[1:] if a.startswith("--" + name + "=")), None)
+prior_file, within = flag("prior"), flag("within")
 
 def prior(fid):
     # Read again for each fault: the earlier run may still be going.
@@ -52,7 +56,21 @@ def ctest(select):
     stray()
     return re.findall(r"^\s*\d+ - (\S+) \(", r.stdout, re.M)
 
-slow_regex = "^(" + "|".join(re.escape(t) for t in SLOW) + ")$"
+def exact(names):
+    return ["-R", "^(" + "|".join(re.escape(t) for t in names) + ")$"]
+
+def selection(names):
+    # ctest arguments running these tests, or None when none of them is allowed
+    names = [t for t in names if not within or re.search(within, t)]
+    return exact(names) if names else None
+
+def listed():
+    r = subprocess.run(["ctest", "-N"], cwd=build, env=env, capture_output=True, text=True)
+    return re.findall(r"Test\s+#\d+: (\S+)", r.stdout)
+
+def run(names):
+    sel = selection(names)
+    return ctest(sel) if sel else []
 for fid, layer, path, old, new in FAULTS:
     if wanted and fid not in wanted: continue
     full = os.path.join(repo, path)
@@ -70,12 +88,11 @@ for fid, layer, path, old, new in FAULTS:
             else:
                 rec["status"] = "ok"
                 rec["failed"] = []
-                if prior(fid):
-                    rec["failed"] = ctest(["-R", "^(" + "|".join(re.escape(t) for t in prior(fid)) + ")$"])
+                rec["failed"] = run(prior(fid))
                 if not rec["failed"]:
-                    rec["failed"] = ctest(["-E", slow_regex])
+                    rec["failed"] = run([t for t in listed() if t not in SLOW])
                 if all_slow or (not rec["failed"] and path.startswith(SLOW_LAYERS)):
-                    rec["failed"] += ctest(["-R", slow_regex])
+                    rec["failed"] += run(SLOW)
                     rec["slow"] = True
         finally:
             open(full, "w").write(text)
