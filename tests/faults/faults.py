@@ -51,4 +51,20 @@ FAULTS = [
 ("F48", "site map shift", "src/objects/snp_set.cpp", "double shift = - vecS[0]->cm;", "double shift = 0;"),
 ("F49", "pedigree default map", "src/duohmm/geneticMap.cpp", "add(1e9, 1190);\n}", "add(1e9, 1000);\n}"),
 ("F50", "graph file site index", "src/output/graph_writer.cpp", "writeValue(f, (int32_t)s.idx);", "writeValue(f, (int32_t)0);"),
+# tests/models, tests/modules, tests/duohmm
+("F160", "pedigree HMM Viterbi backtrack", "src/duohmm/pedigree_hmm.cpp", "stateseq[l] = backtrack[(l + 1) * N + stateseq[l + 1]];", "stateseq[l] = backtrack[l * N + stateseq[l + 1]];"),
+("F161", "pedigree HMM forward rescaling", "src/duohmm/pedigree_hmm.cpp", "		for (int j = 0 ; j < N ; j ++) cur[j] *= scale[l];\n", "		(void)cur;\n"),
+("F162", "list model first column", "src/models/haplotype_list.cpp", "if (n == 0) v = e / K;", "if (n == 0) v = e;"),
+("F163", "graph model link shares", "src/models/sparse_matrix.cpp", "VN[e] = (double)V[e] / total;", "VN[e] = (double)V[e] / (total + 1);"),
+("F164", "rare variant complement", "src/modules/rare_phaser.cpp", "if (ones != 1 && ones != H - 1) continue;", "if (ones != 1) continue;"),
+("F165", "PIR one-site reads", "src/models/sequencer.cpp", "if (read.size() >= 2) reads.push_back(read);", "if (read.size() >= 1) reads.push_back(read);"),
+("F166", "PIR mutation tie", "src/models/sequencer.cpp", "const bool onH1 = pA >= pB;", "const bool onH1 = pA > pB;"),
+("F167", "PIR read limit", "src/models/sequencer.cpp", "marked, max_reads, rows);", "marked, max_reads + 1, rows);"),
+("F168", "HMM jump share", "src/models/hmm_parameters.cpp", "recN[l] = rec[l] / N;", "recN[l] = rec[l] / K;"),
+("F169", "builder scaffold", "src/modules/builder.cpp", "if (G.scaffold[child].empty()) graph->buildUnr", "if (true) graph->buildUnr"),
+("F170", "pedigree map tail", "src/duohmm/geneticMap.cpp", "cM.back() + 5.95);", "cM.back() + 5.0);"),
+("F171", "pedigree absent father", "src/duohmm/pedigree.cpp", "if (!known.count(x.dad)) x.dad = \"0\";", "if (false) x.dad = \"0\";"),
+("F172", "window model uniform rows", "src/models/haplotype_segment.cpp", "rowS[h] = rowS[h] * (nrec + K * recN) * by;", "rowS[h] = rowS[h] * (nrec + recN) * by;"),
+("F173", "graph model one block", "src/models/haplotype_graph.cpp", "if (max_states >= nb_hap || nb_snp < 2) {", "if (max_states > nb_hap || nb_snp < 2) {"),
+]
 ]
