@@ -67,4 +67,3 @@ FAULTS = [
 ("F172", "window model uniform rows", "src/models/haplotype_segment.cpp", "rowS[h] = rowS[h] * (nrec + K * recN) * by;", "rowS[h] = rowS[h] * (nrec + recN) * by;"),
 ("F173", "graph model one block", "src/models/haplotype_graph.cpp", "if (max_states >= nb_hap || nb_snp < 2) {", "if (max_states > nb_hap || nb_snp < 2) {"),
 ]
-]
