@@ -1,5 +1,4 @@
 #include "duohmm/pedhap.h"
-#include "duohmm_test_utils.h"
 #include "test_utils.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +9,8 @@ using testutils::TempDir;
 namespace {
 
 // Simulated samples over K sites 100 kb apart, written as a HAPS/SAMPLE pair; the truth
-// keeps each child's paternal haplotype first.
+// keeps each child's paternal haplotype first. A child has one crossover at site `cross` in
+// each meiosis; an absent parent's haplotype is drawn.
 struct family_data {
 	int K;
 	std::vector < std::string > ids, fathers, mothers;
@@ -25,40 +25,27 @@ struct family_data {
 	int find(const std::string & id) const {
 		return std::find(ids.begin(), ids.end(), id) - ids.begin();
 	}
-	void founder(const std::string & id) {
-		add(id, "0", "0");
-		for (int h = 0 ; h < 2 ; h ++) for (int l = 0 ; l < K ; l ++) truth[truth.size() - 2 + h][l] = bit();
-	}
-	// One crossover at site `cross` in each meiosis; an absent parent's haplotype is drawn.
 	void child(const std::string & id, const std::string & dad, const std::string & mum, int cross) {
-		add(id, find(dad) < (int)ids.size() ? dad : "0", mum);
-		for (int h = 0 ; h < 2 ; h ++) {
-			int p = find(h ? mum : dad), first = bit();
-			for (int l = 0 ; l < K ; l ++) {
-				int side = (l < cross) ? first : 1 - first;
-				truth[truth.size() - 2 + h][l] = p < (int)ids.size() - 1 ? truth[2 * p + side][l] : bit();
-			}
-		}
-	}
-	void add(const std::string & id, const std::string & dad, const std::string & mum) {
+		const int n = ids.size();
 		ids.push_back(id);
-		fathers.push_back(dad);
+		fathers.push_back(find(dad) < n ? dad : "0");
 		mothers.push_back(mum);
-		truth.resize(truth.size() + 2, std::vector < int > (K, 0));
+		for (int h = 0 ; h < 2 ; h ++) {
+			const int p = find(h ? mum : dad), first = dad + mum == "00" ? 0 : bit();
+			truth.push_back(std::vector < int > (K));
+			for (int l = 0 ; l < K ; l ++) truth.back()[l] = p < n ? truth[2 * p + ((l < cross) ? first : 1 - first)][l] : bit();
+		}
 	}
 	void write(const TempDir & d, const std::vector < std::vector < int > > & haps) const {
-		std::string s = "ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n";
-		for (unsigned int i = 0 ; i < ids.size() ; i ++) {
-			bool male = std::count(fathers.begin(), fathers.end(), ids[i]) > 0 || ids[i] == "X";
-			s += "F " + ids[i] + " 0 " + fathers[i] + " " + mothers[i] + (male ? " 1\n" : " 2\n");
-		}
-		d.write("h.sample", s);
-		std::string h;
+		std::string s = "ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n", h;
+		for (unsigned int i = 0 ; i < ids.size() ; i ++)
+			s += "F " + ids[i] + " 0 " + fathers[i] + " " + mothers[i] + (std::count(fathers.begin(), fathers.end(), ids[i]) || ids[i] == "X" ? " 1\n" : " 2\n");
 		for (int l = 0 ; l < K ; l ++) {
 			h += "1 s" + std::to_string(l) + " " + std::to_string(1000000 + 100000 * l) + " A C";
 			for (const std::vector < int > & x : haps) h += " " + std::to_string(x[l]);
 			h += "\n";
 		}
+		d.write("h.sample", s);
 		d.write("h.haps", h);
 	}
 };
@@ -77,15 +64,6 @@ int switches(const family_data & F, const Haplotypes & H, int i) {
 
 }
 
-TEST(pedhap, Unswitch) {
-	std::vector < chaplotype > h = pairOf("0110", "0011");
-	unswitch(h.data(), 1, 4);
-	EXPECT_EQ(h[0].toString() + h[1].toString(), "00110110");
-	unswitch(h.data(), 3, 3);
-	unswitch(h.data(), 3, 1);
-	EXPECT_EQ(h[0].toString() + h[1].toString(), "00110110");
-}
-
 // A three-generation family (GF, GM -> F; F, M -> K1, K2, K3) and a mother P of three
 // children by an absent father, each meiosis with one crossover, phased with two switch
 // errors in every sample and genotypes missing in the children. After correct: every
@@ -94,7 +72,7 @@ TEST(pedhap, Unswitch) {
 // site where both parents are homozygous takes the transmitted allele.
 TEST(pedhap, CorrectsFamilies) {
 	family_data F(400);
-	for (const char * id : { "GF", "GM", "M", "P" }) F.founder(id);
+	for (const char * id : { "GF", "GM", "M", "P" }) F.child(id, "0", "0", 0);
 	F.child("F", "GF", "GM", 90);
 	F.child("K1", "F", "M", 130);
 	F.child("K2", "F", "M", 210);
@@ -102,18 +80,14 @@ TEST(pedhap, CorrectsFamilies) {
 	for (const char * id : { "Q1", "Q2", "Q3" }) F.child(id, "X", "P", 60 + 100 * (id[1] - '0'));
 	// Two switch errors per sample, the children's phases also reversed at the start.
 	std::vector < std::vector < int > > phased = F.truth;
-	for (unsigned int i = 0 ; i < F.ids.size() ; i ++) for (int l = 0 ; l < F.K ; l ++) {
-		bool flip = (l >= 100 + 7 * (int)i && l < 250 + 11 * (int)i) != (F.fathers[i] != "0" || F.mothers[i] != "0");
-		if (flip) std::swap(phased[2 * i][l], phased[2 * i + 1][l]);
-	}
+	for (unsigned int i = 0 ; i < F.ids.size() ; i ++) for (int l = 0 ; l < F.K ; l ++)
+		if ((l >= 100 + 7 * (int)i && l < 250 + 11 * (int)i) != (F.fathers[i] != "0" || F.mothers[i] != "0")) std::swap(phased[2 * i][l], phased[2 * i + 1][l]);
 	std::vector < std::pair < int, int > > missing, filled;
-	for (const char * id : { "K1", "K2", "K3" }) {
-		int k = F.find(id), f = F.find("F"), m = F.find("M");
-		for (int l = 5 ; l < F.K ; l += 37) {
-			missing.push_back({ k, l });
-			phased[2 * k][l] = phased[2 * k + 1][l] = 0;
-			if (F.truth[2 * f][l] == F.truth[2 * f + 1][l] && F.truth[2 * m][l] == F.truth[2 * m + 1][l]) filled.push_back({ k, l });
-		}
+	const int f = F.find("F"), m = F.find("M");
+	for (const char * id : { "K1", "K2", "K3" }) for (int k = F.find(id), l = 5 ; l < F.K ; l += 37) {
+		missing.push_back({ k, l });
+		phased[2 * k][l] = phased[2 * k + 1][l] = 0;
+		if (F.truth[2 * f][l] == F.truth[2 * f + 1][l] && F.truth[2 * m][l] == F.truth[2 * m + 1][l]) filled.push_back({ k, l });
 	}
 	ASSERT_GE(filled.size(), 5u);
 	TempDir d;
@@ -123,22 +97,21 @@ TEST(pedhap, CorrectsFamilies) {
 	testing::internal::GetCapturedStdout();
 	for (const std::pair < int, int > & x : missing) P.haps->_missing[x.first].set(x.second, true);
 	for (unsigned int i = 0 ; i < F.ids.size() ; i ++) EXPECT_GE(switches(F, *P.haps, i), 2) << F.ids[i];
-	// Its progress line (the count of samples with a parent) is checked by the command-line tests.
 	P.correct();
 	for (unsigned int i = 0 ; i < F.ids.size() ; i ++) {
 		if (F.ids[i] == "GF" || F.ids[i] == "GM") continue;	// one child each: left as phased
 		EXPECT_EQ(switches(F, *P.haps, i), 0) << F.ids[i];
-		if (F.fathers[i] == "0" && F.mothers[i] == "0") continue;
 		int wrong = 0;
-		for (int l = 0 ; l < F.K ; l ++) wrong += P.haps->haps[2 * i].get(l) != F.truth[2 * i][l];
+		for (int l = 0 ; l < F.K && (F.fathers[i] != "0" || F.mothers[i] != "0") ; l ++) wrong += P.haps->haps[2 * i].get(l) != F.truth[2 * i][l];
 		EXPECT_EQ(wrong, 0) << F.ids[i];
 	}
-	for (const std::pair < int, int > & x : filled)
-		EXPECT_TRUE(P.haps->haps[2 * x.first].get(x.second) == F.truth[2 * x.first][x.second] && P.haps->haps[2 * x.first + 1].get(x.second) == F.truth[2 * x.first + 1][x.second]) << F.ids[x.first] << " " << x.second;
+	for (const std::pair < int, int > & x : filled) for (int h : { 0, 1 })
+		EXPECT_EQ(P.haps->haps[2 * x.first + h].get(x.second), F.truth[2 * x.first + h][x.second]) << F.ids[x.first] << " " << x.second;
 
-	// Recombination map of the corrected families: a row per meiosis, child first; summed
-	// over the parent's heterozygous sites, each row counts about the one crossover (0.50 to
-	// 1.10 here, 0.78 on average: EM gives a share of each change to the switch rate).
+	// Recombination map of the corrected families, duos and trios: a row per meiosis, child
+	// first; summed over the parent's heterozygous sites, each row counts about the one
+	// crossover (0.50 to 1.10 here, 0.78 on average: EM gives a share of each change to the
+	// switch rate).
 	P.recombinationMap(d.file("rec"));
 	std::istringstream rec (d.read("rec"));
 	std::string line, child, parent;
@@ -165,7 +138,7 @@ TEST(pedhap, MinRecombinant) {
 	struct Case { int kids, changing; bool flipped; };
 	for (const Case & c : { Case { 3, 1, false }, Case { 3, 2, true }, Case { 4, 2, false }, Case { 4, 3, true }, Case { 1, 1, false } }) {
 		family_data F(4);
-		F.founder("P");
+		F.child("P", "0", "0", 0);
 		for (int k = 0 ; k < c.kids ; k ++) F.child("K" + std::to_string(k), "P", "0", 10);
 		std::vector < std::vector < int > > haps (2 * F.ids.size(), std::vector < int > (4, 0));
 		haps[1] = { 1, 1, 1, 1 };
@@ -175,7 +148,7 @@ TEST(pedhap, MinRecombinant) {
 		pedhap P(d.file("h"), "", 20);
 		testing::internal::GetCapturedStdout();
 		for (int k = 0 ; k < c.kids ; k ++)
-			P.stateseqs[{ "P", "K" + std::to_string(k) }] = k < c.changing ? std::vector < unsigned char > { 0, 0, 2, 2 } : std::vector < unsigned char > { 0, 0, 0, 0 };
+			P.stateseqs[{ "P", "K" + std::to_string(k) }] = std::vector < unsigned char > { 0, 0, (unsigned char)(k < c.changing ? 2 : 0), (unsigned char)(k < c.changing ? 2 : 0) };
 		P.minRecombinant("P");
 		EXPECT_EQ(P.haps->haps[0].toString(), c.flipped ? "0011" : "0000") << c.kids << " " << c.changing;
 	}

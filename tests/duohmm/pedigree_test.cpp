@@ -11,21 +11,8 @@ namespace {
 
 // A three-generation family listed children first (C1, C2 of F and M; F of GF and GM), a
 // singleton, and a child whose father is not among the samples.
-const std::string sample =
-	"ID_1 ID_2 missing ID_father ID_mother sex\n"
-	"0 0 0 D D D\n"
-	"A C1 0 F M 1\n"
-	"A C2 0 F M 2\n"
-	"A F 0 GF GM 1\n"
-	"A GF 0 0 0 1\n"
-	"A GM 0 0 0 1\n"
-	"A M 0 0 0 2\n"
-	"B S 0 0 0 2\n"
-	"C Z 0 OUT M 1\n";
-
-std::vector < std::string > sampleIds() {
-	return { "C1", "C2", "F", "GF", "GM", "M", "S", "Z" };
-}
+const std::vector < std::string > family = { "A C1 F M 1", "A C2 F M 2", "A F GF GM 1", "A GF 0 0 1", "A GM 0 0 1", "A M 0 0 2", "B S 0 0 2", "C Z OUT M 1" };
+const std::vector < std::string > ids = { "C1", "C2", "F", "GF", "GM", "M", "S", "Z" };
 
 }
 
@@ -34,13 +21,16 @@ std::vector < std::string > sampleIds() {
 // singleton family is emptied by its first ordering.
 TEST(pedigree, FamiliesAndOrder) {
 	TempDir d;
+	std::string sample = "ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n", fam;
+	for (const std::string & line : family) {
+		fam += line + "\n";
+		sample += line.substr(0, line.find(' ', 2)) + " 0" + line.substr(line.find(' ', 2)) + "\n";
+	}
 	d.write("p.sample", sample);
-	std::string fam;
-	for (const char * line : { "A C1 F M 1", "A C2 F M 2", "A F GF GM 1", "A GF 0 0 1", "A GM 0 0 1", "A M 0 0 2", "B S 0 0 2", "C Z OUT M 1" }) fam += std::string(line) + "\n";
 	d.write("p.fam", fam);
 	for (char kind : { 's', 'f' }) {
 		testing::internal::CaptureStderr();
-		pedigree P(d.file(kind == 's' ? "p.sample" : "p.fam"), sampleIds(), kind);
+		pedigree P(d.file(kind == 's' ? "p.sample" : "p.fam"), ids, kind);
 		EXPECT_EQ(testing::internal::GetCapturedStderr(), "WARNING: sex of sample GM does not match pedigree information.\n");
 		ASSERT_EQ(P.families.size(), 2u) << kind;
 		EXPECT_EQ(P.families[0], (std::set < std::string > { "C1", "C2", "F", "GF", "GM", "M", "Z" }));
@@ -54,18 +44,19 @@ TEST(pedigree, FamiliesAndOrder) {
 		EXPECT_EQ(order.back(), "S");
 		EXPECT_TRUE(P.families[1].empty());
 	}
-	EXPECT_TRUE(pedigree(d.file("p.fam"), sampleIds(), 'x').sampleinfo.empty());
+	EXPECT_TRUE(pedigree(d.file("p.fam"), ids, 'x').sampleinfo.empty());
 }
 
 TEST(pedigree, FileErrors) {
 	TempDir d;
-	d.write("nofather.sample", "ID_1 ID_2 mother sex\n0 0 D D\nA C M 1\n");
-	d.write("nosex.sample", "ID_1 ID_2 father mother gender\n0 0 D D D\nA C F M 1\n");
-	d.write("zero.fam", "A 0 0 0 1\n");
-	EXPECT_EXIT(pedigree(d.file("nofather.sample"), { "C" }, 's'), testing::ExitedWithCode(1), "ERROR: father column was not in .*nofather.sample");
-	EXPECT_EXIT(pedigree(d.file("nosex.sample"), { "C" }, 's'), testing::ExitedWithCode(1), "ERROR: sex column was not in ");
-	EXPECT_EXIT(pedigree(d.file("zero.fam"), { "C" }, 'f'), testing::ExitedWithCode(1), "ERROR: Individual has ID=0\nExiting...");
-	EXPECT_EXIT(pedigree(d.file("none.fam"), { "C" }, 'f'), testing::ExitedWithCode(1), "Problem reading .*none.fam");
+	const std::vector < std::vector < std::string > > cases = {
+		{ "nofather.sample", "ID_1 ID_2 mother sex\n0 0 D D\nA C M 1\n", "ERROR: father column was not in .*nofather.sample" },
+		{ "nosex.sample", "ID_1 ID_2 father mother gender\n0 0 D D D\nA C F M 1\n", "ERROR: sex column was not in " },
+		{ "zero.fam", "A 0 0 0 1\n", "ERROR: Individual has ID=0\nExiting..." }, { "none.fam", "", "Problem reading .*none.fam" } };
+	for (const std::vector < std::string > & c : cases) {
+		if (!c[1].empty()) d.write(c[0], c[1]);
+		EXPECT_EXIT(pedigree(d.file(c[0]), { "C" }, c[0].back() == 'm' ? 'f' : 's'), testing::ExitedWithCode(1), c[2]);
+	}
 }
 
 // Uniform default maps; a file map with its first point at 0, its last row read twice and
