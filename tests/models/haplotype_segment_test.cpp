@@ -1,15 +1,8 @@
-#include "containers/genhap_set/genhap_set.h"
+#include "models/haplotype_graph.h"
 #include "models/haplotype_segment.h"
 #include "models/model_test_utils.h"
-#include "utils/myException.h"
-#include "utils/putils.h"
 
-#include <algorithm>
 #include <cmath>
-#include <functional>
-#include <gtest/gtest.h>
-#include <memory>
-#include <numeric>
 
 using namespace modeltest;
 
@@ -46,18 +39,14 @@ TEST(haplotype_segment, ExpectationMatchesEnumeratedChains) {
 		if (c.ee > 0.0) x.M.ee = x.M.eeN = c.ee;
 		hmm_parameters scaled = x.M;
 		for (double * e : { &scaled.ed, &scaled.ee, &scaled.edN, &scaled.eeN }) *e *= c.scale;
-		const int tracks = c.type < 3 ? 1 : c.type;
 		const std::string what = "type " + std::to_string(c.type) + " L " + std::to_string(c.L) + " rep " + std::to_string(rep);
 		haplotype_segment HS(x.GH, H, false);
 		HS.windows(x.cond, x.segStart, x.segStop, x.start, x.stop);
-		std::vector < mask_set > masks;
-		x.G->mask(masks);
-		std::vector < matrices > prob(tracks, fresh(x.G->HapsC.size())), ref(tracks);
-		for (int j = 0 ; j < tracks ; j ++) {
-			if (c.type < 3) HS.expectation(x.G.get(), scaled, prob[j]);
-			else HS.expectation(x.G.get(), scaled, masks[j], prob[j]);
-			ref[j] = x.reference(trackLinks(c.type, masks[j]));
-			x.compare(prob[j], ref[j], 1e-4, what + " track " + std::to_string(j));
+		std::vector < matrices > prob, ref;
+		for (int j = 0 ; j < x.tracks() ; j ++) {
+			prob.push_back(x.expect(HS, scaled, j));
+			ref.push_back(x.reference(trackLinks(c.type, x.masks[j])));
+			x.compare(prob[j], ref[j], 1e-4, 0.0, what + " track " + std::to_string(j));
 		}
 		genotype_graph fromModel = *x.G, exact = *x.G;
 		ASSERT_EQ(c.type < 3 ? fromModel.store(prob[0]) : fromModel.store(prob), c.type < 3 ? exact.store(ref[0]) : exact.store(ref)) << what;
@@ -65,33 +54,34 @@ TEST(haplotype_segment, ExpectationMatchesEnumeratedChains) {
 	}
 }
 
-// Emissions of 1e-200 leave nothing at the first boundary, a NaN recombination term
-// poisons it; both forms, exact texts.
+// Emissions of 1e-200 leave nothing at the first boundary, a NaN recombination term poisons
+// it: both models, both forms, exact texts naming the form, the unit, the window (segment
+// model) or block (graph model) and the segment.
 TEST(haplotype_segment, UnderflowAndNanTexts) {
 	putils::initRandom(5);
 	Scene x(2, 40, 0.2, 0.0, true);
 	x.G->name = "U7";
-	std::vector < mask_set > masks;
-	x.G->mask(masks);
+	x.G->index = 7;
 	haplotype_segment HS(x.GH, x.GH.vecH, false);
 	HS.windows(x.cond, x.segStart, x.segStop, x.start, x.stop);
-	auto message = [&](bool masked) {
-		matrices prob = fresh(x.G->HapsC.size());
-		try {
-			if (masked) HS.expectation(x.G.get(), x.M, masks[0], prob);
-			else HS.expectation(x.G.get(), x.M, prob);
-		} catch (myException & e) {
-			return std::string(e.what());
-		}
-		return std::string("no exception");
-	};
-	ASSERT_EQ(message(false), "no exception");
+	std::vector < int > all(x.GH.vecH.size());
+	std::iota(all.begin(), all.end(), 0);
+	haplotype_graph Hg(x.GH.vecH, all, 100);
 	const hmm_parameters kept = x.M;
+	auto text = [&](bool graph, bool masked) {
+		return failure([&] {
+			if (graph) x.expect(Hg, x.M, 0, masked);
+			else x.expect(HS, x.M, 0, masked);
+		});
+	};
+	ASSERT_EQ(text(false, false), "no exception");
 	x.M.ed = x.M.ee = x.M.edN = x.M.eeN = 1e-200;
-	EXPECT_EQ(message(false), "Underflow in expectationUNR / i=U7 s=0 b=1 sp=0.0000000000");
-	EXPECT_EQ(message(true), "Underflow in expectationPED / i=U7 s=0 b=1 sp=0.0000000000");
+	EXPECT_EQ(text(false, false), "Underflow in expectationUNR / i=U7 s=0 b=1 sp=0.0000000000");
+	EXPECT_EQ(text(false, true), "Underflow in expectationPED / i=U7 s=0 b=1 sp=0.0000000000");
+	EXPECT_EQ(text(true, false), "Underflow in expectationUNR / i=7 b=0 sp=1");
 	x.M = kept;
 	x.M.nrec[x.G->HapsS[0] - 1] = std::nan("");
-	EXPECT_EQ(message(false), "Nan in expectationUNR / i=U7 s=0 b=1 sp=nan");
-	EXPECT_EQ(message(true), "Nan in expectationPED / i=U7 s=0 b=1 sp=nan");
+	EXPECT_EQ(text(false, false), "Nan in expectationUNR / i=U7 s=0 b=1 sp=nan");
+	EXPECT_EQ(text(false, true), "Nan in expectationPED / i=U7 s=0 b=1 sp=nan");
+	EXPECT_EQ(text(true, true), "Nan in expectationPED / i=7 b=0 sp=1");
 }

@@ -1,30 +1,22 @@
 #include "models/hmm_parameters.h"
-#include "objects/snp.h"
 #include "objects/snp_set.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
 
 // Three sites, the last two at one position: bp 100, 200, 200 and cM 0.0, 0.5, 0.5.
-static void threeSites(snp_set & S) {
-	const int bp[3] = { 100, 200, 200 };
-	const double cm[3] = { 0.0, 0.5, 0.5 };
-	for (int l = 0 ; l < 3 ; l ++) {
-		snp * s = new snp("1", bp[l], "A", "C", 0);
-		s->cm = cm[l];
-		S.put(s);
-	}
-}
-
 TEST(hmm_parameters, ValuesOnThreeSitesComputedByHand) {
 	snp_set S;
-	threeSites(S);
-	hmm_parameters M;
+	for (int l = 0 ; l < 3 ; l ++) {
+		S.put(new snp("1", l ? 200 : 100, "A", "C", 0));
+		S.getByIndex(l)->cm = l ? 0.5 : 0.0;
+	}
+	hmm_parameters M, P;
 	M.initialise(S, 1000);
-	ASSERT_EQ(M.t.size(), 2u);
-	EXPECT_DOUBLE_EQ(M.t[0], 20.0);
-	EXPECT_DOUBLE_EQ(M.t[1], 1e-05);	// one genetic position: never a zero distance
-
+	P.initialise(S, 0.0004);
+	// One genetic position: never a zero distance.
+	EXPECT_EQ(M.t, std::vector < double > ({ 20.0, 1e-05 }));
+	EXPECT_EQ(P.t, std::vector < double > ({ 0.04, 1e-05 }));
 	// K = 4: harmonic sum 1 + 1/2, theta = 2/3, mismatch 1/14, match 13/14.
 	M.update(4, 2);
 	EXPECT_DOUBLE_EQ(M.nrec[0], exp(-5.0));
@@ -39,18 +31,12 @@ TEST(hmm_parameters, ValuesOnThreeSitesComputedByHand) {
 		M.update(K, 7);
 		EXPECT_NEAR(M.ed + M.ee, 1.0, 1e-12) << K;
 	}
-
-	hmm_parameters P;
-	P.initialise(S, 0.0004);
-	EXPECT_DOUBLE_EQ(P.t[0], 0.04);
-	EXPECT_DOUBLE_EQ(P.t[1], 1e-05);
-
-	// Given switch probabilities replace the recombination terms and are reset.
+	// Given switch probabilities replace the recombination terms and are reset; emissions stay.
 	std::vector < double > r = { 0.0, 0.3 };
 	M.update(r, 2);
 	EXPECT_DOUBLE_EQ(M.rec[0], 1e-05);
 	EXPECT_DOUBLE_EQ(M.nrec[1], 0.7);
 	EXPECT_DOUBLE_EQ(M.recN[1], 0.15);
 	EXPECT_EQ(r, std::vector < double > ({ 0.0, 0.0 }));
-	EXPECT_NEAR(M.ed + M.ee, 1.0, 1e-12);	// emissions untouched
+	EXPECT_NEAR(M.ed + M.ee, 1.0, 1e-12);
 }

@@ -29,6 +29,7 @@ struct Scene {
 	hmm_parameters M;
 	std::vector < std::vector < int > > cond;
 	std::vector < int > start, stop, segStart, segStop;
+	std::vector < mask_set > masks;
 
 	Scene(int type, int L, double het, double miss, bool oneWindow, double alt = 0.35) {
 		for (int i = 0 ; i < n_samples ; i ++) {
@@ -56,6 +57,18 @@ struct Scene {
 				if (std::find(cond[w].begin(), cond[w].end(), k) == cond[w].end()) cond[w].push_back(k);
 			}
 		}
+		G->mask(masks);
+	}
+
+	int tracks() const { return G->type < 3 ? 1 : G->type; }
+
+	// A model's matrices for track j, the masked form for duos and trios or if asked; cells
+	// start at -1 so that a cell left unwritten shows.
+	template < class Model > matrices expect(Model & model, hmm_parameters & P, int j, bool masked = false) {
+		matrices prob(G->HapsC.size() + 1, std::vector < std::vector < double > > (8, std::vector < double > (8, -1.0)));
+		if (G->type < 3 && !masked) model.expectation(G.get(), P, prob);
+		else model.expectation(G.get(), P, masks[j], prob);
+		return prob;
 	}
 
 	// Members' haplotypes drawn per track; genotypes missing at rate miss.
@@ -145,14 +158,31 @@ struct Scene {
 		return ref;
 	}
 
-	// Every cell of the graph's shape, within tolerance times the reference cell; the
-	// caller's matrices start at -1 so that a cell left unwritten shows.
-	void compare(const matrices & prob, const matrices & ref, double tolerance, const std::string & what) const {
+	// Every cell of the graph's shape within relative (times the reference cell) plus absolute
+	// tolerance; each group's cells sum to 1.
+	void compare(const matrices & prob, const matrices & ref, double relative, double absolute, const std::string & what) const {
 		const int S = G->HapsC.size();
-		for (int g = 0 ; g <= S ; g ++) for (int a = 0 ; a < (g ? (int)G->HapsC[g - 1] : 1) ; a ++) for (int b = 0 ; b < (g < S ? (int)G->HapsC[g] : 1) ; b ++)
-			ASSERT_NEAR(prob[g][a][b], ref[g][a][b], tolerance * ref[g][a][b]) << what << " group " << g << " cell " << a << "," << b;
+		for (int g = 0 ; g <= S ; g ++) {
+			double total = 0.0;
+			for (int a = 0 ; a < (g ? (int)G->HapsC[g - 1] : 1) ; a ++) for (int b = 0 ; b < (g < S ? (int)G->HapsC[g] : 1) ; b ++) {
+				ASSERT_NEAR(prob[g][a][b], ref[g][a][b], relative * ref[g][a][b] + absolute) << what << " group " << g << " cell " << a << "," << b;
+				ASSERT_GE(prob[g][a][b], 0.0) << what;
+				total += prob[g][a][b];
+			}
+			ASSERT_NEAR(total, 1.0, std::max(1e-9, 10 * relative)) << what << " group " << g;
+		}
 	}
 };
+
+// The text of the exception f throws, or "no exception".
+inline std::string failure(const std::function < void () > & f) {
+	try {
+		f();
+	} catch (std::exception & e) {
+		return e.what();
+	}
+	return "no exception";
+}
 
 // The links of one track for Scene::reference: every pair for haploid and unrelated units,
 // the track's mask for duos and trios.
@@ -162,10 +192,6 @@ inline std::function < bool (int, int, int) > trackLinks(int type, const mask_se
 		for (const auto & row : m[s]) if (row[h]) return true;
 		return false;
 	};
-}
-
-inline matrices fresh(int S) {
-	return matrices(S + 1, std::vector < std::vector < double > > (8, std::vector < double > (8, -1.0)));
 }
 
 }

@@ -1,3 +1,4 @@
+#include "models/model_test_utils.h"
 #include "models/sequencer.h"
 #include "test_utils.h"
 #include "utils/myException.h"
@@ -8,10 +9,14 @@ using testutils::TempDir;
 
 namespace {
 
-// Sites at 100, 200, 300, 400, each one base to one base.
+typedef std::vector < std::vector < std::pair < int, float > > > read_set;
+
+// Sites at 100, 200, 300, 400, each one base to one base; a sequencer over them.
 struct Sites {
 	snp_set S;
-	Sites() {
+	std::vector < int > mapping;
+	sequencer Q;
+	Sites() : Q(&S, &mapping) {
 		const char * alleles[4][2] = { { "A", "G" }, { "C", "T" }, { "G", "A" }, { "T", "C" } };
 		for (int l = 0 ; l < 4 ; l ++) S.put(new snp("20", 100 * (l + 1), alleles[l][0], alleles[l][1], 5));
 		S.indexing();
@@ -19,62 +24,38 @@ struct Sites {
 };
 
 // The records of a PIR file written in a temporary folder, read one by one.
-struct PirFile {
+struct PirFile : Sites {
 	TempDir d;
 	ifile fd;
-	int line;
-	std::vector < int > mapping;
-	int n_found, n_missed;
-
-	PirFile(snp_set & S, const std::string & content) {
+	int line, n_found, n_missed, n_read, n_kept;
+	std::string id;
+	PirFile(const std::string & content) {
 		d.write("reads.pir", content);
 		fd.open(d.file("reads.pir"));
 		sequencer::readMap(fd, line, &S, mapping, n_found, n_missed);
 	}
+	void next() { Q.readPIRs(fd, line, id, n_read, n_kept); }
 };
 
-std::string mapSection() {
-	// 250 is not a site of the data; 300 has its alleles the other way round.
-	return "MAP 5\n100 A G\n200 C T\n250 A C\n300 A G\n400 T C\n";
-}
-
 TEST(sequencer, ReadsMapAndRecords) {
-	Sites T;
-	PirFile P(T.S, mapSection() + "S1 3\n0 A 20 1 T 20 2 A 30\n0 G 0 4 N 20\n0 G 0 4 T 0\n\nS2 1\n3 T 10 4 C 10\n");
+	// 250 is not a site of the data; 300 has its alleles the other way round.
+	PirFile P("MAP 5\n100 A G\n200 C T\n250 A C\n300 A G\n400 T C\nS1 3\n0 A 20 1 T 20 2 A 30\n0 G 0 4 N 20\n0 G 0 4 T 0\n\nS2 1\n3 T 10 4 C 10\n");
 	EXPECT_EQ(P.mapping, std::vector < int > ({ 0, 1, -1, -1, 3 }));
-	EXPECT_EQ(P.n_found, 3);
-	EXPECT_EQ(P.n_missed, 2);
-
-	sequencer S(&T.S, &P.mapping);
-	std::string id;
-	int n_read, n_kept;
-	S.readPIRs(P.fd, P.line, id, n_read, n_kept);
-	EXPECT_EQ(id, "S1");
-	EXPECT_EQ(n_read, 3);
+	EXPECT_EQ(P.n_found * 10 + P.n_missed, 32);
+	P.next();
+	EXPECT_EQ(P.id + " " + std::to_string(P.n_read), "S1 3");
 	// The second read keeps one triple and is dropped; quality 0 makes a base certain.
-	ASSERT_EQ(n_kept, 2);
-	EXPECT_EQ(S.reads[0][0].first, 0);
-	EXPECT_FLOAT_EQ(S.reads[0][0].second, 0.01f);
-	EXPECT_EQ(S.reads[0][1].first, 1);
-	EXPECT_FLOAT_EQ(S.reads[0][1].second, 0.99f);
-	EXPECT_EQ(S.reads[1], (std::vector < std::pair < int, float > > ({ { 0, 0.0f }, { 3, 1.0f } })));
+	ASSERT_EQ(P.n_kept, 2);
+	EXPECT_EQ(P.Q.reads[0][0].first * 10 + P.Q.reads[0][1].first, 1);
+	EXPECT_FLOAT_EQ(P.Q.reads[0][0].second, 0.01f);
+	EXPECT_FLOAT_EQ(P.Q.reads[0][1].second, 0.99f);
+	EXPECT_EQ(P.Q.reads[1], (std::vector < std::pair < int, float > > ({ { 0, 0.0f }, { 3, 1.0f } })));
 	// A blank line between records is passed over; a swapped site counts as unknown.
-	S.readPIRs(P.fd, P.line, id, n_read, n_kept);
-	EXPECT_EQ(id, "S2");
-	EXPECT_EQ(n_read, 1);
-	EXPECT_EQ(n_kept, 0);
-	S.readPIRs(P.fd, P.line, id, n_read, n_kept);
-	EXPECT_EQ(id, "");
+	P.next();
+	EXPECT_EQ(P.id + " " + std::to_string(P.n_read) + " " + std::to_string(P.n_kept), "S2 1 0");
+	P.next();
+	EXPECT_EQ(P.id, "");
 	EXPECT_EQ(P.line, 13);
-}
-
-void readFirstRecord(const std::string & content) {
-	Sites T;
-	PirFile P(T.S, content);
-	sequencer S(&T.S, &P.mapping);
-	std::string id;
-	int n_read, n_kept;
-	S.readPIRs(P.fd, P.line, id, n_read, n_kept);
 }
 
 TEST(sequencer, MalformedFilesNameTheLine) {
@@ -98,17 +79,18 @@ TEST(sequencer, MalformedFilesNameTheLine) {
 	};
 	for (const std::pair < std::string, std::string > & c : cases) {
 		SCOPED_TRACE(c.first);
-		EXPECT_LOG_ERROR(readFirstRecord(c.first), c.second);
+		EXPECT_LOG_ERROR(PirFile(c.first).next(), c.second);
 	}
 }
 
 // An unrelated sample heterozygous at three sites: segment 0 holds sites 0 and 1 with the
 // fragments 01 and 10, segment 1 site 2 with the fragments 0 and 1. Group 1 has two
-// transitions: t0 keeps the tracks (bytes 0x00, 0x11), t1 crosses them (0x10, 0x01).
-struct TinyGraph {
-	Sites T;
+// transitions: t0 keeps the tracks (bytes 0x00, 0x11), t1 crosses them (0x10, 0x01). The
+// reads, each a list of (site, probability of allele 1), weigh them.
+struct TinyGraph : Sites {
 	genotype_graph G;
-	TinyGraph() : G(2, 0) {
+	int n_het, n_covered, n_group = 0, n_used = 0;
+	TinyGraph(const read_set & reads, bool ambiguous1 = true) : G(2, 0) {
 		G.name = "S1";
 		std::vector < std::vector < bool > > seg0 = { { 0, 1 }, { 1, 0 } }, seg1 = { { 0 }, { 1 } };
 		std::vector < std::vector < int > > g0 = { { 0 }, { 0 }, { 0 }, { 1 } }, g1 = { { 0, 0 }, { 0, 1 }, { 1, 1 }, { 1, 0 } }, g2 = { { 0, 1 }, { 0, 0 }, { 1, 0 }, { 0, 0 } };
@@ -117,102 +99,48 @@ struct TinyGraph {
 		G.pushTrans(g1);
 		G.pushHaps(seg1);
 		G.pushTrans(g2);
-		G.Ambs = { true, true, true, false };
+		G.Ambs = { true, ambiguous1, true, false };
 		G.initialise();
-	}
-	// Runs the reads, each a list of (site, probability of allele 1), on the graph.
-	void weigh(const std::vector < std::vector < std::pair < int, float > > > & reads, int & n_group, int & n_used) {
-		std::vector < int > mapping;
-		sequencer S(&T.S, &mapping);
-		S.reads = reads;
-		int n_het, n_covered;
-		S.pileupPIRs(&G, n_het, n_covered);
-		EXPECT_EQ(n_het, 3);
-		S.processPIRs(&G, n_group, n_used);
+		Q.reads = reads;
+		Q.pileupPIRs(&G, n_het, n_covered);
+		Q.processPIRs(&G, n_group, n_used);
 	}
 };
 
-TEST(sequencer, GraphWeightsByHand) {
+TEST(sequencer, GraphWeights) {
 	// One read, allele 1 at sites 1 and 2 with error 0.01: t0 = (0.99 x 0.01 + 0.01 x 0.99) / 2,
 	// t1 = (0.99 x 0.99 + 0.01 x 0.01) / 2, normalised: 0.0198 and 0.9802.
-	TinyGraph A;
-	int n_group = 0, n_used = 0;
-	A.weigh({ { { 1, 0.99f }, { 2, 0.99f } } }, n_group, n_used);
-	EXPECT_EQ(n_group, 1);
-	EXPECT_EQ(n_used, 1);
+	TinyGraph A({ { { 1, 0.99f }, { 2, 0.99f } } });
+	EXPECT_EQ(A.n_het * 100 + A.n_group * 10 + A.n_used, 311);
 	EXPECT_NEAR(A.G.probs[1], 0.0198, 1e-6);
 	EXPECT_NEAR(A.G.probs[2], 0.9802, 1e-6);
-	EXPECT_FLOAT_EQ(A.G.probs[0], 1.0f);
-	EXPECT_FLOAT_EQ(A.G.probs[3], 0.5f);
-
+	EXPECT_EQ(A.G.probs[0] * 10 + A.G.probs[3], 10.5f);
 	// Uninformative reads first: the sixteenth, which would decide, is not used.
-	TinyGraph B;
-	std::vector < std::vector < std::pair < int, float > > > reads (15, { { 0, 0.5f }, { 2, 0.5f } });
+	read_set reads (15, { { 0, 0.5f }, { 2, 0.5f } });
 	reads.push_back({ { 1, 0.99f }, { 2, 0.99f } });
-	B.weigh(reads, n_group, n_used);
-	EXPECT_FLOAT_EQ(B.G.probs[1], 0.5f);
-	EXPECT_FLOAT_EQ(B.G.probs[2], 0.5f);
-
+	EXPECT_EQ(TinyGraph(reads).G.probs[1], 0.5f);
 	// Certain reads against both transitions: nothing is left, sum 0.
-	TinyGraph C;
-	EXPECT_THROW({
-		try {
-			C.weigh({ { { 1, 1.0f }, { 2, 1.0f } }, { { 1, 1.0f }, { 2, 0.0f } } }, n_group, n_used);
-		} catch (myException & e) {
-			EXPECT_STREQ(e.what(), "Underflow in sequencing / i=S1 b=1 sp=0.0000000000");
-			throw;
-		}
-	}, myException);
-}
-
-TEST(sequencer, GraphSitesThatCannotWeigh) {
+	EXPECT_EQ(modeltest::failure([] { TinyGraph({ { { 1, 1.0f }, { 2, 1.0f } }, { { 1, 1.0f }, { 2, 0.0f } } }); }), "Underflow in sequencing / i=S1 b=1 sp=0.0000000000");
 	// Site 1 not ambiguous: the read keeps one marked site and the group is left alone; a
-	// read whose second site is outside the graph's ambiguous sites too.
-	TinyGraph A;
-	A.G.Ambs[1] = false;
-	int n_group = 0, n_used = 0;
-	std::vector < int > mapping;
-	sequencer S(&A.T.S, &mapping);
-	S.reads = { { { 1, 0.99f }, { 2, 0.99f } }, { { 2, 0.99f }, { 3, 0.99f } } };
-	int n_het, n_covered;
-	S.pileupPIRs(&A.G, n_het, n_covered);
-	EXPECT_EQ(n_het, 2);
-	// The count looks at the first n_het sites: site 1 is covered, site 0 not.
-	EXPECT_EQ(n_covered, 1);
-	S.processPIRs(&A.G, n_group, n_used);
-	EXPECT_EQ(n_group, 1);
-	EXPECT_EQ(n_used, 0);
-	EXPECT_FLOAT_EQ(A.G.probs[1], 0.5f);
+	// read whose second site is outside the graph's ambiguous sites too. The covered count
+	// looks at the first n_het sites: site 1 is covered, site 0 not.
+	TinyGraph B({ { { 1, 0.99f }, { 2, 0.99f } }, { { 2, 0.99f }, { 3, 0.99f } } }, false);
+	EXPECT_EQ(B.n_het * 1000 + B.n_covered * 100 + B.n_group * 10 + B.n_used, 2110);
+	EXPECT_EQ(B.G.probs[1], 0.5f);
 	// Neither read joins two heterozygotes; a third one joins sites 0 and 2, which keep their phase.
 	std::vector < int > joined;
-	S.joinedSites(&A.G, joined);
+	B.Q.joinedSites(&B.G, joined);
 	EXPECT_TRUE(joined.empty());
-	S.reads.push_back({ { 2, 0.99f }, { 0, 0.01f }, { 2, 0.99f } });
-	S.joinedSites(&A.G, joined);
+	B.Q.reads.push_back({ { 2, 0.99f }, { 0, 0.01f }, { 2, 0.99f } });
+	B.Q.joinedSites(&B.G, joined);
 	EXPECT_EQ(joined, std::vector < int > ({ 0, 2 }));
 }
 
 // Four sites of one sample: 0 a scaffold heterozygote (0 on h0, 1 on h1), 1 and 3 new
-// heterozygotes in VCF order (0, 1), 2 a scaffold homozygote.
-struct Mutations {
-	Sites T;
-	chaplotype h0, h1;
-	std::vector < float > status = { -3.0f, -1.0f, -4.0f, -1.0f };
-	int n_seen = 0, n_phased = 0;
-	Mutations(const std::vector < std::vector < std::pair < int, float > > > & reads) : h0(4), h1(4) {
-		for (int l : { 0, 1, 3 }) h1.set(l, true);
-		std::vector < int > mapping;
-		sequencer S(&T.S, &mapping);
-		S.reads = reads;
-		int n_het, n_covered;
-		S.pileupPIRs(h0, h1, n_het, n_covered);
-		EXPECT_EQ(n_het, 3);
-		S.processPIRs(h0, h1, n_seen, n_phased, status);
-	}
-};
-
+// heterozygotes in VCF order (0, 1), 2 a scaffold homozygote. The mutation without reads and
+// the scaffold sites do not change.
 TEST(sequencer, MutationsByHand) {
-	struct Case { std::vector < std::vector < std::pair < int, float > > > reads; float status1; int h1_at1; int phased; };
+	struct Case { read_set reads; float status1; int h1_at1; int phased; };
 	const std::vector < Case > cases = {
 		// Allele 1 at the anchor and at the mutation: pair A, (0.01^2 + 0.99^2) / 1.
 		{ { { { 0, 0.99f }, { 1, 0.99f } } }, 0.9802f, 1, 1 },
@@ -224,21 +152,20 @@ TEST(sequencer, MutationsByHand) {
 		{ { { { 1, 0.01f }, { 3, 0.99f } }, { { 1, 0.01f }, { 2, 0.99f } } }, -1.0f, 1, 0 },
 	};
 	for (const Case & c : cases) {
-		Mutations M(c.reads);
-		EXPECT_EQ(M.n_seen, 2);
-		EXPECT_EQ(M.n_phased, c.phased);
-		EXPECT_NEAR(M.status[1], c.status1, 1e-5);
-		EXPECT_EQ(M.h1[1], c.h1_at1);
-		EXPECT_EQ(M.h0[1], 1 - c.h1_at1);
-		// The mutation without reads and the scaffold sites do not change.
-		EXPECT_EQ(M.status[3], -1.0f);
-		EXPECT_EQ(M.status[0], -3.0f);
-		EXPECT_EQ(M.h0[0] * 10 + M.h1[0], 1);
-		EXPECT_EQ(M.h0[3] * 10 + M.h1[3], 1);
+		Sites T;
+		chaplotype h0(4), h1(4);
+		for (int l : { 0, 1, 3 }) h1.set(l, true);
+		std::vector < float > status = { -3.0f, -1.0f, -4.0f, -1.0f };
+		int n_het, n_covered, n_seen = 0, n_phased = 0;
+		T.Q.reads = c.reads;
+		T.Q.pileupPIRs(h0, h1, n_het, n_covered);
+		T.Q.processPIRs(h0, h1, n_seen, n_phased, status);
+		EXPECT_EQ(n_het * 100 + n_seen * 10 + n_phased, 320 + c.phased);
+		EXPECT_NEAR(status[1], c.status1, 1e-5);
+		EXPECT_EQ(h1[1] * 10 + h0[1], 10 * c.h1_at1 + 1 - c.h1_at1);
+		EXPECT_EQ(std::vector < float > ({ status[0], status[3] }), std::vector < float > ({ -3.0f, -1.0f }));
+		EXPECT_EQ(h0[0] * 1000 + h1[0] * 100 + h0[3] * 10 + h1[3], 101);
 	}
-}
-
-TEST(sread, ProbabilityOfAHaplotype) {
 	sread r ("r", 4);
 	EXPECT_EQ(r.countHets(), 0);
 	r.probs[0] = 0.9f;
