@@ -6,31 +6,25 @@
 
 namespace {
 
-// Units over 40 sites 1 kb apart: unit 0 unrelated, unit 1 a duo, then unrelated units; a
-// panel haplotype may follow. Haplotypes are given as strings of 0/1.
+// Units of the given kinds over 40 sites 1 kb apart, then `panel` panel haplotypes; the
+// haplotypes given as strings of 0/1.
 struct Cohort {
 	snp_set S;
 	genhap_set GH;
-
 	Cohort(const std::vector < int > & types, const std::vector < std::string > & haps, int panel) {
 		for (int l = 0 ; l < 40 ; l ++) S.put(new snp("1", 1000 * (l + 1), "A", "C", 3));
 		S.indexing();
 		std::vector < genotype_graph * > graphs;
 		for (unsigned int i = 0 ; i < types.size() ; i ++) graphs.push_back(new genotype_graph(types[i], i));
 		GH.initialise(graphs, &S);
-		for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) GH.vecH[h] = bits(haps[h]);
-		for (int p = 0 ; p < panel ; p ++) {
-			GH.vecH.push_back(bits(haps[GH.hap2ind.size() + p]));
-			GH.hap_names.push_back("panel");
+		GH.vecH.resize(GH.vecH.size() + panel);
+		GH.hap_names.resize(GH.hap_names.size() + panel, "panel");
+		for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) {
+			std::vector < bool > v;
+			for (char c : haps[h]) v.push_back(c == '1');
+			GH.vecH[h] = chaplotype(v);
 		}
 	}
-
-	static chaplotype bits(const std::string & s) {
-		std::vector < bool > v;
-		for (char c : s) v.push_back(c == '1');
-		return chaplotype(v);
-	}
-
 	std::string hap(int h) const {
 		std::string s;
 		for (int l = 0 ; l < 40 ; l ++) s += GH.vecH[h].get(l) ? '1' : '0';
@@ -42,60 +36,42 @@ const std::string common = "0110100110010110011010011001011001101001";
 // Far from every other haplotype but at site 20.
 const std::string lone =   "1001011001101001100111100110100110010110";
 
-std::string with(std::string h, int l, char a) {
-	h[l] = a;
-	return h;
 }
 
-}
-
-// A singleton at site 20 sampled on the haplotype identical to many others moves to the
-// haplotype far from all; on the far one it stays. A duo's singleton stays where its
-// transmission put it, and so does one whose phase a read gave (pinned at site 20; a pin
-// elsewhere does not hold it); a panel haplotype that carries the allele too makes it no
-// singleton. Genotypes never change.
+// A singleton at site 20 (the allele 1, or the 0 of all others) sampled on the haplotype
+// identical to many others moves to the haplotype far from all; on the far one it stays. A
+// duo's singleton stays where its transmission put it, and so does one whose phase a read
+// gave (pinned at site 20; a pin elsewhere does not hold it); a panel haplotype that carries
+// the allele too makes it no singleton. Genotypes never change.
 TEST(rare_phaser, SingletonGoesToTheFartherHaplotype) {
 	testutils::silenceLog();
-	struct Case { std::vector < int > types; int panel; int carrier; int expected; std::vector < int > pinned; };
+	struct Case { std::vector < int > types; int panel, carrier, expected; std::vector < int > pinned; char allele; };
 	const Case cases[] = {
-		{ { 2, 2, 2, 2 }, 0, 0, 1, {} },
-		{ { 2, 2, 2, 2 }, 0, 1, 1, {} },
-		{ { 3, 2, 2, 2 }, 0, 0, 0, {} },
-		{ { 2, 2, 2, 2 }, 1, 0, 0, {} },
-		{ { 2, 2, 2, 2 }, 0, 0, 0, { 19, 20 } },
-		{ { 2, 2, 2, 2 }, 0, 0, 1, { 19, 21 } },
+		{ { 2, 2, 2, 2 }, 0, 0, 1, {}, '1' }, { { 2, 2, 2, 2 }, 0, 1, 1, {}, '1' }, { { 2, 2, 2, 2 }, 0, 0, 1, {}, '0' },
+		{ { 3, 2, 2, 2 }, 0, 0, 0, {}, '1' }, { { 2, 2, 2, 2 }, 1, 0, 0, {}, '1' },
+		{ { 2, 2, 2, 2 }, 0, 0, 0, { 19, 20 }, '1' }, { { 2, 2, 2, 2 }, 0, 0, 1, { 19, 21 }, '1' },
 	};
 	for (const Case & c : cases) {
 		// Unit 0 (or the duo's first two tracks): haplotype 0 common, haplotype 1 lone.
 		std::vector < std::string > haps = { common, lone };
-		if (c.types[0] == 3) haps.push_back(common);
-		while (haps.size() < 2 * c.types.size() + (c.types[0] == 3 ? 1 : 0)) haps.push_back(common);
-		haps[c.carrier] = with(haps[c.carrier], 20, haps[c.carrier][20] == '1' ? '0' : '1');
+		haps.resize(2 * c.types.size() + (c.types[0] == 3), common);
+		for (std::string & h : haps) h[20] = c.allele == '1' ? '0' : '1';
+		haps[c.carrier][20] = c.allele;
 		if (c.panel) haps.push_back(haps[c.carrier]);
 		Cohort x(c.types, haps, c.panel);
-		const std::string before0 = x.hap(0), before1 = x.hap(1);
 		const std::vector < std::vector < int > > pins = { c.pinned };
 		rare_phaser R(x.GH, &pins);
 		R.phase();
-		ASSERT_EQ(common[20], lone[20]);
-		const int moved = c.expected;
-		EXPECT_NE(x.hap(moved)[20], common[20]) << "carrier " << c.carrier << " expected " << moved;
-		EXPECT_EQ(x.hap(1 - moved)[20], common[20]) << "carrier " << c.carrier << " expected " << moved;
-		for (int l = 0 ; l < 40 ; l ++) EXPECT_EQ((x.hap(0)[l] - '0') + (x.hap(1)[l] - '0'), (before0[l] - '0') + (before1[l] - '0')) << l;
-		if (moved == c.carrier) {
-			EXPECT_EQ(x.hap(0), before0);
-			EXPECT_EQ(x.hap(1), before1);
-		}
+		EXPECT_EQ(x.hap(c.expected)[20], c.allele) << c.carrier << " " << c.expected;
+		EXPECT_NE(x.hap(1 - c.expected)[20], c.allele) << c.carrier << " " << c.expected;
+		for (int l = 0 ; l < 40 ; l ++) EXPECT_EQ(x.hap(0)[l] + x.hap(1)[l], haps[0][l] + haps[1][l]) << l;
+		EXPECT_TRUE(c.expected != c.carrier || x.hap(0) + x.hap(1) == haps[0] + haps[1]);
 	}
-}
-
-// Distances and matches count the bits of the neighbourhood without the site itself; a match
-// runs to the first difference on each side.
-TEST(rare_phaser, DistanceAndMatch) {
-	testutils::silenceLog();
-	std::string a = common, b = common;
+	// Distances and matches count the bits of the neighbourhood without the site itself; a
+	// match runs to the first difference on each side.
+	std::string b = common;
 	for (int l : { 3, 20, 33, 39 }) b[l] = b[l] == '1' ? '0' : '1';
-	Cohort x({ 2 }, { a, b }, 0);
+	Cohort x({ 2 }, { common, b }, 0);
 	rare_phaser R(x.GH);
 	EXPECT_EQ(R.distance(0, 1, 0, 39, 20), 3);
 	EXPECT_EQ(R.distance(0, 1, 4, 32, 20), 0);
