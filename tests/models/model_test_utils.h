@@ -41,7 +41,27 @@ struct Scene {
 			GH.vecH.push_back(chaplotype(L));
 			for (int l = 0 ; l < L ; l ++) GH.vecH[k].set(l, putils::getRandom() < alt);
 		}
-		build(type, L, het, miss);
+		// Members' haplotypes drawn per track; genotypes missing at rate miss.
+		static const std::vector < std::vector < int > > members[5] = { {}, { { 0 } }, { { 0, 1 } }, { { 0, 1 }, { 0, 2 } }, { { 0, 1 }, { 2, 3 }, { 0, 3 } } };
+		const std::vector < std::vector < int > > & who = members[type];
+		std::vector < std::vector < bool > > A(9, std::vector < bool > (L, false));
+		for (int l = 0 ; l < L ; l ++) {
+			int h[4];
+			for (int j = 0 ; j < type ; j ++) h[j] = putils::getRandom() < het;
+			for (unsigned int m = 0 ; m < who.size() ; m ++) {
+				// Missing at the last site too: the backward pass starts there.
+				const bool x = putils::getRandom() < miss || (miss > 0.0 && l == L - 1);
+				A[3 * m][l] = !x && h[who[m][0]];
+				A[3 * m + 1][l] = !x && who[m].size() > 1 && h[who[m][1]];
+				A[3 * m + 2][l] = x;
+			}
+		}
+		G.reset(new genotype_graph(type, 0));
+		if (type == 1) G->buildHap(A[0], A[2]);
+		else if (type == 2) G->buildUnr(A[0], A[1], A[2]);
+		else if (type == 3) G->buildDuo(A[0], A[1], A[2], A[3], A[4], A[5]);
+		else G->buildTrio(A[0], A[1], A[2], A[3], A[4], A[5], A[6], A[7], A[8]);
+		EXPECT_EQ(graphtest::fault(*G, L), "");
 		for (std::vector < double > * v : { &M.t, &M.rec, &M.recN, &M.nrec }) v->resize(L - 1);
 		for (double & t : M.t) t = 0.01 + putils::getRandom();
 		M.update(20, 6);
@@ -71,29 +91,6 @@ struct Scene {
 		return prob;
 	}
 
-	// Members' haplotypes drawn per track; genotypes missing at rate miss.
-	void build(int type, int L, double het, double miss) {
-		static const std::vector < std::vector < int > > members[5] = { {}, { { 0 } }, { { 0, 1 } }, { { 0, 1 }, { 0, 2 } }, { { 0, 1 }, { 2, 3 }, { 0, 3 } } };
-		const std::vector < std::vector < int > > & who = members[type];
-		std::vector < std::vector < bool > > A(9, std::vector < bool > (L, false));
-		for (int l = 0 ; l < L ; l ++) {
-			int h[4];
-			for (int j = 0 ; j < type ; j ++) h[j] = putils::getRandom() < het;
-			for (unsigned int m = 0 ; m < who.size() ; m ++) {
-				// Missing at the last site too: the backward pass starts there.
-				const bool x = putils::getRandom() < miss || (miss > 0.0 && l == L - 1);
-				A[3 * m][l] = !x && h[who[m][0]];
-				A[3 * m + 1][l] = !x && who[m].size() > 1 && h[who[m][1]];
-				A[3 * m + 2][l] = x;
-			}
-		}
-		G.reset(new genotype_graph(type, 0));
-		if (type == 1) G->buildHap(A[0], A[2]);
-		else if (type == 2) G->buildUnr(A[0], A[1], A[2]);
-		else if (type == 3) G->buildDuo(A[0], A[1], A[2], A[3], A[4], A[5]);
-		else G->buildTrio(A[0], A[1], A[2], A[3], A[4], A[5], A[6], A[7], A[8]);
-		ASSERT_EQ(graphtest::fault(*G, L), "");
-	}
 
 	// Emission of conditioning haplotype c at site l for allele a; where the unit and c's
 	// sample are both missing there is none, except at the window's last site, where the
@@ -118,40 +115,38 @@ struct Scene {
 		return std::accumulate(alpha.begin(), alpha.end(), 0.0);
 	}
 
-	// Reference matrices: every window enumerates all chains of fragments, one per segment,
-	// that the links allow, and adds the likelihood of each chain's haplotype to the cells
-	// of its fragment pairs; a later window overwrites. links(s, p, h) tells whether
-	// fragment p of segment s - 1 may precede fragment h of segment s (p = -1: h is usable).
-	matrices reference(const std::function < bool (int, int, int) > & links) const {
+	// Reference matrices of track j: every window enumerates all chains of fragments, one per
+	// segment, that the links allow (every pair for haploid and unrelated units, the track's
+	// mask for duos and trios), and adds the likelihood of each chain's haplotype to the cells
+	// of its fragment pairs; a later window overwrites.
+	matrices reference(int j) const {
 		const int S = G->HapsC.size(), W = start.size();
+		auto links = [&](int s, int p, int h) {
+			if (G->type < 3 || p >= 0) return G->type < 3 || masks[j][s][p][h];
+			return std::any_of(masks[j][s].begin(), masks[j][s].end(), [h](const std::vector < bool > & row) { return row[h]; });
+		};
 		matrices ref(S + 1, std::vector < std::vector < double > > (8, std::vector < double > (8, 0.0)));
 		for (int w = 0 ; w < W ; w ++) {
 			matrices cur(S + 1, std::vector < std::vector < double > > (8, std::vector < double > (8, 0.0)));
 			std::vector < int > chain;
 			std::function < void (int) > walk = [&](int s) {
-				if (s > segStop[w]) {
-					std::vector < int > hap;
-					for (int t = segStart[w] ; t <= segStop[w] ; t ++)
-						for (unsigned int i = 0 ; i < G->HapsS[t] ; i ++) hap.push_back(G->getA(t, chain[t - segStart[w]], i));
-					const double back = copying(hap, w, true);
-					for (int t = segStart[w] + 1 ; t <= segStop[w] ; t ++) cur[t][chain[t - 1 - segStart[w]]][chain[t - segStart[w]]] += back;
-					if (w == 0) cur[0][0][chain.front()] += back;
-					if (w == W - 1) cur[S][chain.back()][0] += copying(hap, w, false);
-					return;
-				}
-				for (int h = 0 ; h < (int)G->HapsC[s] ; h ++) {
-					if (!links(s, -1, h) || (s > segStart[w] && !links(s, chain.back(), h))) continue;
+				for (int h = 0 ; s <= segStop[w] && h < (int)G->HapsC[s] ; h ++) if (links(s, -1, h) && (s == segStart[w] || links(s, chain.back(), h))) {
 					chain.push_back(h);
 					walk(s + 1);
 					chain.pop_back();
 				}
+				if (s <= segStop[w]) return;
+				std::vector < int > hap;
+				for (int t = segStart[w] ; t <= segStop[w] ; t ++) for (unsigned int i = 0 ; i < G->HapsS[t] ; i ++) hap.push_back(G->getA(t, chain[t - segStart[w]], i));
+				const double back = copying(hap, w, true);
+				for (int t = segStart[w] + 1 ; t <= segStop[w] ; t ++) cur[t][chain[t - 1 - segStart[w]]][chain[t - segStart[w]]] += back;
+				if (w == 0) cur[0][0][chain.front()] += back;
+				if (w == W - 1) cur[S][chain.back()][0] += copying(hap, w, false);
 			};
 			walk(segStart[w]);
-			for (int g = 0 ; g <= S ; g ++) {
-				const bool mine = (g > segStart[w] && g <= segStop[w]) || (g == 0 && w == 0) || (g == S && w == W - 1);
-				if (!mine) continue;
+			for (int g = 0 ; g <= S ; g ++) if ((g > segStart[w] && g <= segStop[w]) || (g == 0 && w == 0) || (g == S && w == W - 1)) {
 				double total = 0.0;
-				for (auto & row : cur[g]) for (double x : row) total += x;
+				for (auto & row : cur[g]) total += std::accumulate(row.begin(), row.end(), 0.0);
 				for (int a = 0 ; a < 8 ; a ++) for (int b = 0 ; b < 8 ; b ++) ref[g][a][b] = cur[g][a][b] / total;
 			}
 		}
@@ -182,16 +177,6 @@ inline std::string failure(const std::function < void () > & f) {
 		return e.what();
 	}
 	return "no exception";
-}
-
-// The links of one track for Scene::reference: every pair for haploid and unrelated units,
-// the track's mask for duos and trios.
-inline std::function < bool (int, int, int) > trackLinks(int type, const mask_set & m) {
-	return [type, &m](int s, int p, int h) {
-		if (type < 3 || p >= 0) return type < 3 || m[s][p][h];
-		for (const auto & row : m[s]) if (row[h]) return true;
-		return false;
-	};
 }
 
 }
