@@ -18,13 +18,8 @@ struct family_data {
 	unsigned int seed = 11;
 
 	explicit family_data(int _K) : K(_K) {}
-	int bit() {
-		seed = seed * 1103515245u + 12345u;
-		return (seed >> 16) & 1;
-	}
-	int find(const std::string & id) const {
-		return std::find(ids.begin(), ids.end(), id) - ids.begin();
-	}
+	int bit() { return ((seed = seed * 1103515245u + 12345u) >> 16) & 1; }
+	int find(const std::string & id) const { return std::find(ids.begin(), ids.end(), id) - ids.begin(); }
 	void child(const std::string & id, const std::string & dad, const std::string & mum, int cross) {
 		const int n = ids.size();
 		ids.push_back(id);
@@ -53,9 +48,8 @@ struct family_data {
 // Switches of sample i's phase against the truth over its heterozygous sites.
 int switches(const family_data & F, const Haplotypes & H, int i) {
 	int n = 0, previous = -1;
-	for (int l = 0 ; l < F.K ; l ++) {
-		if (F.truth[2 * i][l] == F.truth[2 * i + 1][l]) continue;
-		int relation = H.haps[2 * i].get(l) == F.truth[2 * i][l];
+	for (int l = 0 ; l < F.K ; l ++) if (F.truth[2 * i][l] != F.truth[2 * i + 1][l]) {
+		const int relation = H.haps[2 * i].get(l) == F.truth[2 * i][l];
 		n += previous >= 0 && relation != previous;
 		previous = relation;
 	}
@@ -123,8 +117,7 @@ TEST(pedhap, CorrectsFamilies) {
 		const chaplotype * h = P.haps->getHap(parent);
 		double crossovers = 0, value;
 		for (int l = 0 ; l < F.K && rec >> value ; l ++) if (h[0].get(l) != h[1].get(l)) crossovers += value;
-		EXPECT_GT(crossovers, 0.3) << child << " " << parent;
-		EXPECT_LT(crossovers, 1.5) << child << " " << parent;
+		EXPECT_TRUE(crossovers > 0.3 && crossovers < 1.5) << child << " " << parent << " " << crossovers;
 		total += crossovers;
 		rows ++;
 	}

@@ -4,7 +4,7 @@
 #include "duohmm/hmm_utils.h"
 
 #include <cmath>
-#include <functional>
+#include <numeric>
 #include <gtest/gtest.h>
 
 namespace {
@@ -73,8 +73,7 @@ template < int N > struct Family {
 		for (int l = 0 ; l < K ; l ++) scaled /= M.scale[l];
 		EXPECT_NEAR(scaled / likelihood, 1.0, 1e-4) << what;
 		for (int l = 0 ; l < K ; l ++) {
-			double sum = 0;
-			for (double x : xi[l]) sum += x;
+			const double sum = std::accumulate(xi[l].begin(), xi[l].end(), 0.0);
 			for (int i = 0 ; i < N ; i ++) {
 				EXPECT_NEAR(M.gamma[l * N + i], gamma[l][i] / likelihood, 1e-5) << what << " site " << l << " state " << i;
 				if (!match(i, l)) errors += gamma[l][i] / likelihood;
@@ -105,13 +104,11 @@ TEST(DuoHMM, MatchesEnumeration) {
 	};
 	geneticMap map;
 	DuoHMM M(positions, map);
-	EXPECT_GT(M.recomb_male[2], 0.0f);	// one position: a tiny fraction, not 0
-	EXPECT_LT(M.recomb_male[2], 1e-12f);
+	EXPECT_TRUE(M.recomb_male[2] > 0.0f && M.recomb_male[2] < 1e-12f);	// one position: a tiny fraction, not 0
 	EXPECT_NEAR(M.recomb_female[0], 1 - std::exp(-1.24601316 * 0.0952), 1e-5);
 	for (const Case & c : cases) {
 		std::vector < chaplotype > P = pairOf(c.haps[0], c.haps[1]), C = pairOf(c.haps[2], c.haps[3]);
 		M.setHaps(P.data(), C.data(), c.sex);
-		EXPECT_EQ(M.switch_parent, 0.0005f);
 		const bool male = c.sex == "1";
 		M.genotype_error = c.e, M.switch_parent = c.switches[0], M.switch_child = c.switches[1];
 		Family < 4 > { M, { P.data() }, C.data(), { male ? &M.recomb_male : &M.recomb_female }, { male ? M.male_length : M.female_length },

@@ -17,8 +17,7 @@ struct Sites {
 	std::vector < int > mapping;
 	sequencer Q;
 	Sites() : Q(&S, &mapping) {
-		const char * alleles[4][2] = { { "A", "G" }, { "C", "T" }, { "G", "A" }, { "T", "C" } };
-		for (int l = 0 ; l < 4 ; l ++) S.put(new snp("20", 100 * (l + 1), alleles[l][0], alleles[l][1], 5));
+		for (int l = 0 ; l < 4 ; l ++) S.put(new snp("20", 100 * (l + 1), std::string(1, "ACGT"[l]), std::string(1, "GTAC"[l]), 5));
 		S.indexing();
 	}
 };
@@ -62,17 +61,13 @@ TEST(sequencer, MalformedFilesNameTheLine) {
 	const std::string body = "MAP 1\n100 A G\n";
 	const std::vector < std::pair < std::string, std::string > > cases = {
 		{ "", "I do not detect a map inside" },
-		{ "MAPS 1\n100 A G\n", "I do not detect a map inside" },
 		{ "MAP\n", "line 1 of .*number of map lines \\[\\] is not a whole number" },
 		{ "MAP -2\n", "line 1 of .*number of map lines \\[-2\\]" },
 		{ "MAP 3\n100 A G\n", "line 3 of .*ends inside the map of 3 lines" },
 		{ "MAP 1\n100 A\n", "line 2 of .*a map line needs a position and two alleles" },
 		{ "MAP 1\n1x0 A G\n", "Position 1x0 at line 2" },
 		{ body + "S1 z\n", "line 3 of .*number of reads \\[z\\] of sample S1" },
-		{ body + "S1\n", "line 3 of .*number of reads \\[\\] of sample S1" },
 		{ body + "S1 2\n0 A 20 0 G 20\n", "line 5 of .*ends inside the 2 reads of sample S1" },
-		{ body + "S1 1\n0 A 20 0 G\n", "line 4 of .*triples.*this line has 5 words" },
-		{ body + "S1 1\n0 A 20 1 G 20\n", "line 4 of .*map index \\[1\\] is not within the map of 1 lines" },
 		{ body + "S1 1\n0 A 20 x G 20\n", "line 4 of .*map index \\[x\\]" },
 		{ body + "S1 1\n0 A 20 0 G -3\n", "line 4 of .*Phred quality \\[-3\\] is not a number from 0" },
 		{ body + "S1 1\n0 A 20 0 G 2O\n", "line 4 of .*Phred quality \\[2O\\]" },
@@ -162,14 +157,11 @@ TEST(sequencer, MutationsByHand) {
 		T.Q.processPIRs(h0, h1, n_seen, n_phased, status);
 		EXPECT_EQ(n_het * 100 + n_seen * 10 + n_phased, 320 + c.phased);
 		EXPECT_NEAR(status[1], c.status1, 1e-5);
-		EXPECT_EQ(h1[1] * 10 + h0[1], 10 * c.h1_at1 + 1 - c.h1_at1);
-		EXPECT_EQ(std::vector < float > ({ status[0], status[3] }), std::vector < float > ({ -3.0f, -1.0f }));
-		EXPECT_EQ(h0[0] * 1000 + h1[0] * 100 + h0[3] * 10 + h1[3], 101);
+		EXPECT_TRUE(status[0] == -3.0f && status[3] == -1.0f);
+		EXPECT_EQ(h0.toString() + h1.toString(), std::string(c.h1_at1 ? "0000" : "0100") + (c.h1_at1 ? "1101" : "1001"));
 	}
 	sread r ("r", 4);
-	EXPECT_EQ(r.countHets(), 0);
-	r.probs[0] = 0.9f;
-	r.probs[2] = 0.2f;
+	r.probs[0] = 0.9f, r.probs[2] = 0.2f;
 	EXPECT_EQ(r.countHets(), 2);
 	EXPECT_NEAR(r.computeProb({ true, false, false, true }), 0.9 * 0.8, 1e-7);
 	EXPECT_NEAR(r.computeProb({ false, true, true, true }), 0.1 * 0.2, 1e-7);
