@@ -1,4 +1,5 @@
 #include "models/haplotype_graph.h"
+#include "models/haplotype_list.h"
 #include "models/model_test_utils.h"
 #include "models/sparse_matrix.h"
 
@@ -9,8 +10,7 @@ using namespace modeltest;
 TEST(sparse_matrix, SetGetPurge) {
 	sparse_matrix S;
 	for (auto & s : std::vector < std::vector < double > > { { 0, 2, 1, 0.1 }, { 0, 0, 1, 0.2 }, { 2, 1, 3, 0.3 }, { 0, 2, 1, 0.3 } }) S.set(s[0], s[1], s[2], 10, s[3]);
-	EXPECT_EQ(S.R, (std::vector < int > { 0, 2, 2, 3 }));
-	EXPECT_EQ(S.C, (std::vector < int > { 0, 2, 1 }));
+	EXPECT_TRUE(S.R == std::vector < int > ({ 0, 2, 2, 3 }) && S.C == std::vector < int > ({ 0, 2, 1 }));
 	EXPECT_EQ(S.VN[1], 0.2);
 	EXPECT_EQ(S.VC, (std::vector < double > { 1 / 3.0, 2 / 3.0, 1.0 }));
 	EXPECT_EQ(S.sum(), 6);
@@ -21,8 +21,7 @@ TEST(sparse_matrix, SetGetPurge) {
 	EXPECT_EQ(S.V[1], 2);
 	S.set(0, 0, -1, 10, 0.2);
 	S.purge(0, 0);
-	EXPECT_EQ(S.R, (std::vector < int > { 0, 1, 1, 2 }));
-	EXPECT_EQ(S.C, (std::vector < int > { 2, 1 }));
+	EXPECT_TRUE(S.R == std::vector < int > ({ 0, 1, 1, 2 }) && S.C == std::vector < int > ({ 2, 1 }));
 }
 
 // Blocks cover the sites; a target of at least the haplotype count gives one block; inner
@@ -53,12 +52,11 @@ TEST(haplotype_graph, BlocksCountsAndLinks) {
 	}
 }
 
-// With one block of distinct haplotypes the graph model is the plain copying model over all
-// of them in one window: its matrices equal the sums over all chains of fragments (130
-// sites: rescaling at 50 and 100), for every kind of unit, the masked form once per track.
-// Identical haplotypes share one fragment, which the join of the passes weighs by its count
-// on both sides: then the matrices stay close. Over many blocks the links only approximate
-// the haplotypes' paths: every matrix is still a distribution.
+// With one block of distinct haplotypes the graph model is the copying model over all of
+// them in one window: its matrices are the sums over all chains of fragments (130 sites:
+// rescaling at 50 and 100), every kind of unit, the masked form per track. Twin haplotypes
+// share a fragment weighed by its count on both sides: the matrices stay close. Over many
+// blocks the links only approximate the paths: every matrix is still a distribution.
 TEST(haplotype_graph, ExpectationMatchesEnumeratedChains) {
 	putils::initRandom(41);
 	struct Case { int type, L; double het; int states; bool twin; double tolerance; };
@@ -70,14 +68,54 @@ TEST(haplotype_graph, ExpectationMatchesEnumeratedChains) {
 	for (const Case & c : cases) for (int rep = 0 ; rep < 2 ; rep ++) {
 		Scene x(c.type, c.L, c.het, 0.0, true);
 		const int K = x.GH.vecH.size();
-		if (c.twin) x.GH.vecH[1] = x.GH.vecH[0];
-		x.M.update(K, K);
 		std::vector < int > all(K);
 		std::iota(all.begin(), all.end(), 0);
+		if (c.twin) x.GH.vecH[1] = x.GH.vecH[0];
+		x.M.update(K, K);
 		x.cond = { all }, x.start = { 0 }, x.stop = { c.L - 1 }, x.segStart = { 0 }, x.segStop = { (int)x.G->HapsC.size() - 1 };
 		haplotype_graph Hg(x.GH.vecH, all, c.states);
 		EXPECT_EQ(Hg.levels.size() == 1, c.states >= K);
 		for (int j = 0 ; j < x.tracks() ; j ++)
 			x.compare(x.expect(Hg, x.M, j), x.reference(j), 0.0, c.tolerance, "type " + std::to_string(c.type) + " states " + std::to_string(c.states) + " rep " + std::to_string(rep) + " track " + std::to_string(j));
 	}
+}
+
+// The plain copying model: forward and backward give the likelihood of Scene::copying, with
+// and without a site mask (a site outside it emits nothing, as where the unit and every
+// conditioning sample are missing); columns are normalised; the mismatch posteriors lie in
+// [0, 1] and are added only at the sites of the mask. One conditioning haplotype: every
+// column is 1.
+TEST(haplotype_list, PassesMatchEnumeration) {
+	putils::initRandom(8);
+	const int L = 7;
+	Scene x(2, L, 0.2, 0.0, true);
+	x.M.update(4, 4);
+	x.cond = { { 0, 2, 3, 5 } }, x.start = { 0 }, x.stop = { L - 1 };
+	std::vector < bool > cond(x.GH.vecH.size(), false), one = cond, every(L, true), some = { 1, 0, 1, 1, 0, 0, 1 };
+	for (int k : x.cond[0]) cond[k] = true;
+	one[2] = true;
+	haplotype_list HL(x.GH.vecH, cond);
+	EXPECT_EQ(HL.idx, x.cond[0]);
+	const chaplotype & h = x.GH.vecH[4];
+	std::vector < int > hap;
+	for (int l = 0 ; l < L ; l ++) hap.push_back(h[l]);
+	for (const std::vector < bool > * mask : { &every, &some }) {
+		for (int l = 0 ; l < L ; l ++) for (genotype_graph * g : { x.G.get(), x.GH.vecG[0], x.GH.vecG[1], x.GH.vecG[2] }) g->Miss[l] = !(*mask)[l];
+		std::vector < std::vector < double > > alpha, beta;
+		std::vector < double > fs, bs, result(L, 0.5);
+		if (mask == &every) HL.forward(h, x.M, alpha, fs), HL.backward(h, x.M, beta, bs), HL.expectation(h, x.M, result);
+		else HL.forward(h, x.M, *mask, alpha, fs), HL.backward(h, x.M, *mask, beta, bs), HL.expectation(h, x.M, *mask, result);
+		const double like = x.copying(hap, 0, false) / 4;
+		EXPECT_NEAR(std::accumulate(fs.begin(), fs.end(), 1.0, std::multiplies < double > ()) / like, 1.0, 1e-12);
+		EXPECT_NEAR(std::accumulate(bs.begin(), bs.end(), 1.0, std::multiplies < double > ()) / like, 1.0, 1e-12);
+		for (int l = 0 ; l < L ; l ++) {
+			EXPECT_NEAR(std::accumulate(alpha[l].begin(), alpha[l].end(), 0.0), 1.0, 1e-12);
+			EXPECT_NEAR(std::accumulate(beta[l].begin(), beta[l].end(), 0.0), 1.0, 1e-12);
+			EXPECT_TRUE((*mask)[l] ? result[l] >= 0.5 && result[l] <= 1.5 : result[l] == 0.5) << l;
+		}
+	}
+	std::vector < std::vector < double > > alpha;
+	std::vector < double > sums;
+	haplotype_list(x.GH.vecH, one).forward(h, x.M, alpha, sums);
+	for (const std::vector < double > & column : alpha) EXPECT_EQ(column, std::vector < double > (1, 1.0));
 }

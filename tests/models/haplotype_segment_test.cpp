@@ -6,16 +6,13 @@
 
 using namespace modeltest;
 
-// Random units of every kind against the brute-force copying model in double precision:
-// random overlapping windows or one window longer than 100 sites, missing data on both
-// sides, conditioning sets whose size is not a multiple of 8; duos and trios run the masked
-// form once per track. The lattices are single precision: every matrix cell within 1e-4 of
-// itself, every transition probability that store draws from them within 1e-3 of the exact
-// one. Emissions scaled by 1e-4 would leave the float range within 10 sites were the rows
-// not held near 1; rare conditioning alleles (alt 0.03) make most sites uniform; a mismatch
-// emission of 1e-12 puts the fragments of a segment hundreds of orders of magnitude apart.
-// Twins in every window: haplotypes 0 and 1 of one sample, 6 and 7 of the panel, and 2 of
-// another sample with other missing flags are equal; 11 is 10 but for the last site.
+// Random units of every kind against the brute-force copying model: random overlapping
+// windows or one window over 100 sites, missing data on both sides, conditioning sets not a
+// multiple of 8 in size; the masked form once per track. Float lattices: cells within 1e-4
+// of themselves, stored transitions within 1e-3. Emissions scaled by 1e-4 (rows must be held
+// near 1), rare alleles (alt 0.03: most sites uniform), a mismatch of 1e-12 (fragments
+// hundreds of orders of magnitude apart); twins: haplotypes 0, 1, 2 equal (2 of another
+// sample with other missing flags), 6 and 7 of the panel, 11 is 10 but for the last site.
 TEST(haplotype_segment, ExpectationMatchesEnumeratedChains) {
 	putils::initRandom(31);
 	struct Case { int type, L; double het, miss; bool oneWindow; double scale = 1.0, alt = 0.35; bool twins = false; double ee = 0.0; };
@@ -44,8 +41,7 @@ TEST(haplotype_segment, ExpectationMatchesEnumeratedChains) {
 		HS.windows(x.cond, x.segStart, x.segStop, x.start, x.stop);
 		std::vector < matrices > prob, ref;
 		for (int j = 0 ; j < x.tracks() ; j ++) {
-			prob.push_back(x.expect(HS, scaled, j));
-			ref.push_back(x.reference(j));
+			prob.push_back(x.expect(HS, scaled, j)), ref.push_back(x.reference(j));
 			x.compare(prob[j], ref[j], 1e-4, 0.0, what + " track " + std::to_string(j));
 		}
 		genotype_graph fromModel = *x.G, exact = *x.G;
@@ -68,12 +64,7 @@ TEST(haplotype_segment, UnderflowAndNanTexts) {
 	std::iota(all.begin(), all.end(), 0);
 	haplotype_graph Hg(x.GH.vecH, all, 100);
 	const hmm_parameters kept = x.M;
-	auto text = [&](bool graph, bool masked) {
-		return failure([&] {
-			if (graph) x.expect(Hg, x.M, 0, masked);
-			else x.expect(HS, x.M, 0, masked);
-		});
-	};
+	auto text = [&](bool graph, bool masked) { return failure([&] { graph ? x.expect(Hg, x.M, 0, masked) : x.expect(HS, x.M, 0, masked); }); };
 	ASSERT_EQ(text(false, false), "no exception");
 	x.M.ed = x.M.ee = x.M.edN = x.M.eeN = 1e-200;
 	EXPECT_EQ(text(false, false), "Underflow in expectationUNR / i=U7 s=0 b=1 sp=0.0000000000");
