@@ -91,24 +91,19 @@ struct Scene {
 		return prob;
 	}
 
-
-	// Emission of conditioning haplotype c at site l for allele a; where the unit and c's
-	// sample are both missing there is none, except at the window's last site, where the
-	// backward pass starts such a state at 0.
-	double emission(int l, int a, int c, bool last) const {
-		if (G->Miss[l] && c < (int)GH.hap2ind.size() && GH.vecG[GH.hap2ind[c]]->Miss[l]) return last ? 0.0 : 1.0;
-		return GH.vecH[c].get(l) == a ? M.ed : M.ee;
-	}
-
-	// Li and Stephens likelihood of a full haplotype over the sites of window w.
+	// Li and Stephens likelihood of a full haplotype over the sites of window w. Where the
+	// unit and a conditioning haplotype's sample are both missing there is no emission,
+	// except at the window's last site with lastQuirk, where the backward pass starts such a
+	// state at 0.
 	double copying(const std::vector < int > & hap, int w, bool lastQuirk) const {
 		const std::vector < int > & C = cond[w];
 		std::vector < double > alpha(C.size(), 1.0), next(C.size());
 		for (int l = start[w] ; l <= stop[w] ; l ++) {
 			const double total = std::accumulate(alpha.begin(), alpha.end(), 0.0);
 			for (unsigned int k = 0 ; k < C.size() ; k ++) {
-				const double prior = l == start[w] ? 1.0 : alpha[k] * M.nrec[l - 1] + total * M.recN[l - 1];
-				next[k] = prior * emission(l, hap[l - start[w]], C[k], lastQuirk && l == stop[w]);
+				const bool none = G->Miss[l] && C[k] < (int)GH.hap2ind.size() && GH.vecG[GH.hap2ind[C[k]]]->Miss[l];
+				const double e = none ? (lastQuirk && l == stop[w] ? 0.0 : 1.0) : GH.vecH[C[k]].get(l) == hap[l - start[w]] ? M.ed : M.ee;
+				next[k] = e * (l == start[w] ? 1.0 : alpha[k] * M.nrec[l - 1] + total * M.recN[l - 1]);
 			}
 			alpha.swap(next);
 		}

@@ -87,22 +87,21 @@ TEST(stages, StagesOnOneAndTwoThreads) {
 		likelihood_maker(st.GH, st.likes, W).make();
 		for (unsigned int i = 0 ; i < copies.size() ; i ++) {
 			genotype_graph & c = copies[i];
-			std::vector < int > & s = st.samples[i];
-			if (c.type == 1) c.computeLikesFromGLsHap(st.likes[s[0]]);
-			else if (c.type == 2) c.computeLikesFromGLsUnr(st.likes[s[0]]);
-			else if (c.type == 3) c.computeLikesFromGLsDuo(st.likes[s[0]], st.likes[s[1]]);
-			else c.computeLikesFromGLsTri(st.likes[s[0]], st.likes[s[1]], st.likes[s[2]]);
+			std::vector < std::vector < float > * > s;
+			for (int m : st.samples[i]) s.push_back(&st.likes[m]);
+			if (c.type == 1) c.computeLikesFromGLsHap(*s[0]);
+			else if (c.type == 2) c.computeLikesFromGLsUnr(*s[0]);
+			else if (c.type == 3) c.computeLikesFromGLsDuo(*s[0], *s[1]);
+			else c.computeLikesFromGLsTri(*s[0], *s[1], *s[2]);
 			EXPECT_EQ(st.GH.vecG[i]->likes, c.likes) << i;
 		}
 		pruner(st.GH, 0.99, W).prune();
-		for (genotype_graph * g : st.GH.vecG) EXPECT_TRUE(g->likes.empty());
+		EXPECT_TRUE(std::all_of(st.GH.vecG.begin(), st.GH.vecG.end(), [](genotype_graph * g) { return g->likes.empty(); }));
 		st.GH.vecG[1]->type = 5;
 		EXPECT_LOG_ERROR(likelihood_maker(st.GH, st.likes, W).make(), "Unknown type of graph \\(likelihood_maker::make\\(int ind\\)\\)");
 		st.GH.vecG[1]->type = 2;
 	}
-	EXPECT_EQ(normalised[0], normalised[1]);
-	EXPECT_EQ(solved[0], solved[1]);
-	EXPECT_EQ(propagated[0], propagated[1]);
+	EXPECT_TRUE(normalised[0] == normalised[1] && solved[0] == solved[1] && propagated[0] == propagated[1]);
 	EXPECT_NE(normalised[0], propagated[0]);
 }
 
@@ -124,8 +123,7 @@ TEST(stages, LogLinesAndProgress) {
 		testutils::silenceLog();
 		LOG.terminal = false;
 		EXPECT_EQ(log, T ? "\nComputing transition likelihoods in graphs\n\n" : "");
-		const std::string last = T ? std::string("\rComputing ") + (T > 1 ? "of " : "") + "transition likelihoods in graphs [3/3]\n" : "";
-		EXPECT_EQ(screen.substr(screen.size() - last.size()), last);
+		EXPECT_TRUE(T ? testutils::has(screen, std::string("\rComputing ") + (T > 1 ? "of " : "") + "transition likelihoods in graphs [3/3]\n") : screen.empty()) << screen;
 		EXPECT_EQ(std::count(screen.begin(), screen.end(), '\r'), T ? 3 : 0) << screen;
 	}
 }
