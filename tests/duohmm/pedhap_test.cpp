@@ -68,9 +68,7 @@ TEST(pedhap, CorrectsFamilies) {
 	family_data F(400);
 	for (const char * id : { "GF", "GM", "M", "P" }) F.child(id, "0", "0", 0);
 	F.child("F", "GF", "GM", 90);
-	F.child("K1", "F", "M", 130);
-	F.child("K2", "F", "M", 210);
-	F.child("K3", "F", "M", 330);
+	for (int k : { 1, 2, 3 }) F.child("K" + std::to_string(k), "F", "M", k < 3 ? 50 + 80 * k : 330);
 	for (const char * id : { "Q1", "Q2", "Q3" }) F.child(id, "X", "P", 60 + 100 * (id[1] - '0'));
 	// Two switch errors per sample, the children's phases also reversed at the start.
 	std::vector < std::vector < int > > phased = F.truth;
@@ -123,26 +121,4 @@ TEST(pedhap, CorrectsFamilies) {
 	}
 	EXPECT_EQ(rows, 11);
 	EXPECT_NEAR(total / rows, 1.0, 0.35);
-}
-
-// A parent is re-oriented from the interval where more than half of its kids change
-// parental haplotype: one of three or two of four do not, two of three do.
-TEST(pedhap, MinRecombinant) {
-	struct Case { int kids, changing; bool flipped; };
-	for (const Case & c : { Case { 3, 1, false }, Case { 3, 2, true }, Case { 4, 2, false }, Case { 4, 3, true }, Case { 1, 1, false } }) {
-		family_data F(4);
-		F.child("P", "0", "0", 0);
-		for (int k = 0 ; k < c.kids ; k ++) F.child("K" + std::to_string(k), "P", "0", 10);
-		std::vector < std::vector < int > > haps (2 * F.ids.size(), std::vector < int > (4, 0));
-		haps[1] = { 1, 1, 1, 1 };
-		TempDir d;
-		F.write(d, haps);
-		testing::internal::CaptureStdout();
-		pedhap P(d.file("h"), "", 20);
-		testing::internal::GetCapturedStdout();
-		for (int k = 0 ; k < c.kids ; k ++)
-			P.stateseqs[{ "P", "K" + std::to_string(k) }] = std::vector < unsigned char > { 0, 0, (unsigned char)(k < c.changing ? 2 : 0), (unsigned char)(k < c.changing ? 2 : 0) };
-		P.minRecombinant("P");
-		EXPECT_EQ(P.haps->haps[0].toString(), c.flipped ? "0011" : "0000") << c.kids << " " << c.changing;
-	}
 }
