@@ -66,6 +66,7 @@ struct Study {
 // ordered units, as an unordered pair may take a coin flip.
 TEST(stages, StagesOnOneAndTwoThreads) {
 	testutils::silenceLog();
+	testutils::TempDir d;
 	std::vector < std::vector < float > > normalised, propagated;
 	std::vector < std::vector < std::string > > solved(2);
 	for (int T : { 1, 2 }) {
@@ -84,7 +85,20 @@ TEST(stages, StagesOnOneAndTwoThreads) {
 		propagated.push_back(st.probs());
 		std::vector < genotype_graph > copies;
 		for (genotype_graph * g : st.GH.vecG) copies.push_back(*g);
-		likelihood_maker(st.GH, st.likes, W).make();
+		// The log gets the stage's line between empty lines, the screen one progress line per
+		// unit finished, worded differently on several threads.
+		std::string screen, log = genotest::logOf(d, [&] {
+			LOG.unmuteC();
+			LOG.terminal = true;
+			testing::internal::CaptureStdout();
+			likelihood_maker(st.GH, st.likes, W).make();
+			screen = testing::internal::GetCapturedStdout();
+		});
+		testutils::silenceLog();
+		LOG.terminal = false;
+		EXPECT_EQ(log, "\nComputing transition likelihoods in graphs\n\n");
+		EXPECT_TRUE(testutils::has(screen, std::string("\rComputing ") + (T > 1 ? "of " : "") + "transition likelihoods in graphs [16/16]\n")) << screen;
+		EXPECT_EQ(std::count(screen.begin(), screen.end(), '\r'), 16) << screen;
 		for (unsigned int i = 0 ; i < copies.size() ; i ++) {
 			genotype_graph & c = copies[i];
 			std::vector < std::vector < float > * > s;
@@ -103,27 +117,4 @@ TEST(stages, StagesOnOneAndTwoThreads) {
 	}
 	EXPECT_TRUE(normalised[0] == normalised[1] && solved[0] == solved[1] && propagated[0] == propagated[1]);
 	EXPECT_NE(normalised[0], propagated[0]);
-}
-
-// The log gets the stage's line between empty lines, the screen one progress line per unit
-// finished, worded differently on several threads; a sampler without verbose prints nothing.
-TEST(stages, LogLinesAndProgress) {
-	testutils::TempDir d;
-	for (int T : { 0, 1, 2 }) {
-		Study st(12, 3);
-		work_queue W (std::max(T, 1));
-		std::string screen, log = genotest::logOf(d, [&] {
-			LOG.unmuteC();
-			LOG.terminal = true;
-			testing::internal::CaptureStdout();
-			if (T) likelihood_maker(st.GH, st.likes, W).make();
-			else sampler(st.GH, true, W, false).sample();
-			screen = testing::internal::GetCapturedStdout();
-		});
-		testutils::silenceLog();
-		LOG.terminal = false;
-		EXPECT_EQ(log, T ? "\nComputing transition likelihoods in graphs\n\n" : "");
-		EXPECT_TRUE(T ? testutils::has(screen, std::string("\rComputing ") + (T > 1 ? "of " : "") + "transition likelihoods in graphs [3/3]\n") : screen.empty()) << screen;
-		EXPECT_EQ(std::count(screen.begin(), screen.end(), '\r'), T ? 3 : 0) << screen;
-	}
 }
