@@ -50,8 +50,7 @@ int switches(const family_data & F, const Haplotypes & H, int i) {
 	int n = 0, previous = -1;
 	for (int l = 0 ; l < F.K ; l ++) if (F.truth[2 * i][l] != F.truth[2 * i + 1][l]) {
 		const int relation = H.haps[2 * i].get(l) == F.truth[2 * i][l];
-		n += previous >= 0 && relation != previous;
-		previous = relation;
+		n += previous >= 0 && relation != previous, previous = relation;
 	}
 	return n;
 }
@@ -61,9 +60,8 @@ int switches(const family_data & F, const Haplotypes & H, int i) {
 // A three-generation family (GF, GM -> F; F, M -> K1, K2, K3) and a mother P of three
 // children by an absent father, each meiosis with one crossover, phased with two switch
 // errors in every sample and genotypes missing in the children. After correct: every
-// child's haplotype 0 is paternal (1 maternal for P's children) and its phase exact, the
-// parents of several children lose their switch errors, and each missing child allele at a
-// site where both parents are homozygous takes the transmitted allele.
+// child's haplotype 0 is paternal (1 maternal for P's children) and exact, missing
+// alleles included, and the parents of several children lose their switch errors.
 TEST(pedhap, CorrectsFamilies) {
 	family_data F(400);
 	for (const char * id : { "GF", "GM", "M", "P" }) F.child(id, "0", "0", 0);
@@ -74,14 +72,11 @@ TEST(pedhap, CorrectsFamilies) {
 	std::vector < std::vector < int > > phased = F.truth;
 	for (unsigned int i = 0 ; i < F.ids.size() ; i ++) for (int l = 0 ; l < F.K ; l ++)
 		if ((l >= 100 + 7 * (int)i && l < 250 + 11 * (int)i) != (F.fathers[i] != "0" || F.mothers[i] != "0")) std::swap(phased[2 * i][l], phased[2 * i + 1][l]);
-	std::vector < std::pair < int, int > > missing, filled;
-	const int f = F.find("F"), m = F.find("M");
+	std::vector < std::pair < int, int > > missing;
 	for (const char * id : { "K1", "K2", "K3" }) for (int k = F.find(id), l = 5 ; l < F.K ; l += 37) {
 		missing.push_back({ k, l });
 		phased[2 * k][l] = phased[2 * k + 1][l] = 0;
-		if (F.truth[2 * f][l] == F.truth[2 * f + 1][l] && F.truth[2 * m][l] == F.truth[2 * m + 1][l]) filled.push_back({ k, l });
 	}
-	ASSERT_GE(filled.size(), 5u);
 	TempDir d;
 	F.write(d, phased);
 	testing::internal::CaptureStdout();
@@ -97,8 +92,6 @@ TEST(pedhap, CorrectsFamilies) {
 		for (int l = 0 ; l < F.K && (F.fathers[i] != "0" || F.mothers[i] != "0") ; l ++) wrong += P.haps->haps[2 * i].get(l) != F.truth[2 * i][l];
 		EXPECT_EQ(wrong, 0) << F.ids[i];
 	}
-	for (const std::pair < int, int > & x : filled) for (int h : { 0, 1 })
-		EXPECT_EQ(P.haps->haps[2 * x.first + h].get(x.second), F.truth[2 * x.first + h][x.second]) << F.ids[x.first] << " " << x.second;
 
 	// Recombination map of the corrected families, duos and trios: a row per meiosis, child
 	// first; summed over the parent's heterozygous sites, each row counts about the one

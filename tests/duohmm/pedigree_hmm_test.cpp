@@ -1,4 +1,3 @@
-#include "duohmm/DuoHMM.h"
 #include "duohmm/TrioHMM.h"
 #include "duohmm/geneticMap.h"
 #include "duohmm/hmm_utils.h"
@@ -19,19 +18,16 @@ std::vector < chaplotype > pairOf(const std::string & a, const std::string & b) 
 	return h;
 }
 
-// A family model seen from outside, P parents: state bit P - k picks the haplotype parent k
-// transmits, bit 0 whether the child's haplotypes are swapped (parent k gives haplotype
-// k ^ bit 0). Each parent has its meiosis' recombination fractions and map length; rates
-// points to the parents' switch rates, then the child's.
-template < int N > struct Family {
-	static const int P = N == 4 ? 1 : 2;
-	pedigree_hmm < N > & M;
-	std::vector < const chaplotype * > parents;
-	const chaplotype * child;
-	std::vector < const std::vector < float > * > recomb;
-	std::vector < float > lengths;
-	std::vector < float * > rates;
-	bool xiSource;
+// The trio model seen from outside: state bit 2 - k picks the haplotype parent k (father,
+// mother) transmits, bit 0 whether the child's haplotypes are swapped (parent k gives
+// haplotype k ^ bit 0). Each parent has its meiosis' recombination fractions and map length.
+struct Family {
+	static const int N = 8, P = 2;
+	TrioHMM & M;
+	const chaplotype * parents[2], * child;
+	const std::vector < float > * recomb[2] = { &M.recomb_male, &M.recomb_female };
+	const float lengths[2] = { M.male_length, M.female_length };
+	float * rates[3] = { &M.switch_dad, &M.switch_mum, &M.switch_child };
 
 	int bit(int j, int k) const { return (j >> (P - k)) & 1; }
 	bool match(int j, int l) const {
@@ -50,7 +46,7 @@ template < int N > struct Family {
 
 	// Viterbi, forward-backward, xi and the M step against sums over all N^K state paths (the
 	// lowest path in enumeration order on ties). xi takes the emission of the source state at
-	// the later site when xiSource: each path is then weighed by E(i, l + 1) / E(j, l + 1).
+	// the later site: each path is weighed by E(i, l + 1) / E(j, l + 1).
 	void check(const std::string & what) {
 		const int K = M.K;
 		std::vector < std::vector < double > > gamma (K, std::vector < double > (N, 0)), xi (K, std::vector < double > (N * N, 0));
@@ -63,7 +59,7 @@ template < int N > struct Family {
 			likelihood += p;
 			for (int l = 0 ; l < K ; l ++) gamma[l][path[l]] += p;
 			for (int l = 0 ; l + 1 < K ; l ++)
-				xi[l][path[l] * N + path[l + 1]] += p * (xiSource ? emission(path[l], l + 1) / emission(path[l + 1], l + 1) : 1.0);
+				xi[l][path[l] * N + path[l + 1]] += p * emission(path[l], l + 1) / emission(path[l + 1], l + 1);
 			if (p > top * (1 + 1e-9)) top = p, best = path;
 		}
 		M.viterbi();
@@ -90,47 +86,26 @@ template < int N > struct Family {
 	}
 };
 
-struct Case { std::vector < std::string > haps; std::string sex; float e; std::vector < float > switches; };
+struct Case { std::vector < std::string > haps; float e; std::vector < float > switches; };
 
-}
-
-// Fathers and mothers, clean pairs and pairs with mismatches, at several parameter values.
-TEST(DuoHMM, MatchesEnumeration) {
-	const Case cases[] = {
-		{ { "01011", "11001", "01101", "00010" }, "1", 0.001f, { 0.0005f, 0.0005f } },
-		{ { "01011", "11001", "11011", "10100" }, "2", 0.05f, { 0.02f, 0.1f } },
-		{ { "00010", "11110", "10111", "01010" }, "1", 0.2f, { 0.3f, 0.01f } },
-		{ { "01110", "01110", "01110", "10001" }, "2", 0.01f, { 0.001f, 0.2f } },
-	};
-	geneticMap map;
-	DuoHMM M(positions, map);
-	EXPECT_TRUE(M.recomb_male[2] > 0.0f && M.recomb_male[2] < 1e-12f);	// one position: a tiny fraction, not 0
-	EXPECT_NEAR(M.recomb_female[0], 1 - std::exp(-1.24601316 * 0.0952), 1e-5);
-	for (const Case & c : cases) {
-		std::vector < chaplotype > P = pairOf(c.haps[0], c.haps[1]), C = pairOf(c.haps[2], c.haps[3]);
-		M.setHaps(P.data(), C.data(), c.sex);
-		const bool male = c.sex == "1";
-		M.genotype_error = c.e, M.switch_parent = c.switches[0], M.switch_child = c.switches[1];
-		Family < 4 > { M, { P.data() }, C.data(), { male ? &M.recomb_male : &M.recomb_female }, { male ? M.male_length : M.female_length },
-			{ &M.switch_parent, &M.switch_child }, false }.check(c.haps[2]);
-	}
 }
 
 TEST(TrioHMM, MatchesEnumeration) {
 	const Case cases[] = {
-		{ { "01011", "11001", "00110", "10111", "01010", "10110" }, "", 0.005f, { 0.005f, 0.005f, 0.005f } },
-		{ { "01011", "11001", "00110", "10111", "11011", "00011" }, "", 0.05f, { 0.02f, 0.1f, 0.03f } },
-		{ { "00100", "11101", "01100", "01101", "11100", "01001" }, "", 0.2f, { 0.01f, 0.3f, 0.1f } },
+		{ { "01011", "11001", "00110", "10111", "01010", "10110" }, 0.005f, { 0.005f, 0.005f, 0.005f } },
+		{ { "01011", "11001", "00110", "10111", "11011", "00011" }, 0.05f, { 0.02f, 0.1f, 0.03f } },
+		{ { "00100", "11101", "01100", "01101", "11100", "01001" }, 0.2f, { 0.01f, 0.3f, 0.1f } },
 	};
 	geneticMap map;
 	TrioHMM M(positions, map);
+	EXPECT_TRUE(M.recomb_male[2] > 0.0f && M.recomb_male[2] < 1e-12f);	// one position: a tiny fraction, not 0
+	EXPECT_NEAR(M.recomb_female[0], 1 - std::exp(-1.24601316 * 0.0952), 1e-5);
 	for (const Case & c : cases) {
 		std::vector < chaplotype > F = pairOf(c.haps[0], c.haps[1]), Mo = pairOf(c.haps[2], c.haps[3]), C = pairOf(c.haps[4], c.haps[5]);
 		M.setHaps(F.data(), Mo.data(), C.data());
 		EXPECT_EQ(M.genotype_error, 0.005f);
 		M.genotype_error = c.e, M.switch_dad = c.switches[0], M.switch_mum = c.switches[1], M.switch_child = c.switches[2];
-		Family < 8 > { M, { F.data(), Mo.data() }, C.data(), { &M.recomb_male, &M.recomb_female }, { M.male_length, M.female_length },
-			{ &M.switch_dad, &M.switch_mum, &M.switch_child }, true }.check(c.haps[4]);
+		Family { M, { F.data(), Mo.data() }, C.data() }.check(c.haps[4]);
 	}
 	// Allele counts of child, father, mother; symmetric in the parents.
 	const int consistent[][3] = { { 0, 0, 0 }, { 1, 0, 2 }, { 0, 0, 1 }, { 1, 1, 0 }, { 2, 1, 1 }, { 0, 1, 1 }, { 2, 1, 2 }, { 2, 2, 2 } };

@@ -80,4 +80,6 @@ FAULTS = [
 ("F215", "rare variant distance", "src/modules/rare_phaser.cpp", "if (k == (l >> 3)) d &= ~(1u << (l & 7));", ""),
 ("F216", "PIR joined sites", "src/models/sequencer.cpp", "if (hets.size() >= 2) sites.insert", "if (read.size() >= 2) sites.insert"),
 ("F217", "stage threaded progress", "src/modules/stage_module.cpp", "progress(_workers.size() < 2 ?", "progress(_workers.size() < 3 ?"),
+("F218", "trio likelihoods parents swapped", "src/modules/likelihood_maker.cpp", "likes[G->findex], likes[G->mindex], likes[G->index]", "likes[G->mindex], likes[G->findex], likes[G->index]"),
+("F219", "rare variant left match", "src/modules/rare_phaser.cpp", "d &= 0xFFu >> (7 - ((l - 1) & 7));", "d &= 0xFFu >> (7 - (l & 7));"),
 ]

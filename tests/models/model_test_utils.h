@@ -35,7 +35,7 @@ struct Scene {
 		for (int i = 0 ; i < n_samples ; i ++) {
 			GH.vecG.push_back(new genotype_graph(2, i));
 			for (int l = 0 ; l < L ; l ++) GH.vecG[i]->Miss.push_back(putils::getRandom() < 0.3);
-			for (int j = 0 ; j < 2 ; j ++) GH.hap2ind.push_back(i);
+			GH.hap2ind.insert(GH.hap2ind.end(), 2, i);
 		}
 		for (int k = 0 ; k < 2 * n_samples + n_panel ; k ++) {
 			GH.vecH.push_back(chaplotype(L));
@@ -166,11 +166,7 @@ struct Scene {
 
 // The text of the exception f throws, or "no exception".
 inline std::string failure(const std::function < void () > & f) {
-	try {
-		f();
-	} catch (std::exception & e) {
-		return e.what();
-	}
+	try { f(); } catch (std::exception & e) { return e.what(); }
 	return "no exception";
 }
 

@@ -17,19 +17,11 @@ struct Cohort {
 		std::vector < genotype_graph * > graphs;
 		for (unsigned int i = 0 ; i < types.size() ; i ++) graphs.push_back(new genotype_graph(types[i], i));
 		GH.initialise(graphs, &S);
-		GH.vecH.resize(GH.vecH.size() + panel);
+		GH.vecH.resize(GH.vecH.size() + panel, chaplotype(40));
 		GH.hap_names.resize(GH.hap_names.size() + panel, "panel");
-		for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) {
-			std::vector < bool > v;
-			for (char c : haps[h]) v.push_back(c == '1');
-			GH.vecH[h] = chaplotype(v);
-		}
+		for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) for (int l = 0 ; l < 40 ; l ++) GH.vecH[h].set(l, haps[h][l] == '1');
 	}
-	std::string hap(int h) const {
-		std::string s;
-		for (int l = 0 ; l < 40 ; l ++) s += GH.vecH[h].get(l) ? '1' : '0';
-		return s;
-	}
+	std::string hap(int h) const { return GH.vecH[h].toString(); }
 };
 
 const std::string common = "0110100110010110011010011001011001101001";
