@@ -78,14 +78,9 @@ struct TinyGraph : Sites {
 	genotype_graph G;
 	int n_het, n_covered, n_group = 0, n_used = 0;
 	TinyGraph(const read_set & reads, bool ambiguous1 = true) : G(2, 0) {
-		G.name = "S1";
 		std::vector < std::vector < bool > > seg0 = { { 0, 1 }, { 1, 0 } }, seg1 = { { 0 }, { 1 } };
 		std::vector < std::vector < int > > g0 = { { 0 }, { 0 }, { 0 }, { 1 } }, g1 = { { 0, 0 }, { 0, 1 }, { 1, 1 }, { 1, 0 } }, g2 = { { 0, 1 }, { 0, 0 }, { 1, 0 }, { 0, 0 } };
-		G.pushTrans(g0);
-		G.pushHaps(seg0);
-		G.pushTrans(g1);
-		G.pushHaps(seg1);
-		G.pushTrans(g2);
+		G.pushTrans(g0), G.pushHaps(seg0), G.pushTrans(g1), G.pushHaps(seg1), G.pushTrans(g2);
 		G.Ambs = { true, ambiguous1, true, false };
 		G.initialise();
 		Q.reads = reads;
