@@ -38,56 +38,20 @@ std::string fragments(const genotype_graph & g) {
 	return s;
 }
 
-// A unit drawn from random haplotypes, so that its genotypes are consistent. Per sample,
-// the tracks whose alleles add up to its genotypes (-1 where missing).
-struct Unit {
-	genotype_graph g;
-	std::vector < std::vector < int > > members, geno;
-	Unit(int type, int L, bool scaffold) : g(type, 0) {
-		const std::vector < std::vector < std::vector < int > > > tracks = { {}, { { 0 } }, { { 0, 1 } }, { { 0, 1 }, { 0, 2 } }, { { 0, 1 }, { 2, 3 }, { 0, 3 } } };
-		members = tracks[type];
-		std::vector < std::vector < bool > > A(3 * members.size(), std::vector < bool > (L)), S(1, std::vector < bool > (L));
-		geno.assign(members.size(), std::vector < int > (L));
-		for (int l = 0 ; l < L ; l ++) {
-			int h[4];
-			for (int k = 0 ; k < type ; k ++) h[k] = putils::getRandom() < 0.35;
-			for (unsigned int m = 0 ; m < members.size() ; m ++) {
-				bool miss = putils::getRandom() < 0.04;
-				int a0 = h[members[m][0]], a1 = members[m].size() > 1 ? h[members[m][1]] : 0;
-				A[3 * m][l] = !miss && a0;
-				A[3 * m + 1][l] = !miss && a1;
-				A[3 * m + 2][l] = miss;
-				geno[m][l] = miss ? -1 : a0 + a1;
-			}
-			S[0][l] = putils::getRandom() < 0.5;
-		}
-		if (type == 1) g.buildHap(A[0], A[2]);
-		else if (type == 2 && scaffold) g.buildUnr(A[0], A[1], A[2], S[0]);
-		else if (type == 2) g.buildUnr(A[0], A[1], A[2]);
-		else if (type == 3) g.buildDuo(A[0], A[1], A[2], A[3], A[4], A[5]);
-		else g.buildTrio(A[0], A[1], A[2], A[3], A[4], A[5], A[6], A[7], A[8]);
+// A random path of linked transitions as tracks; "" unless they miss a genotype.
+std::string randomPath(graphtest::Unit & u, std::vector < chaplotype > & H) {
+	const genotype_graph & g = u.g;
+	std::vector < int > path;
+	for (unsigned int k = 0 ; k < g.probsC.size() ; k ++) {
+		std::vector < int > next;
+		for (unsigned int t = 0 ; t < g.probsC[k] ; t ++)
+			if (k == 0 || g.linked((g.probsI[k - 1] + path.back()) * g.type, (g.probsI[k] + t) * g.type)) next.push_back(t);
+		path.push_back(next[putils::getRandom(next.size())]);
 	}
-
-	// A random path of linked transitions as haplotypes; "" unless a sample's genotypes differ.
-	std::string randomPath(std::vector < chaplotype > & H) {
-		const int n = g.type, L = geno[0].size();
-		std::vector < int > path, idx = { 0, 1, 2, 3 };
-		for (unsigned int k = 0 ; k < g.probsC.size() ; k ++) {
-			std::vector < int > next;
-			for (unsigned int t = 0 ; t < g.probsC[k] ; t ++)
-				if (k == 0 || g.linked((g.probsI[k - 1] + path.back()) * n, (g.probsI[k] + t) * n)) next.push_back(t);
-			path.push_back(next[putils::getRandom(next.size())]);
-		}
-		H.assign(n, chaplotype(L));
-		g.buildGuesses(H, idx, path);
-		for (unsigned int m = 0 ; m < members.size() ; m ++) for (int l = 0 ; l < L ; l ++) {
-			int sum = 0;
-			for (int k : members[m]) sum += H[k][l];
-			if (geno[m][l] >= 0 && sum != geno[m][l]) return "sample " + std::to_string(m) + " at site " + std::to_string(l);
-		}
-		return "";
-	}
-};
+	H.assign(g.type, chaplotype(u.geno[0].size()));
+	u.g.buildGuesses(H, u.idx, path);
+	return u.mismatch(H);
+}
 
 // Whether a kept transition lacks a kept successor or a kept predecessor.
 bool deadEnd(const genotype_graph & g, const std::vector < bool > & keep) {
@@ -152,7 +116,7 @@ TEST(genotype_graph_prune, RandomUnitsStayValid) {
 	const int L = 300;
 	int segments_before = 0, segments_after = 0;
 	for (int rep = 0 ; rep < 25 ; rep ++) for (int kind = 1 ; kind <= 5 ; kind ++) {
-		Unit u(std::min(kind, 4), L, kind == 5);
+		graphtest::Unit u(std::min(kind, 4), kind == 5, L, 0.04, 0.35);
 		genotype_graph & g = u.g;
 		const int S = g.HapsS.size(), n = g.type;
 		SCOPED_TRACE("kind " + std::to_string(kind) + " rep " + std::to_string(rep));
@@ -179,9 +143,9 @@ TEST(genotype_graph_prune, RandomUnitsStayValid) {
 		for (unsigned int s = 0, offset = 0 ; s < g.HapsS.size() ; offset += g.HapsS[s ++])
 			EXPECT_LE(std::count(g.Ambs.begin() + offset, g.Ambs.begin() + offset + g.HapsS[s], true), 21);
 		std::vector < chaplotype > H0, H;
-		ASSERT_EQ(u.randomPath(H0), "");
+		ASSERT_EQ(randomPath(u, H0), "");
 		for (int k = 0 ; k < 5 ; k ++) {
-			ASSERT_EQ(u.randomPath(H), "");
+			ASSERT_EQ(randomPath(u, H), "");
 			for (int l = 0 ; l < L ; l ++) for (int j = 0 ; j < n && !g.Ambs[l] ; j ++) EXPECT_TRUE(H[j][l] == H0[j][l] && (n != 2 || H[j][l] == H[0][l]));
 		}
 		if (n == 2 && !g.scaffolded) for (unsigned int k = 0 ; k < g.probsC.size() ; k ++) {
