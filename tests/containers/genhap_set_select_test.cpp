@@ -1,6 +1,4 @@
 #include "containers/genhap_set_test_utils.h"
-#include "input/filter_reader.h"
-#include "input/reference_reader.h"
 
 #include <gtest/gtest.h>
 
@@ -40,63 +38,25 @@ TEST(genhap_set_select, NearestAndMatching) {
 	}
 }
 
-// Two targets share the states; masked and already selected haplotypes are passed over.
-// Coverage takes at each site the haplotype with the longest run of agreement through it.
-TEST(genhap_set_select, StatesSplitByTypeAndCoverage) {
-	Study U(plain({ 2, 1, 1, 1, 1, 1, 1, 1, 3, 4 }), 16);
+// Coverage takes at each site the haplotype with the longest run of agreement through it:
+// against the zeros of haplotype 2, haplotype 3 agrees from site 1 on, 6 and 7 at site 0 only.
+TEST(genhap_set_select, Coverage) {
+	Study U(plain({ 2, 1, 1, 1, 1, 1, 1, 1 }), 16);
 	U.set(1, std::string(16, '1'));
 	U.set(3, "1000000000000000");
-	U.set(5, "1100000011000000");
 	U.set(6, "0111111111111111");
 	U.set(7, "0011111111111111");
-	U.set(8, "0001111111111111");
-	std::vector < bool > input(16, false), selected(16, false), duo, runs(16, false), covered;
-	std::fill(input.begin() + 2, input.begin() + 9, true);
-	input[4] = false;
-	selected[6] = true;
-	U.GH.subsetHaplotypes_hamming_ALL(input, 0, 4, 0, 15, selected);
-	EXPECT_EQ(selected, std::vector < bool > ({ 0, 0, 1, 1, 0, 0, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0 }));
-	// A duo with 2 states takes one haplotype per target (round(2 / 3)); a trio with 1 cannot.
-	U.GH.subsetHaplotypes_hamming_ALL(input, 8, 2, 0, 15, duo);
-	EXPECT_EQ(std::count(duo.begin(), duo.end(), true), 3);
-	EXPECT_DEATH(U.GH.subsetHaplotypes_hamming_ALL(input, 9, 1, 0, 15, duo), "max_states > 0");
-	// Against the zeros of haplotype 2, haplotype 3 agrees from site 1 on, 6 and 7 at site 0 only.
+	std::vector < bool > runs(9, false), covered;
 	runs[3] = runs[6] = runs[7] = true;
 	U.GH.subsetHaplotypes_pfmatchcov_ALL(runs, 1, 1, 0, 15, covered);
-	EXPECT_EQ(covered, std::vector < bool > ({ 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0 }));
+	EXPECT_EQ(covered, std::vector < bool > ({ 0, 0, 0, 1, 0, 0, 0, 0, 0 }));
 }
 
-// Targets all 0 and all 1. The pair rule of unrelated units, haploids weighed haplotype by
-// haplotype, and panel haplotypes offered once per target.
+// The choice between the two haplotypes of a neighbour, against a count site by site with the
+// same two draws, on ranges within and across the 64-site words of long haplotypes: sites
+// where only the first (second) haplotype matches decide, nothing to decide on gives -1.
 TEST(genhap_set_select, IdentityByDescentRule) {
-	Study U(plain({ 2, 2, 2, 2, 1 }), 16);
-	filter_reader F;
-	reference_reader R(F, &U.S);
-	R.ind_id = { "r" };
-	R.ind_male = { false };
-	R.hap0 = R.hap1 = { std::vector < bool > (16, false) };
-	R.hap1[0][15] = true;
-	U.GH.initialise(R, false);
-	U.set(1, std::string(16, '1'));
-	U.set(2, "1000000000000000");	// both near the first target: both taken
-	U.set(3, "1100000000000000");
-	U.set(4, "1100000000000000");	// the targets themselves but for the same two sites: neither
-	U.set(5, "0011111111111111");
-	U.set(6, "0000000000000001");	// its partner 7 is masked: alone
-	U.set(8, "1111111111111110");
-	std::vector < bool > input(11, true), selected, panel(11, false), only;
-	input[0] = input[1] = input[7] = false;
-	U.GH.subsetHaplotypes_hamming_IBD(input, 0, 20, 0, 15, selected);
-	EXPECT_EQ(selected, std::vector < bool > ({ 0, 0, 1, 1, 0, 0, 1, 0, 1, 1, 1 }));
-	// With two states the exact panel copy of the first target fills both places.
-	panel[9] = panel[10] = true;
-	U.GH.subsetHaplotypes_hamming_IBD(panel, 0, 2, 0, 15, only);
-	EXPECT_EQ(only, std::vector < bool > ({ 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0 }));
-	EXPECT_DEATH(U.GH.subsetHaplotypes_hamming_IBD(input, 4, 2, 0, 15, only), "type == 2");
-
-	// Against a count site by site with the same two draws, on ranges within and across the
-	// 64-site words of long haplotypes: sites where only the first (second) haplotype matches
-	// decide, nothing to decide on gives -1.
+	putils::initRandom(13);
 	for (int rep = 0 ; rep < 200 ; rep ++) {
 		const int L = 300;
 		std::vector < chaplotype > h(4, chaplotype(L));
@@ -117,35 +77,13 @@ TEST(genhap_set_select, IdentityByDescentRule) {
 		const bool x = (double)first / (first + both) > r1, y = (double)second / (second + both) > r2;
 		EXPECT_EQ(got, x && y ? 2 : x ? 0 : y ? 1 : -1) << left << " " << right;
 	}
-	const chaplotype & z = U.GH.vecH[0];
+	const chaplotype z(8);
 	EXPECT_EQ(non_overlapping_hamming_distance(z, z, z, z, 3, 2), -1);
 }
 
-// Random choice among the allowed haplotypes; the masks of a batch and of a family.
-TEST(genhap_set_select, RandomChoiceAndMasks) {
-	Study U(plain({ 2, 1, 3, 2, 1 }, { 0, 1, 1, 2, 1 }), 8);
-	std::vector < bool > input(9, true), selected(9, false), batch(9, true), family(9, true), wrong(8, true);
-	input[2] = false;
-	selected[0] = true;
-	for (int states : { 0, 3, 20 }) {
-		std::vector < bool > s = selected;
-		U.GH.subsetHaplotypes_random(input, states, s);
-		EXPECT_TRUE(std::count(s.begin(), s.end(), true) == 1 + std::min(states, 7) && s[0] && !s[2]);
-	}
-	// Units 1 and 3 of a batch; the family of unit 1 (units 1, 2, 4).
-	std::vector < int > slots = { -1, 1, 3 };
-	U.GH.subsetHaplotypes_thread(batch, slots);
-	EXPECT_EQ(batch, std::vector < bool > ({ 1, 1, 0, 1, 1, 1, 0, 0, 1 }));
-	U.GH.subsetHaplotypes_relatives(family, 1);
-	U.GH.subsetHaplotypes_relatives(family, -1);
-	EXPECT_EQ(family, std::vector < bool > ({ 1, 1, 0, 0, 0, 0, 1, 1, 0 }));
-	EXPECT_DEATH(U.GH.subsetHaplotypes_thread(wrong, slots), "mask.size\\(\\) == vecH.size\\(\\)");
-}
-
-// The conditioning sets of a duo, an unrelated unit of its family and a trio, whose
-// relatives carry exact copies of their haplotypes: every selection passes over the family
-// and the closed haplotypes; drawing more states at random than there are takes exactly
-// all the others.
+// The conditioning sets of a duo, an unrelated unit of its family and a trio, all selections
+// on, by Hamming distance (the IBD rule for the unrelated unit only) or by PBWT: at least the
+// minimum, never the family, whose haplotypes are exact copies, nor a closed haplotype.
 TEST(genhap_set_select, ConditioningSetsLeaveOutTheFamily) {
 	putils::initRandom(9);
 	Study U(plain({ 3, 2, 2, 4, 1, 2, 2, 2, 2, 2, 2 }, { 0, 0, 0, 1, 1, 2, 3, 4, 5, 6, 7 }), 40);
@@ -155,26 +93,19 @@ TEST(genhap_set_select, ConditioningSetsLeaveOutTheFamily) {
 	std::vector < bool > open(H, true);
 	open[GH.ind2hap[10][0]] = false;
 	GH.pbwt.build(GH.vecH, 40, 8);
-	for (int ind : { 0, 1, 3 }) {
+	for (int ind : { 0, 1, 3 }) for (bool pbwt : { false, true }) {
 		std::vector < bool > family(H, false);
 		for (int j : GH.relatives[ind]) for (unsigned int k = 0 ; k < GH.ind2hap[j].size() ; k ++) {
 			family[GH.ind2hap[j][k]] = true;
 			if (j != ind) GH.vecH[GH.ind2hap[j][k]] = GH.vecH[GH.ind2hap[ind][k % GH.ind2hap[ind].size()]];
 		}
-		std::vector < int > others;
-		for (int h = 0 ; h < H ; h ++) if (open[h] && !family[h]) others.push_back(h);
-		const std::vector < int > left = { 0, 10, 25 }, right = { 19, 39, 39 };
-		std::vector < std::vector < int > > sets, all;
-		for (bool pbwt : { false, true }) {
-			GH.conditioningSets(open, ind, { 8, 2, 1, 1, true, 2, pbwt }, left, right, sets);
-			ASSERT_EQ(sets.size(), 3u);
-			for (const std::vector < int > & s : sets) {
-				EXPECT_GE(s.size(), 4u) << ind << " " << pbwt;
-				for (int h : s) EXPECT_TRUE(open[h] && !family[h]) << ind << " " << h << " " << pbwt;
-			}
+		std::vector < std::vector < int > > sets;
+		GH.conditioningSets(open, ind, { 8, 2, 1, 1, true, 2, pbwt }, { 0, 10, 25 }, { 19, 39, 39 }, sets);
+		ASSERT_EQ(sets.size(), 3u);
+		for (const std::vector < int > & s : sets) {
+			EXPECT_GE(s.size(), 4u) << ind << " " << pbwt;
+			for (int h : s) EXPECT_TRUE(open[h] && !family[h]) << ind << " " << h << " " << pbwt;
 		}
-		GH.conditioningSets(open, ind, { 0, 0, H, 0, false, 0, false }, left, right, all);
-		EXPECT_EQ(all, std::vector < std::vector < int > > (3, others)) << ind;
 	}
 }
 

@@ -49,9 +49,7 @@ TEST(haplotype_pbwt, CheckpointsHoldTheSortedMatches) {
 
 // With one checkpoint in the window, `states` picks are the allowed haplotypes with the
 // longest matches ending there: none left out matches longer than one taken. Closed and
-// already selected haplotypes are passed over, and the count is exact. With several
-// checkpoints and two targets, every checkpoint of the window contributes its nearest
-// neighbour of each target before any contributes a second one.
+// already selected haplotypes are passed over, and the count is exact.
 TEST(haplotype_pbwt, SelectionTakesTheLongestAllowedMatches) {
 	putils::initRandom(5);
 	const int N = 60, L = 96;
@@ -77,16 +75,4 @@ TEST(haplotype_pbwt, SelectionTakesTheLongestAllowedMatches) {
 		EXPECT_GE(shortest_taken, longest_left) << rep;
 	}
 
-	H = randomHaplotypes(80, 200, 6);
-	P.build(H, 200, 10);
-	std::vector < bool > allowed (80, true), selected (80, false), nearest (80, false);
-	allowed[0] = allowed[1] = false;
-	for (unsigned int c = 0 ; c < P.sites.size() ; c ++) if (P.sites[c] >= 40 && P.sites[c] <= 159)
-		for (int t : { 0, 1 }) {
-			std::vector < bool > one (80, false);
-			P.select(allowed, { t }, P.sites[c], P.sites[c], 1, one);
-			for (int h = 0 ; h < 80 ; h ++) nearest[h] = nearest[h] || one[h];
-		}
-	P.select(allowed, { 0, 1 }, 40, 159, std::count(nearest.begin(), nearest.end(), true), selected);
-	EXPECT_EQ(selected, nearest);
 }

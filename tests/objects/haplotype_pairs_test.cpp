@@ -57,13 +57,4 @@ TEST(haplotype_pairs, CountsNormalisesAndWrites) {
 	EXPECT_EQ(testutils::readCompressed(id + ".freqs.gz"), "0 10 0.333333\n1 01 0.266667\n2 00 0.3\n3 11 0.1\n");
 	EXPECT_EQ(testutils::readCompressed(empty_id + ".pairs.gz") + testutils::readCompressed(empty_id + ".freqs.gz"), "");
 
-	// A window takes any number of distinct haplotypes, indices past 255 included.
-	std::vector < int > nine = { 0, 1, 2, 3, 4, 5, 6, 7, 8 };
-	haplotype_pairs M(id, nine, 1);
-	for (int v = 0 ; v < 300 ; v ++) {
-		chaplotype h(9);
-		for (int b = 0 ; b < 9 ; b ++) h.set(b, (v >> b) & 1);
-		M.addP(0, h);
-	}
-	EXPECT_TRUE(M.H.size() == 300u && M.C[0].back() == std::vector < int > { 299 });
 }

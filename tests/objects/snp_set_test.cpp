@@ -1,5 +1,4 @@
 #include "objects/snp_set.h"
-#include "objects/chaplotype.h"
 #include "modes/sorvane.h"
 
 #include <gtest/gtest.h>
@@ -28,10 +27,6 @@ TEST(snp_set, LookupByPositionAndAlleles) {
 	EXPECT_TRUE(look(200, "T", "A", true) == std::make_pair(-1, -2) && look(300, "T", "A", true) == std::make_pair(4, 0));
 	flippable = saved;
 
-	// Alleles of a haplotype, from a first site on, or of chosen sites.
-	chaplotype h(std::vector < bool > ({ 1, 0, 1 })), e;
-	std::vector < int > sites = { 4, 0 };
-	EXPECT_EQ(S.toString(h, " ") + ";" + S.toString(h, 2, ",") + ";" + S.toString(e, "-") + ";" + S.toString(std::vector < bool > ({ 0, 1 }), sites, "|"), "C A T;T,A,A;;T|C");
 }
 
 // Sites get the values of their map positions, the others are interpolated: with the map's
