@@ -51,4 +51,17 @@ FAULTS = [
 ("F48", "site map shift", "src/objects/snp_set.cpp", "double shift = - vecS[0]->cm;", "double shift = 0;"),
 ("F49", "pedigree default map", "src/duohmm/geneticMap.cpp", "add(1e9, 1190);\n}", "add(1e9, 1000);\n}"),
 ("F50", "graph file site index", "src/output/graph_writer.cpp", "writeValue(f, (int32_t)s.idx);", "writeValue(f, (int32_t)0);"),
+# tests/input, tests/output, tests/utils: readers, writers, streams and helpers, the work queue
+("F120", "filter window end", "src/input/filter_reader.cpp", "return from <= pos && pos < to;", "return from <= pos && pos <= to;"),
+("F121", "map finite positions", "src/input/gmap_reader.cpp", "if (!std::isfinite(d)) LOG.error", "if (false) LOG.error"),
+("F122", "BED mode byte", "src/input/genotype_reader_bed.cpp", "bool snp_major = header[2] & 1;", "bool snp_major = header[2] == 1;"),
+("F123", "work queue stop on failure", "src/utils/work_queue.cpp", "while (next_item < end_item && !failure) {", "while (next_item < end_item) {"),
+("F124", "work queue batch end", "src/utils/work_queue.cpp", "const int last = std::min(n, first + batch);", "const int last = std::min(n, first + batch - 1);"),
+("F125", "CR LF line ends", "src/utils/sutils.cpp", "if (!out.empty() && !out.back().empty() && out.back().back() == '\\r') {", "if (false) {"),
+("F126", "HAPS site order", "src/input/haplotype_reader.cpp", "if (pos < prev) LOG.error", "if (pos <= prev) LOG.error"),
+("F127", "probability table filter", "src/output/prob_writer.cpp", "if (kept[i]) f << \" \" << probs[i][l];", "f << \" \" << probs[i][l];"),
+("F128", "log line rewriting", "src/utils/lfile.cpp", "if (c == '\\r') rewrite = true;", "if (false) rewrite = true;"),
+("F129", "haploid heterozygous rate", "src/input/genotype_checker.cpp", "n_ind = countAbove(ind_hh, 0.01 * S)", "n_ind = countAbove(ind_hh, 0.1 * S)"),
+("F130", "VCF haploid outside chrX", "src/input/genotype_reader_vcf.cpp", "if (!chrX) LOG.error(\"Genotype [\"", "if (false) LOG.error(\"Genotype [\""),
+("F131", "bzip2 detection", "src/utils/ifile.cpp", "head.compare(0, 3, \"BZh\") == 0) return BZIP2;", "head.compare(0, 3, \"BZh\") == 0) return GZIP;"),
 ]
