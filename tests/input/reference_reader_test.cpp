@@ -75,30 +75,22 @@ TEST(reference_reader, AlignmentFaultsStopWithReports) {
 	d.write("p.samples", "ID POP GROUP\ns1 EUR EUR\n");
 	d.write("p.legend", "id position a0 a1\nr100 100 A C\nr200 200 T G\nr400a 400 C T\nr400b 400 C T\nr500a 500 C G\nr500b 500 G C\nr600a 600 A T\nr600b 600 T A\n");
 	filter_reader F;
+	const std::string aligned = "Reference and Main panels are not well aligned:\n  \\* #Missing sites in reference panel = ";
 	const std::string header = "type\tpos\tmain_id\tmain_A\tmain_B\tmain_flippable\tref_id\tref_A\tref_B\tref_flippable\n";
 
 	flippable = 1;
-	EXPECT_LOG_ERROR(readPanel(F, S.get(), d), "Reference and Main panels are not well aligned:\n"
-		"  \\* #Missing sites in reference panel = 1\n"
-		"  \\* #Misaligned sites between panels = 1\n"
-		"  \\* #Multiple alignments between panels = 2");
+	EXPECT_LOG_ERROR(readPanel(F, S.get(), d), aligned + "1\n  \\* #Misaligned sites between panels = 1\n  \\* #Multiple alignments between panels = 2");
 	EXPECT_EQ(d.read("run.snp.strand"), header +
-		"Missing\tMissing\t300\tm300\tA\tG\t1\tNA\tNA\tNA\t1\n"
-		"Duplicate\tDuplicate\t400\tm400\tC\tT\t1\tr400a\tC\tT\t0\n"
-		"Duplicate\tDuplicate\t400\tm400\tC\tT\t1\tr400b\tC\tT\t0\n"
-		"Strand\tStrand\t500\tm500\tA\tT\t1\tr500a\tC\tG\t0\n"
-		"Strand\tStrand\t500\tm500\tA\tT\t1\tr500b\tG\tC\t0\n"
-		"Duplicate\tDuplicate\t600\tm600\tA\tT\t1\tr600a\tA\tT\t0\n"
+		"Missing\tMissing\t300\tm300\tA\tG\t1\tNA\tNA\tNA\t1\nDuplicate\tDuplicate\t400\tm400\tC\tT\t1\tr400a\tC\tT\t0\n"
+		"Duplicate\tDuplicate\t400\tm400\tC\tT\t1\tr400b\tC\tT\t0\nStrand\tStrand\t500\tm500\tA\tT\t1\tr500a\tC\tG\t0\n"
+		"Strand\tStrand\t500\tm500\tA\tT\t1\tr500b\tG\tC\t0\nDuplicate\tDuplicate\t600\tm600\tA\tT\t1\tr600a\tA\tT\t0\n"
 		"Duplicate\tDuplicate\t600\tm600\tA\tT\t1\tr600b\tT\tA\t0\n");
 	EXPECT_EQ(d.read("run.snp.strand.exclude"), "300\n400\n400\n500\n500\n600\n600\n");
 
 	// Aligned alleles: the swapped site becomes a strand fault, and T/A no longer
 	// duplicates A/T.
 	flippable = 0;
-	EXPECT_LOG_ERROR(readPanel(F, S.get(), d), "Reference and Main panels are not well aligned:\n"
-		"  \\* #Missing sites in reference panel = 1\n"
-		"  \\* #Misaligned sites between panels = 2\n"
-		"  \\* #Multiple alignments between panels = 1");
+	EXPECT_LOG_ERROR(readPanel(F, S.get(), d), aligned + "1\n  \\* #Misaligned sites between panels = 2\n  \\* #Multiple alignments between panels = 1");
 	EXPECT_TRUE(contains(d.read("run.snp.strand"), "\nStrand\tStrand\t200\tm200\tG\tT\t0\tr200\tT\tG\t0\n"));
 	EXPECT_EQ(d.read("run.snp.strand.exclude"), "200\n300\n400\n400\n500\n500\n");
 

@@ -1,6 +1,5 @@
 #include "test_utils.h"
 #include "utils/lfile.h"
-#include "utils/myException.h"
 
 #include <sstream>
 
@@ -62,16 +61,4 @@ TEST(lfile, PlainScreenOffTerminal) {
 	L.printC("cut short");
 	L.close();
 	EXPECT_EQ(screen.str(), "\nMODE -phase : PHASING\nMain iteration [3/3]\nCorrecting [2/2]\ncut short\n");
-}
-
-// Asked to, an error throws instead of ending the process, after printing.
-TEST(lfile, ErrorThrowsWhenAskedTo) {
-	lfile L;
-	L.muteC();
-	L.muteL();
-	L.exitOnError = false;
-	L.errorTerminal = false;
-	testing::internal::CaptureStderr();
-	EXPECT_THROW(L.error("refused input"), myException);
-	EXPECT_EQ(testing::internal::GetCapturedStderr(), "\nERROR: refused input\n");
 }
