@@ -55,26 +55,20 @@ TEST(gmap_reader, FatalMessages) {
 	EXPECT_LOG_ERROR(gmap_reader().readGeneticMapFile(d.file("missing"), "20"), "Impossible to open file \\[.*/missing\\]");
 }
 
-TEST(pair_reader, ReadsWindowsAndOrdersThem) {
-	const std::string sets = "w1 300 100\nw2\t200 200\r\nw3 300 200 100\n";
+// Plain and compressed lists; faults name the line.
+TEST(pair_reader, ReadsWindowsOrdersThemAndFatalMessages) {
+	TempDir d;
+	testutils::silenceLog();
 	for (std::string name : { "s.txt", "s.txt.gz", "s.txt.bz2" }) {
-		SCOPED_TRACE(name);
-		TempDir d;
-		testutils::writeCompressed(d.file(name), sets);
-		testutils::silenceLog();
+		testutils::writeCompressed(d.file(name), "w1 300 100\nw2\t200 200\r\nw3 300 200 100\n");
 		snp_set S;
 		makeSites(S);
 		pair_reader P;
 		P.readPairs(d.file(name), &S);
-		EXPECT_EQ(P.id, std::vector < std::string > ({ "w1", "w2", "w3" }));
-		EXPECT_EQ(P.sites, std::vector < std::vector < int > > ({ { 2, 0 }, { 1, 1 }, { 2, 1, 0 } }));
+		EXPECT_TRUE(P.id == std::vector < std::string > ({ "w1", "w2", "w3" }) && P.sites == std::vector < std::vector < int > > ({ { 2, 0 }, { 1, 1 }, { 2, 1, 0 } })) << name;
 		P.checkAndOrder();
-		EXPECT_EQ(P.sites, std::vector < std::vector < int > > ({ { 0, 2 }, { 1, 1 }, { 0, 1, 2 } }));
+		EXPECT_EQ(P.sites, std::vector < std::vector < int > > ({ { 0, 2 }, { 1, 1 }, { 0, 1, 2 } })) << name;
 	}
-}
-
-TEST(pair_reader, FatalMessages) {
-	TempDir d;
 	expectFaults(d, {}, {
 		{ "s", "w1 100 200\n\nw2 100\n", "Line=3 found=2 expected at least 3 at line 3 of \\[.*s\\]" },
 		{ "s", "w1 100 250\n", "No site at position = 250 at line 1 of \\[.*s\\]" },
@@ -84,24 +78,18 @@ TEST(pair_reader, FatalMessages) {
 	EXPECT_LOG_ERROR(pair_reader().readPairs(d.file("missing"), nullptr), "Impossible to open file \\[.*/missing\\]");
 }
 
-TEST(bamlist_reader, ReadsThreeColumns) {
-	const std::string list = "s1 /data/s1.bam 3\ns2\t/data/s2.bam\t-1\r\n";
+// Blanks, tabs and CR LF ends, a compressed list, an empty one; faults name the line.
+TEST(bamlist_reader, ReadsThreeColumnsAndFatalMessages) {
 	testutils::silenceLog();
 	TempDir d;
-	testutils::writeCompressed(d.file("l.txt.gz"), list);
+	testutils::writeCompressed(d.file("l.txt.gz"), "s1 /data/s1.bam 3\ns2\t/data/s2.bam\t-1\r\n");
 	bamlist_reader B;
 	B.readBamList(d.file("l.txt.gz"));
-	EXPECT_EQ(B.col0, std::vector < std::string > ({ "s1", "s2" }));
-	EXPECT_EQ(B.col1, std::vector < std::string > ({ "/data/s1.bam", "/data/s2.bam" }));
-	EXPECT_EQ(B.col2, std::vector < int > ({ 3, -1 }));
+	EXPECT_TRUE(B.col0 == std::vector < std::string > ({ "s1", "s2" }) && B.col1 == std::vector < std::string > ({ "/data/s1.bam", "/data/s2.bam" }) && B.col2 == std::vector < int > ({ 3, -1 }));
 	d.write("empty", "");
 	bamlist_reader E;
 	E.readBamList(d.file("empty"));
 	EXPECT_TRUE(E.col0.empty() && E.col1.empty() && E.col2.empty());
-}
-
-TEST(bamlist_reader, FatalMessages) {
-	TempDir d;
 	expectFaults(d, {}, {
 		{ "l", "s1 a.bam 1\ns2 b.bam\n", "Parsing line 1 : incorrect number of columns, observed: 2 expected: 3" },
 		{ "l", "s1 a.bam 1 x\n", "Parsing line 0 : incorrect number of columns, observed: 4 expected: 3" },
