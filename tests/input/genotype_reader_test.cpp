@@ -37,13 +37,10 @@ TEST(genotype_reader, PutIndAndPutSnpRefusals) {
 	S.F.initialise(-10, 1000);
 	S.F.snp_exclude[50] = true;
 	S.F.snp_exclude[120] = true;
-	EXPECT_NE(S.G.putSnp("1", 100, "A", "C", 5), nullptr);
-	EXPECT_EQ(S.G.putSnp("1", 50, "A", "C", 5), nullptr);	// lower but excluded: not compared
-	EXPECT_EQ(S.G.putSnp("1", -1, "A", "C", 5), nullptr);	// negative: silently excluded
-	EXPECT_EQ(S.G.putSnp("1", 2000, "A", "C", 5), nullptr);	// outside the window
-	EXPECT_NE(S.G.putSnp("1", 100, "A", "G", 5), nullptr);	// same position, other alleles
-	EXPECT_NE(S.G.putSnp("1", 100, "C", "A", 5), nullptr);	// same alleles swapped
-	EXPECT_NE(S.G.putSnp("1", 110, "A", "C,G", 2), nullptr);
+	// Lower but excluded (not compared), negative (silently excluded) or outside the window:
+	// refused; the same position with other alleles, or the same alleles swapped: taken.
+	for (const auto & c : std::vector < std::pair < int, std::string > > { { 100, "A C" }, { 50, "" }, { -1, "" }, { 2000, "" }, { 100, "A G" }, { 100, "C A" }, { 110, "A C,G" } })
+		EXPECT_EQ(S.G.putSnp("1", c.first, c.second.empty() ? "A" : c.second.substr(0, 1), c.second.empty() ? "C" : c.second.substr(2), 5) != nullptr, !c.second.empty()) << c.first;
 	EXPECT_EQ(siteList(S.G), "100:A/C 100:A/G 100:C/A 110:A/C,G");
 	EXPECT_LOG_ERROR(S.G.putSnp("1", 100, "A", "C", 5), "Wrong ordering in physical positions curr_pos=100 prev_pos=110");
 	EXPECT_LOG_ERROR(S.G.putSnp("1", 110, "A", "C,G", 2), "Duplicate site pos=110 ref=A alt=C,G");

@@ -23,30 +23,18 @@ static std::string readAll(const std::string & name) {
 }
 
 // The compression of an input is told by its first bytes, whatever its name, from a pipe
-// too, which cannot be rewound; length-prefixed strings, as in the binary graph files.
-TEST(streams, RoundTripsPlainGzipBzip2) {
+// too, which cannot be rewound.
+TEST(streams, PlainGzipBzip2ToldByFirstBytes) {
 	TempDir d;
 	const std::string text = makeText(20000);
 	testutils::writeCompressed(d.file("a.gz"), text);
 	testutils::writeCompressed(d.file("a.bz2"), text);
-	EXPECT_EQ(d.read("a.gz").substr(0, 2), "\x1f\x8b");
 	for (const auto & m : std::vector < std::pair < std::string, std::string > > { { "plain.gz", text }, { "gzip.txt", d.read("a.gz") }, { "bzip2.gz", d.read("a.bz2") } }) {
 		d.write(m.first, m.second);
 		EXPECT_EQ(readAll(d.file(m.first)), text) << m.first;
 	}
 	ASSERT_EQ(system(("cd " + d.path + " && mkfifo pipe && (cat a.bz2 > pipe &)").c_str()), 0);
 	EXPECT_EQ(readAll(d.file("pipe")), text);
-
-	for (std::string name : { "s.bin", "s.gz" }) {
-		std::vector < std::string > strings = { "first", "", "third one" };
-		ofile o(d.file(name), true);
-		for (std::string & t : strings) o.writeString(t);
-		o.close();
-		ifile i(d.file(name), true);
-		std::string r;
-		for (const std::string & t : strings) EXPECT_TRUE(i.readString(r) && r == t) << t;
-		EXPECT_FALSE(i.readString(r));
-	}
 }
 
 TEST(streams, BrokenCompressedFilesFail) {
@@ -87,6 +75,7 @@ TEST(streams, OutputAppearsOnlyWhenClosed) {
 		o << text;
 		o.close();
 		EXPECT_EQ(readAll(d.file(name)), text) << name;
+		EXPECT_EQ(d.read(name).substr(0, 2) == "\x1f\x8b", name == "a.gz");
 
 		// Among the outputs of a run, a closed file waits for them all: a failed run discards it.
 		OUTPUTS.deferred = true;
