@@ -101,9 +101,7 @@ TEST(reference_reader, AlignmentFaultsStopWithReports) {
 	testutils::silenceLog();
 	reference_reader R(F, good.get());
 	R.readReferenceImpute(d.file("p.hap"), d.file("p.legend"), d.file("p.samples"));
-	EXPECT_TRUE(R.problems.empty());
-	EXPECT_EQ(R.hap0[0], std::vector < bool > ({ 1, 0 }));
-	EXPECT_EQ(R.hap1[0], std::vector < bool > ({ 0, 1 }));
+	EXPECT_TRUE(R.problems.empty() && R.hap0[0] == std::vector < bool > ({ 1, 0 }) && R.hap1[0] == std::vector < bool > ({ 0, 1 }));
 	flippable = 1;
 }
 
@@ -123,10 +121,8 @@ TEST(reference_reader, GroupFilters) {
 	d.write("p.hap", "1 1 0 0 1 0 0 0 0 1\n");
 	reference_reader R(F, S.get());
 	R.readReferenceImpute(d.file("p.hap"), d.file("p.legend"), d.file("p.samples"));
-	EXPECT_EQ(R.ind_id, std::vector < std::string > ({ "a", "c", "a" }));
-	EXPECT_EQ(R.ind_male, std::vector < bool > ({ false, false, false }));
-	EXPECT_EQ(R.hap0, std::vector < std::vector < bool > > ({ { 1 }, { 1 }, { 0 } }));
-	EXPECT_EQ(R.hap1, std::vector < std::vector < bool > > ({ { 1 }, { 0 }, { 1 } }));
+	EXPECT_TRUE(R.ind_id == std::vector < std::string > ({ "a", "c", "a" }) && R.ind_male == std::vector < bool > ({ false, false, false }));
+	EXPECT_TRUE(R.hap0 == std::vector < std::vector < bool > > ({ { 1 }, { 1 }, { 0 } }) && R.hap1 == std::vector < std::vector < bool > > ({ { 1 }, { 0 }, { 1 } }));
 
 	F.grp_exclude["ALL"] = false;
 	F.grp_exclude["EAS"] = false;
