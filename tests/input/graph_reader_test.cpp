@@ -314,12 +314,12 @@ TEST(graph_reader, Version20) {
 	b.put((int32_t)2, "");
 	for (int i = 0 ; i < 2 ; i ++) b.graph(*expected, false);
 	TempDir d;
-	const std::map < std::string, std::string > base = { { "sites.txt", "1 100 A C\n1 100 A G\n1 250 G T\n" }, { "samples.txt", "2 kid dad mum\n1 solo 0 0\n" }, { "g.bin", b.data + "\xAA\x55" } };
-	for (const auto & f : base) d.write(f.first, f.second);
-	auto read = [&](graph_reader & R) { R.readBinaryGraph20(d.file("g.bin"), d.file("samples.txt"), d.file("sites.txt")); };
+	d.write("sites.txt", "1 100 A C\n1 100 A G\n1 250 G T\n");
+	d.write("samples.txt", "2 kid dad mum\n1 solo 0 0\n");
+	d.write("g.bin", b.data + "\xAA\x55");
 	// Each line takes three orders; the type comes from the graph file (2, though the list says 1).
 	graph_reader R;
-	const std::string log = logOf(d, [&] { read(R); });
+	const std::string log = logOf(d, [&] { R.readBinaryGraph20(d.file("g.bin"), d.file("samples.txt"), d.file("sites.txt")); });
 	EXPECT_TRUE(contains(log, "  * 3 sites included\n") && contains(log, "  * 2 graphs included\n") && contains(log, "  * Binary graph file v2.0 detected!\n")) << log;
 	EXPECT_EQ(siteList(R.S.get()), "100:A/C 100:A/G 250:G/T");
 	ASSERT_EQ(R.vecG.size(), 2u);

@@ -42,8 +42,7 @@ TEST(haplotype_reader, LayoutsAndFilters) {
 	EXPECT_TRUE(contains(log, "  * 2 individuals included\n  * 1 individuals excluded\n") && contains(log, "  * New HAP/SAMPLE format detected\n  * 4 sites included\n  * 2 sites excluded\n")) << log;
 }
 
-// Only the two header lines: no individuals. putSnp compares with the last included site
-// before the filters, and refuses nothing else.
+// Only the two header lines: no individuals.
 TEST(haplotype_reader, EmptySamplesSiteOrderAndFatalMessages) {
 	testutils::silenceLog();
 	filter_reader F;
@@ -55,12 +54,6 @@ TEST(haplotype_reader, EmptySamplesSiteOrderAndFatalMessages) {
 	H.readHaplotypeImpute(d.file("h.haps"), d.file("h.sample"));
 	EXPECT_TRUE(H.ind_id.empty());
 	EXPECT_EQ(siteList(H.sites.get()), "100:A/C 200:A/C");
-
-	filter_reader W;
-	W.initialise(450, 1000);
-	haplotype_reader O(W);
-	for (int bp : { -1, 100, 500, 1200, 500, -5 }) EXPECT_EQ(O.putSnp("1", bp, "A", "C") != nullptr, bp == 500) << bp;
-	EXPECT_LOG_ERROR(O.putSnp("1", 400, "A", "C"), "Wrong ordering in physical positions curr_pos=400 prev_pos=500");
 
 	expectFaults(d, { { "h.sample", header }, { "h.haps", "1 a 100 A C 0 1 0 1 0 1\n1 b 200 A C 0 1 0 1\n" } }, {
 		{ "h.haps", "1 a 100 A C\n1 b 200 A C 0 1\n", "Line=2 found=7 fields, expected=5 or 6" },
@@ -75,6 +68,5 @@ TEST(haplotype_reader, EmptySamplesSiteOrderAndFatalMessages) {
 	d.write("h.sample", header + "1 s1 0\n");
 	d.write("h.haps", "1 a 100 A C 0 1\n1 b 200 A C 0 2\n");
 	EXPECT_LOG_ERROR(readHaps(F, d), "Allele code \\[2\\] at line 2 of \\[.*h.haps\\]: a haplotype allele is 0 or 1");
-	EXPECT_LOG_ERROR(haplotype_reader(F).readHaplotypeImpute(d.file("h.haps"), d.file("none.sample")), "Impossible to open file \\[.*none.sample\\]");
 	EXPECT_LOG_ERROR(haplotype_reader(F).readHaplotypeImpute(d.file("none.haps"), d.file("h.sample")), "Impossible to open file \\[.*none.haps\\]");
 }
