@@ -99,11 +99,9 @@ TEST(TrioHMM, MatchesEnumeration) {
 	geneticMap map;
 	TrioHMM M(positions, map);
 	EXPECT_TRUE(M.recomb_male[2] > 0.0f && M.recomb_male[2] < 1e-12f);	// one position: a tiny fraction, not 0
-	EXPECT_NEAR(M.recomb_female[0], 1 - std::exp(-1.24601316 * 0.0952), 1e-5);
 	for (const Case & c : cases) {
 		std::vector < chaplotype > F = pairOf(c.haps[0], c.haps[1]), Mo = pairOf(c.haps[2], c.haps[3]), C = pairOf(c.haps[4], c.haps[5]);
 		M.setHaps(F.data(), Mo.data(), C.data());
-		EXPECT_EQ(M.genotype_error, 0.005f);
 		M.genotype_error = c.e, M.switch_dad = c.switches[0], M.switch_mum = c.switches[1], M.switch_child = c.switches[2];
 		Family { M, { F.data(), Mo.data() }, C.data() }.check(c.haps[4]);
 	}
