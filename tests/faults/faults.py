@@ -51,4 +51,17 @@ FAULTS = [
 ("F48", "site map shift", "src/objects/snp_set.cpp", "double shift = - vecS[0]->cm;", "double shift = 0;"),
 ("F49", "pedigree default map", "src/duohmm/geneticMap.cpp", "add(1e9, 1190);\n}", "add(1e9, 1000);\n}"),
 ("F50", "graph file site index", "src/output/graph_writer.cpp", "writeValue(f, (int32_t)s.idx);", "writeValue(f, (int32_t)0);"),
+# tests/cli and tests/test_utils.*
+("F100", "option --rho bound", "src/modes/phaser/phaser.cpp", "if (!(rho > 0 && rho < 1)) LOG.error", "if (!(rho >= 0 && rho < 1)) LOG.error"),
+("F101", "sample count without panel", "src/modes/phaser/phaser.cpp", "readerG.ind_id.size() <= 9)", "readerG.ind_id.size() <= 8)"),
+("F102", "option range upper bound", "src/modes/phaser/phaser.cpp", "if (value < low || value > high)", "if (value < low || value >= high)"),
+("F103", "thread count warning", "src/modes/sorvane.cpp", "if (options[\"thread\"].as < int > () >= 51) LOG.warning", "if (options[\"thread\"].as < int > () > 51) LOG.warning"),
+("F104", "input window check", "src/modes/sorvane.cpp", "if (ifrom < 0 || ito <= 0 || ito <= ifrom)", "if (ifrom < 0 || ito <= 0 || ito < ifrom)"),
+("F105", "check small cohort warning", "src/modes/summarizer/summarizer.cpp", "readerG.ind_id.size() < 50) {", "readerG.ind_id.size() <= 50) {"),
+("F106", "readmine overlapping mates", "src/readmine/pir_read.cpp", "if (q > quality[k]) {", "if (q < quality[k]) {"),
+("F107", "readmine duplicates", "src/readmine/bam_scanner.cpp", "BAM_FSUPPLEMENTARY | BAM_FDUP | BAM_FQCFAIL", "BAM_FSUPPLEMENTARY | BAM_FQCFAIL"),
+("F108", "plot script line numbers", "scripts/sorvane-plot", "enumerate(lines[1:], start=2)", "enumerate(lines[1:], start=1)"),
+("F109", "convert graph file count", "src/modes/converter/converter.cpp", "if (n != 1 && n != 3) LOG.error", "if (n > 3) LOG.error"),
+("F110", "call refuses --duohmm", "src/modes/caller/caller.cpp", "	if (options.count(\"duohmm\"))\n		LOG.error(\"The --duohmm option is not available", "	if (false)\n		LOG.error(\"The --duohmm option is not available"),
+("F111", "mutinclude output count", "src/modes/mutincluder/mutincluder.cpp", "if (n_haps != 1 && n_haps != 2) LOG.error", "if (n_haps > 3) LOG.error"),
 ]
