@@ -79,6 +79,16 @@ RunResult runSorvane(const std::string & args, const std::string & dir) {
 	return ::testing::AssertionFailure() << "status " << r.status << ", standard error:\n" << r.err;
 }
 
+::testing::AssertionResult succeeded(const RunResult & r) {
+	if (r.status == 0) return ::testing::AssertionSuccess();
+	return ::testing::AssertionFailure() << "status " << r.status << "\n" << r.out << r.err;
+}
+
+::testing::AssertionResult hasAll(const std::string & text, const std::vector < std::string > & parts) {
+	for (const std::string & p : parts) if (!has(text, p)) return ::testing::AssertionFailure() << "missing [" << p << "] in:\n" << text;
+	return ::testing::AssertionSuccess();
+}
+
 Row refusal(const std::string & args, const std::string & message) {
 	return Row { args, 1, "ERROR: " + message + "\n" };
 }

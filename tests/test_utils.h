@@ -48,6 +48,12 @@ RunResult runSorvane(const std::string & args, const std::string & dir);
 // Exit status 1 with "ERROR: " and the message on standard error; the failure shows both.
 ::testing::AssertionResult refused(const RunResult & r, const std::string & message);
 
+// Exit status 0; the failure shows both outputs.
+::testing::AssertionResult succeeded(const RunResult & r);
+
+// The text holds every part; the failure names the first missing one and shows the text.
+::testing::AssertionResult hasAll(const std::string & text, const std::vector < std::string > & parts);
+
 // One command line of a table: the exit status, a fragment that standard output or error
 // must hold, one that neither may hold, and files (blank-separated) that must not exist
 // after the run.

@@ -21,8 +21,14 @@ std::string subsetArgs() {
 	return " --include-ind subset --input-to " + std::to_string(LAST_BP) + " --burn 1 --prune 1 --main 2 --states 20 ";
 }
 
+testutils::RunResult phaseSubset(const testutils::TempDir & d, const std::string & args, const std::string & stem) {
+	RunResult r = runSorvane(args + subsetArgs() + "--output-max " + stem + " -L " + stem, d.path);
+	EXPECT_EQ(r.status, 0) << args << "\n" << r.out << r.err;
+	return r;
+}
+
 std::map < std::string, std::map < int, int > > vcfGenotypes() {
-	std::ifstream f(std::string(SORVANE_EXAMPLE_DATA) + "/cohort.vcf");
+	std::ifstream f(E + "/cohort.vcf");
 	std::map < std::string, std::map < int, int > > G;
 	std::vector < std::string > names;
 	std::string l;

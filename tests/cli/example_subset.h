@@ -11,6 +11,10 @@
 
 namespace exsubset {
 
+const std::string E = SORVANE_EXAMPLE_DATA;
+// The example's reference panel as options.
+const std::string PANEL = " --input-ref " + E + "/reference.haplotypes " + E + "/reference.legend " + E + "/reference.samples ";
+
 // 23 samples with two duos (IND0003-IND0004, IND0010-IND0011) and one trio
 // (IND0056, IND0057 -> IND0058) over the first 100 kb of the example. With the pedigree
 // (PED, GEN, BED) these make 16 unrelated graphs, 2 duo graphs and 1 trio graph; the VCF
@@ -21,6 +25,8 @@ extern const int LAST_BP;
 void writeSubset(const testutils::TempDir & d);
 // Options that restrict a run to the subset, with short iterations.
 std::string subsetArgs();
+// Runs sorvane on the subset with `args`, writing HAPS/SAMPLE and log under `stem`; must succeed.
+testutils::RunResult phaseSubset(const testutils::TempDir & d, const std::string & args, const std::string & stem);
 // Unphased genotypes of the example VCF: sample -> position -> alternative allele count,
 // -1 when missing.
 std::map < std::string, std::map < int, int > > vcfGenotypes();
