@@ -23,18 +23,14 @@ TempDir::~TempDir() {
 	if (system(cmd.c_str()) != 0) fprintf(stderr, "could not remove %s\n", path.c_str());
 }
 
-std::string TempDir::file(const std::string & name) const {
-	return path + "/" + name;
-}
+std::string TempDir::file(const std::string & name) const { return path + "/" + name; }
 
 void TempDir::write(const std::string & name, const std::string & content) const {
 	std::ofstream f(file(name).c_str(), std::ios::binary);
 	f << content;
 }
 
-std::string TempDir::read(const std::string & name) const {
-	return readFile(file(name));
-}
+std::string TempDir::read(const std::string & name) const { return readFile(file(name)); }
 
 std::set < std::string > TempDir::files() const {
 	std::set < std::string > names;
@@ -70,9 +66,7 @@ std::string runOk(const std::string & command, const std::string & dir) {
 	return r.out;
 }
 
-RunResult runSorvane(const std::string & args, const std::string & dir) {
-	return runCommand(std::string(SORVANE_BIN) + " " + args, dir);
-}
+RunResult runSorvane(const std::string & args, const std::string & dir) { return runCommand(std::string(SORVANE_BIN) + " " + args, dir); }
 
 ::testing::AssertionResult refused(const RunResult & r, const std::string & message) {
 	if (r.status == 1 && has(r.err, "ERROR: " + message)) return ::testing::AssertionSuccess();
@@ -89,9 +83,7 @@ RunResult runSorvane(const std::string & args, const std::string & dir) {
 	return ::testing::AssertionSuccess();
 }
 
-Row refusal(const std::string & args, const std::string & message) {
-	return Row { args, 1, "ERROR: " + message + "\n" };
-}
+Row refusal(const std::string & args, const std::string & message) { return Row { args, 1, "ERROR: " + message + "\n" }; }
 
 void expectRows(const std::string & program, const TempDir & d, const std::vector < Row > & rows) {
 	for (const Row & row : rows) {
@@ -115,13 +107,9 @@ std::string readCompressed(const std::string & name) {
 	return s.str();
 }
 
-bool has(const std::string & text, const std::string & part) {
-	return text.find(part) != std::string::npos;
-}
+bool has(const std::string & text, const std::string & part) { return text.find(part) != std::string::npos; }
 
-bool exists(const std::string & path) {
-	return access(path.c_str(), F_OK) == 0;
-}
+bool exists(const std::string & path) { return access(path.c_str(), F_OK) == 0; }
 
 uint64_t fnv1a(const std::string & text) {
 	uint64_t hash = 0xcbf29ce484222325ULL;
