@@ -1,6 +1,4 @@
 #include "cli/example_subset.h"
-#include "input/graph_reader.h"
-#include "objects/snp_set.h"
 #include "test_utils.h"
 
 #include <algorithm>
@@ -45,13 +43,12 @@ TEST(cli_phase, EveryFormatPhasesAndKeepsGenotypes) {
 // without rare variant placement; recorded again for the single precision model). With few
 // haplotypes to copy from the automatic selection is the Hamming one, byte for byte; the
 // selection by the transform is reproducible too. By default singletons are placed after the
-// model, which keeps every genotype and changes only some haplotypes. The graph file reads
-// back with one graph a sampling unit.
-TEST(cli_phase, SeedRarePhasingAndGraphs) {
+// model, which keeps every genotype and changes only some haplotypes.
+TEST(cli_phase, SeedAndRarePhasing) {
 	TempDir d;
 	writeSubset(d);
 	const std::string args = "--input-ped " + E + "/cohort --thread 1 --seed 5 ";
-	phaseSubset(d, args + "--no-rare-phasing --output-graph plain.graph", "plain");
+	phaseSubset(d, args + "--no-rare-phasing", "plain");
 	const std::map < std::string, std::string > runs = { { "hamming", "--no-rare-phasing --selection hamming" }, { "placed", "" }, { "p", "--selection pbwt" }, { "q", "--selection pbwt" } };
 	for (const auto & run : runs) phaseSubset(d, args + run.second, run.first);
 	ASSERT_TRUE(succeeded(runSorvane(args + subsetArgs() + "--no-rare-phasing --output-max again.haps again.sample", d.path)));
@@ -66,15 +63,6 @@ TEST(cli_phase, SeedRarePhasingAndGraphs) {
 	checkPhased(d, "p");
 	EXPECT_EQ(d.read("p.haps"), d.read("q.haps"));
 	EXPECT_TRUE(has(d.read("p.log"), "\n  * Conditioning haplotypes: longest local matches (PBWT) among "));
-
-	silenceLog();
-	graph_reader R;
-	R.readBinaryGraph(d.file("plain.graph"));
-	std::map < int, int > types;
-	for (genotype_graph * G : R.vecG) types[G->type] ++;
-	EXPECT_EQ(types, (std::map < int, int > { { 2, 16 }, { 3, 2 }, { 4, 1 } }));
-	EXPECT_EQ(R.S->size(), (int)lines(plain).size());
-	for (genotype_graph * G : R.vecG) delete G;
 }
 
 // A write that fails (a full disk), two outputs of one name or an output that is an input

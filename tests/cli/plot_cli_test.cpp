@@ -93,8 +93,11 @@ TEST(cli_plot, PlantedFaults) {
 
 	// Each fault stops the check at its own step, so three runs leave their reports under one
 	// prefix: Mendel reports without MISS, missingness reports with it, then the panel's.
+	// Parents with two children sit in two trios: reported and refused, unless pedigrees are ignored.
 	RunResult r = runSorvane("-check --input-ped cohort --exclude-ind miss.txt -L qc", d.path);
-	EXPECT_TRUE(refused(r, "  * 2 samples are included in several duos/trios"));
+	EXPECT_TRUE(refused(r, "  * 2 samples are included in several duos/trios, check list in qc.inc.me\n"));
+	EXPECT_TRUE(d.read("qc.inc.me") == "id\nP1\nP2\n" && has(d.read("qc.log"), "  * 1 trios with high Mendel error rate (> 5%)\n")) << d.read("qc.log");
+	EXPECT_TRUE(succeeded(runSorvane("-check --input-ped cohort --exclude-ind miss.txt --noped -L noped", d.path)) && !exists(d.file("noped.inc.me")));
 	r = runSorvane("-check --input-ped cohort -L qc", d.path);
 	EXPECT_TRUE(refused(r, "1 individuals with high rates of missing data (>10%)"));
 	r = runSorvane("-check --input-ped cohort --input-ref panel.haplotypes panel.legend panel.samples -L qc", d.path);
