@@ -64,4 +64,12 @@ FAULTS = [
 ("F109", "convert graph file count", "src/modes/converter/converter.cpp", "if (n != 1 && n != 3) LOG.error", "if (n > 3) LOG.error"),
 ("F110", "call refuses --duohmm", "src/modes/caller/caller.cpp", "	if (options.count(\"duohmm\"))\n		LOG.error(\"The --duohmm option is not available", "	if (false)\n		LOG.error(\"The --duohmm option is not available"),
 ("F111", "mutinclude output count", "src/modes/mutincluder/mutincluder.cpp", "if (n_haps != 1 && n_haps != 2) LOG.error", "if (n_haps > 3) LOG.error"),
+("F112", "copying states from itself", "src/modes/phaser/phaser.cpp", "if (from == ind) LOG.error(", "if (from < 0) LOG.error("),
+("F113", "readmine unsorted BAM", "src/readmine/bam_scanner.cpp", "if (!sorted) LOG.error(", "if (false) LOG.error("),
+("F114", "duohmm error report parents", "src/duohmm/pedhap.cpp", "<< id << \"\\t\" << dad << \"\\t\" << mum << \"\\t\"", "<< id << \"\\t\" << mum << \"\\t\" << dad << \"\\t\""),
+("F115", "plot Mendel rate bound", "scripts/sorvane-plot", "/ S > 0.05", "/ S > 0.5"),
+("F116", "VCF haploid males", "src/output/haplotype_writer.cpp", "const bool haploid = order[k].kind == 0;", "const bool haploid = false;"),
+("F117", "workflow chunk overlap", "workflow/Snakefile", "first + (k + 1) * size + overlap))", "first + (k + 1) * size))"),
+("F118", "call draws open genotypes", "src/modes/caller/caller.cpp", "drawn_known = true;", "drawn_known = false;"),
+("F119", "call scaffold order", "src/modes/caller/caller.cpp", "readerG.scaffold[i], readerG.hap0[i], readerG.hap1[i] }", "readerG.scaffold[i], readerG.hap1[i], readerG.hap0[i] }"),
 ]
