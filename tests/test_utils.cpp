@@ -13,9 +13,8 @@ namespace testutils {
 
 TempDir::TempDir() {
 	char tmpl[] = "/tmp/sorvane_test_XXXXXX";
-	char * p = mkdtemp(tmpl);
-	if (!p) abort();
-	path = p;
+	if (!mkdtemp(tmpl)) abort();
+	path = tmpl;
 }
 
 TempDir::~TempDir() {
@@ -51,10 +50,7 @@ RunResult runCommand(const std::string & command, const std::string & dir) {
 	std::string out = dir + "/.stdout", err = dir + "/.stderr";
 	std::string cmd = "cd '" + dir + "' && (" + command + ") > .stdout 2> .stderr < /dev/null";
 	int raw = system(cmd.c_str());
-	RunResult r;
-	r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-	r.out = readFile(out);
-	r.err = readFile(err);
+	RunResult r { WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err) };
 	remove(out.c_str());
 	remove(err.c_str());
 	return r;
@@ -133,9 +129,6 @@ std::vector < std::string > lines(const std::string & text) {
 	return out;
 }
 
-void silenceLog() {
-	LOG.muteC();
-	LOG.muteL();
-}
+void silenceLog() { LOG.muteC(); LOG.muteL(); }
 
 }

@@ -27,23 +27,20 @@ TEST(cli_phase, EveryFormatPhasesAndKeepsGenotypes) {
 	for (const Run & run : runs) {
 		RunResult r = phaseSubset(d, run.args + " --seed 3", run.name);
 		const std::string log = d.read(run.name + ".log");
-		EXPECT_TRUE(hasAll(log, { run.units, run.threads, "Main iteration [2/2]\n  * Time: ", "\nTime by stage: reading ", " s / writing ", "\nPeak memory: " }));
+		EXPECT_TRUE(hasAll(log, { run.units, run.threads, "Main iteration [2/2]\n" }));
 		EXPECT_EQ(has(log, " genotypes in Mendel errors set missing\n"), run.units == families) << run.name;
 		EXPECT_EQ(has(log, "Threads lowered"), !run.threads.empty()) << run.name;
-		// Redirected, the screen gets plain lines: no colour, no "\r", the iterations' times.
+		// Redirected, the screen gets plain lines: no colour, no "\r".
 		EXPECT_EQ(r.out.find_first_of("\r\033"), std::string::npos) << r.out;
-		EXPECT_TRUE(hasAll(r.out, { "\nBuilding graphs [", " s / ~", " s left\n" }));
 		int n = checkPhased(d, run.name);
 		if (sites < 0) sites = n;
 		EXPECT_EQ(n, sites) << run.name;
 	}
 }
 
-// One thread and one seed give the same files (recorded as the FNV-1a hash of the HAPS file
-// without rare variant placement; recorded again for the single precision model). With few
-// haplotypes to copy from the automatic selection is the Hamming one, byte for byte; the
-// selection by the transform is reproducible too. By default singletons are placed after the
-// model, which keeps every genotype and changes only some haplotypes.
+// One thread and one seed give the same files (the FNV-1a hash of the HAPS file without rare
+// variant placement); with few haplotypes to copy from, the automatic selection is the Hamming
+// one; PBWT selection repeats too; placed singletons keep every genotype.
 TEST(cli_phase, SeedAndRarePhasing) {
 	TempDir d;
 	writeSubset(d);
@@ -65,9 +62,8 @@ TEST(cli_phase, SeedAndRarePhasing) {
 	EXPECT_TRUE(has(d.read("p.log"), "\n  * Conditioning haplotypes: longest local matches (PBWT) among "));
 }
 
-// A write that fails (a full disk), two outputs of one name or an output that is an input
-// end the run with exit 1 and a message naming the file, and every existing file stays as
-// it was: the outputs get their names only once all of them are complete.
+// A failed write, two outputs of one name or an output that is an input end the run naming
+// the file, and every existing file stays as it was.
 TEST(cli_phase, FailedOrClashingOutputsChangeNothing) {
 	TempDir d;
 	writeSubset(d);
@@ -88,11 +84,9 @@ TEST(cli_phase, FailedOrClashingOutputsChangeNothing) {
 	}
 }
 
-// --duohmm works from every format that carries a pedigree, with the same result: each
-// child's allele from its father sits on haplotype 0 and its allele from its mother on
-// haplotype 1 wherever the genotypes are known, but at a few sites (6 here, under 1 %) where
-// the short population phasing flipped a single site of a child: the model takes such a
-// site for a genotyping error rather than for two switches.
+// --duohmm works from every format that carries a pedigree, with the same result: a child's
+// allele from its father sits on haplotype 0, from its mother on haplotype 1, but at a few
+// sites (6 here, under 1 %) that the model takes for genotyping errors.
 TEST(cli_phase, DuohmmOnEveryPedigreeFormat) {
 	TempDir d;
 	writeSubset(d);
@@ -104,9 +98,8 @@ TEST(cli_phase, DuohmmOnEveryPedigreeFormat) {
 	std::string first;
 	for (std::string input : { "--input-gen " + E + "/cohort.gen " + E + "/cohort.sample", "--input-ped " + E + "/cohort", "--input-bed " + E + "/cohort" }) {
 		const std::string stem = input.substr(8, 3);
-		RunResult r = phaseSubset(d, input + " --thread 1 --seed 4 --duohmm", stem);
+		phaseSubset(d, input + " --thread 1 --seed 4 --duohmm", stem);
 		EXPECT_TRUE(has(d.read(stem + ".log"), "  * 0 haploids / 23 unrelateds / 0 duos / 0 trios\n"));
-		EXPECT_TRUE(has(r.out, "\nCorrecting haplotypes based on pedigree structure [3/3]\n")) << r.out;
 		checkPhased(d, stem);
 		const Haplotypes H(d.file(stem));
 		int checked = 0, wrong = 0;
@@ -127,10 +120,8 @@ TEST(cli_phase, DuohmmOnEveryPedigreeFormat) {
 	}
 }
 
-// Data that cannot be phased stop the run once it is read, before any phasing or output:
-// --duohmm without parents' columns (a VCF), impossible pedigrees (a cycle of descent, one
-// sample as both parents, a sample named 0), bad copying states files (unknown samples and
-// malformed lines, named by line; every sample to phase needs a line).
+// Data that cannot be phased stop the run once read, before any phasing or output: --duohmm
+// without parents' columns, impossible pedigrees, bad copying states files.
 TEST(cli_phase, DataRefusedBeforePhasing) {
 	TempDir d;
 	writeSubset(d);

@@ -72,4 +72,7 @@ FAULTS = [
 ("F117", "workflow chunk overlap", "workflow/Snakefile", "first + (k + 1) * size + overlap))", "first + (k + 1) * size))"),
 ("F118", "call draws open genotypes", "src/modes/caller/caller.cpp", "drawn_known = true;", "drawn_known = false;"),
 ("F119", "call scaffold order", "src/modes/caller/caller.cpp", "readerG.scaffold[i], readerG.hap0[i], readerG.hap1[i] }", "readerG.scaffold[i], readerG.hap1[i], readerG.hap0[i] }"),
+("F190", "assemble weighs unrelated graphs", "src/modes/assembler/assembler.cpp", "const bool used = G && G->type == 2;", "const bool used = G && G->type != 2;"),
+("F191", "convert confidence of graph VCF", "src/modes/converter/converter.cpp", "if (options.count(\"output-vcf\")) writeVcf(true);", "if (options.count(\"output-vcf\")) writeVcf(false);"),
+("F192", "workflow error report", "workflow/Snakefile", "|| {{ cat {log.err} >&2; exit 1; }}", "|| {{ exit 1; }}"),
 ]
