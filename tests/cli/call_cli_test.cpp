@@ -33,11 +33,8 @@ void writeLowCoverage(const TempDir & d) {
 
 }
 
-// Options: the likelihoods come only from a GEN file (refused before any file is read),
-// scaffolds go by pairs of files that exist, and the plan without MCMC and the family
-// refinement are not built yet. Bad GEN lines: triples of zeros are unknown genotypes; a
-// value that is not wholly a number from 0, or a line of the wrong length, stops the reader
-// before any output. The checks report missingness and stop on high rates unless forced.
+// Option refusals; bad GEN lines stop the reader before any output; triples of zeros are
+// missing genotypes, which stop the checks at high rates unless forced.
 TEST(cli_call, Checks) {
 	TempDir d;
 	d.write("s.haps", "x");
@@ -48,8 +45,6 @@ TEST(cli_call, Checks) {
 	d.write("in.sample", sample);
 	d.write("in.gen", "x");
 	expectRows(std::string(SORVANE_BIN) + " -call -L log", d, {
-		refusal("--input-ped none --output-max out", likelihoods),
-		refusal("--input-bed none --output-max out", likelihoods),
 		refusal("--input-vcf none.vcf --output-max out", likelihoods),
 		refusal(io + "--input-scaffold s.haps", "Incorrect number of arguments given to --input-phased-scaffold (it must be a multiple of 2)"),
 		refusal(io + "--input-scaffold s.haps none.sample", "none.sample is impossible to open, check file existence or reading permissions"),
@@ -90,10 +85,9 @@ TEST(cli_call, Checks) {
 	for (const std::string & l : called) EXPECT_EQ(words(l).size(), 25u);
 }
 
-// Scaffolds from the truth for 25 unrelated samples and the members of the duos and trios
-// among the first 100, given as two pairs of files: their haplotypes come out as given,
-// order included, parents phased with their children too; the other samples are called,
-// and the run repeats exactly from its seed on one thread.
+// Scaffolds from the truth for 25 unrelated samples and the duo and trio members among the
+// first 100, as two pairs of files: their haplotypes come out as given, in order; the others
+// are called; one thread and a seed repeat the run.
 TEST(cli_call, ScaffoldAndRepeatability) {
 	TempDir d;
 	writeLowCoverage(d);

@@ -16,9 +16,8 @@ int defaultLogs(const TempDir & d) {
 
 }
 
-// Bare, the program prints its usage to standard error and exits 1; asked for help, to
-// standard output and exits 0. A mode's help has no colour codes when piped and shows its
-// defaults as written; a bad option gets the parser's message and exit 1.
+// Usage on standard error with exit 1 when bare, on standard output with exit 0 for help; a
+// mode's help without colours, with its defaults; a bad option gets the parser's message.
 TEST(cli_frame, UsageHelpVersionAndParseErrors) {
 	TempDir d;
 	RunResult r = runSorvane("", d.path);

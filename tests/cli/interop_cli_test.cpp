@@ -36,7 +36,7 @@ std::vector < std::vector < std::string > > genotypes(const TempDir & d, const s
 // A chromosome 20 as pipelines write it (contig length, AC, AN and DP in INFO, missing
 // genotypes, multiallelic records, a spanning deletion, an indel): the phased VCF keeps the
 // header's declarations, counts AC and AN again, leaves out the three records it cannot
-// phase; as BGZF and as BCF, its index serves counts and regions.
+// phase; as BGZF and as BCF, its index serves counts.
 TEST(cli_interop, PipelineVcf) {
 	TempDir d;
 	subsetVcf(d);
@@ -55,11 +55,8 @@ TEST(cli_interop, PipelineVcf) {
 	for (std::string file : { "p.vcf.gz", "p.bcf" }) {
 		EXPECT_EQ(runOk("bcftools index -n " + file, d.path), std::to_string(n_records) + "\n") << file;
 		EXPECT_TRUE(has(runOk("bcftools stats " + file, d.path), "number of samples:\t23\n")) << file;
-		const int region = std::stoi(runOk("bcftools view -H -r 20:1000000-1050000 " + file + " | wc -l", d.path));
-		EXPECT_TRUE(region > 0 && region < n_records) << file;
 	}
 	EXPECT_EQ(n_records, std::stoi(runOk("bcftools view -H chr20.vcf.gz | wc -l", d.path)) - 3);
-	EXPECT_EQ(runOk("bcftools view -H -v indels p.vcf.gz | cut -f 5", d.path), "AT\n");
 	const std::string counted = "bcftools view -i 'AN>0' p.vcf.gz | ";
 	EXPECT_EQ(runOk(counted + "bcftools +fill-tags -- -t AC,AN | bcftools query -f '%POS %AC %AN %DP\\n'", d.path), runOk(counted + "bcftools query -f '%POS %AC %AN %DP\\n'", d.path));
 	EXPECT_EQ(std::stoi(runOk(counted + "grep -vc '^#'", d.path)), n_records - (n_records - 1) / 50);

@@ -8,11 +8,9 @@
 using namespace testutils;
 using namespace exsubset;
 
-// The whole example cohort phased from its PED files with the map on two threads: the
-// genotypes come back, trios are Mendel consistent with the father's allele first, samples
-// keep their input order, and the switch error of the unrelated samples against the
-// simulated truth stays low (a broken model gives tens of percent; the expected value is
-// below 1 %).
+// The whole example cohort from its PED files on two threads: genotypes and sample order
+// kept, trios Mendel consistent with the father's allele first, and a low switch error of
+// the unrelated samples against the simulated truth (expected below 1 %).
 TEST(cli_phase_accuracy, ExampleCohort) {
 	TempDir d;
 	ASSERT_TRUE(succeeded(runSorvane("--input-ped " + E + "/cohort --input-map " + E + "/genetic_map.txt --thread 2 --seed 1 --output-max out -L log", d.path)));
@@ -50,10 +48,8 @@ TEST(cli_phase_accuracy, ExampleCohort) {
 	EXPECT_GT(n_trio_sites, 5000);
 }
 
-// A child genotype turned from 0/0 into 1/1 where both its parents are heterozygous (still
-// Mendel consistent, so the data checks keep it) stands in the error report of --duohmm
-// with a probability near 1. The three-generation family, 40 unrelated samples and the
-// first 200 kb are phased.
+// A child genotype turned from 0/0 into 1/1 where both parents are heterozygous (Mendel
+// consistent, so kept) stands in the error report of --duohmm with a probability near 1.
 TEST(cli_phase_accuracy, DuohmmReportsCorruptedGenotype) {
 	TempDir d;
 	std::vector < std::vector < std::string > > fam = table(E + "/families.fam");

@@ -77,11 +77,8 @@ void makeHandData(const TempDir & d) {
 
 }
 
-// The PIR file of the hand-made reads: mates joined by name, reads with fewer than two
-// usable sites, low mapping or base qualities, secondary and duplicate alignments left out,
-// overlapping mates keeping the better base, the third column of the list overriding
-// --min-mapq; file names of the list taken from its folder. Compressed output and CRAM
-// input alike.
+// The PIR file of the hand-made reads, as compressed output, from BAM and CRAM input alike;
+// the list's third column overrides --min-mapq; its file names are taken from its folder.
 TEST(cli_readmine, HandMadeReads) {
 	TempDir d;
 	makeHandData(d);
