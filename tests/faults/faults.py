@@ -75,4 +75,5 @@ FAULTS = [
 ("F190", "assemble weighs unrelated graphs", "src/modes/assembler/assembler.cpp", "const bool used = G && G->type == 2;", "const bool used = G && G->type != 2;"),
 ("F191", "convert confidence of graph VCF", "src/modes/converter/converter.cpp", "if (options.count(\"output-vcf\")) writeVcf(true);", "if (options.count(\"output-vcf\")) writeVcf(false);"),
 ("F192", "workflow error report", "workflow/Snakefile", "|| {{ cat {log.err} >&2; exit 1; }}", "|| {{ exit 1; }}"),
+("F193", "bare usage exit status", "src/modes/main.cpp", "std::cerr << sorvane::usage();\n\t\treturn 1;", "std::cerr << sorvane::usage();\n\t\treturn 0;"),
 ]
