@@ -1,79 +1,27 @@
-#include "containers/genhap_set/genhap_set.h"
-#include "input/genotype_test_utils.h"
+#include "containers/genhap_set_test_utils.h"
+#include "input/filter_reader.h"
 #include "input/haplotype_reader.h"
-#include "input/reference_reader.h"
+#include "test_utils.h"
 #include "modes/sorvane.h"
-#include "objects/genotype_graph.h"
-#include "utils/putils.h"
+
+using genhaptest::Member;
+using genhaptest::Study;
 
 namespace {
 
-struct Study {
-	snp_set S;
-	genhap_set GH;
-	// Units 0 .. 4: unrelated u (haplotypes 0, 1), duo d of mother m2 (2 .. 4), trio c of a
-	// founder father f and a mother m (5 .. 8), haploid h (9), unrelated m2 (10, 11); the
-	// duo, the haploid and m2 form family 2.
-	explicit Study(int L) {
-		for (int l = 0 ; l < L ; l ++) S.put(new snp("1", 100 * (l + 1), "A", "C", 3));
-		S.indexing();
-		std::vector < genotype_graph * > graphs = { unit(2, 1, "u"), unit(3, 2, "d", "0", false, "m2"), unit(4, 3, "c", "f", true, "m"), unit(1, 2, "h"), unit(2, 2, "m2") };
-		GH.initialise(graphs, &S);
-	}
-	static genotype_graph * unit(int type, int famID, std::string child, std::string father = "0", bool fmain = false, std::string mother = "0") {
-		genotype_graph * g = new genotype_graph(type, famID);
-		std::vector < std::string > p;
-		g->pushChild(child, 0, p);
-		g->pushFather(father, fmain, 1, p);
-		g->pushMother(mother, false, 2, p);
-		return g;
-	}
-};
+// Unrelated u (haplotypes 0, 1), duo d of mother m2 (2 .. 4), trio c of a founder father f
+// and a mother m (5 .. 8), haploid h (9), unrelated m2 (10, 11); the duo, the haploid and m2
+// form family 2.
+const std::vector < Member > FAMILIES = { { 2, 1, "u" }, { 3, 2, "d", "0", false, "m2" }, { 4, 3, "c", "f", true, "m" }, { 1, 2, "h" }, { 2, 2, "m2" } };
 
 }
 
-TEST(genhap_set, LayoutOfGraphsAndPanel) {
-	for (bool chrX : { false, true }) {
-		Study U(3);
-		genhap_set & GH = U.GH;
-		EXPECT_EQ(GH.ind2hap, std::vector < std::vector < int > > ({ { 0, 1 }, { 2, 3, 4 }, { 5, 6, 7, 8 }, { 9 }, { 10, 11 } }));
-		EXPECT_EQ(GH.hap2ind, std::vector < int > ({ 0, 0, 1, 1, 1, 2, 2, 2, 2, 3, 4, 4 }));
-		EXPECT_EQ(GH.hap_names[4] + GH.hap_names[8] + GH.hap_names[11], "dcm2");
-		EXPECT_EQ(GH.relatives, std::vector < std::vector < int > > ({ { 0 }, { 1, 3, 4 }, { 2 }, { 1, 3, 4 }, { 1, 3, 4 } }));
-		// The duo's child track is open without founder parents; only the trio's father is a founder.
-		EXPECT_EQ(GH.founder_mask, std::vector < bool > ({ 1, 1, 0, 0, 1, 1, 1, 0, 0, 1, 1, 1 }));
-		EXPECT_EQ(GH.n_founder, 8);
-
-		filter_reader F;
-		reference_reader R(F, &U.S);
-		R.ind_id = { "r1", "r2" };
-		R.ind_male = { true, false };
-		R.hap0 = { { 1, 0, 0 }, { 0, 1, 0 } };
-		R.hap1 = { { 1, 1, 0 }, { 0, 0, 1 } };
-		GH.initialise(R, chrX);
-		// On chromosome X the male r1 takes one slot.
-		std::vector < std::string > panel = { "100", "110", "010", "001" };
-		if (chrX) panel.erase(panel.begin() + 1);
-		ASSERT_EQ(GH.vecH.size(), 12 + panel.size());
-		for (unsigned int k = 0 ; k < panel.size() ; k ++) EXPECT_EQ(GH.vecH[12 + k].toString(), panel[k]);
-		std::vector < bool > reference(12, false);
-		reference.resize(GH.vecH.size(), true);
-		EXPECT_EQ(GH.reference_mask, reference);
-		EXPECT_EQ(GH.founder_mask.size(), GH.vecH.size());
-		EXPECT_EQ(GH.n_reference, (int)panel.size());
-	}
-}
-
-// Own, father's and mother's haplotypes land on the tracks of each kind of unit; the
-// swapped site at 200 is read inverted, the site at 150 only counted.
-TEST(genhap_set, GivenHaplotypesAndSummary) {
+// Own, father's and mother's haplotypes land on the tracks of each kind of unit, the swapped
+// site at 200 read inverted, the site at 150 not in the set.
+TEST(genhap_set, GivenHaplotypesOnTheTracks) {
 	flippable = 1;
-	Study U(2);
-	for (genotype_graph * g : U.GH.vecG) {
-		g->HapsC = { 2, 1 };
-		g->probsC = { 2, 3, 1 };
-	}
-	U.GH.vecG[0]->scaffolded = true;
+	testutils::silenceLog();
+	Study U(FAMILIES, 2);
 	filter_reader F;
 	haplotype_reader H(F);
 	for (auto s : { std::make_pair(100, "A"), std::make_pair(150, "A"), std::make_pair(200, "C") }) H.sites->put(new snp("1", s.first, s.second, s.second[0] == 'A' ? "C" : "A", 7));
@@ -82,17 +30,10 @@ TEST(genhap_set, GivenHaplotypesAndSummary) {
 	for (unsigned int i = 0 ; i < H.ind_id.size() ; i ++) H.ind_index[H.ind_id[i]] = i;
 	H.hap0 = { { 1, 1, 1 }, { 0, 1, 0 }, { 1, 0, 1 }, { 1, 0, 0 }, { 0, 0, 1 }, { 0, 1, 1 }, { 1, 1, 0 } };
 	H.hap1 = { { 0, 0, 1 }, { 1, 0, 1 }, { 0, 1, 0 }, { 0, 1, 1 }, { 1, 1, 0 }, { 1, 0, 0 }, { 0, 0, 0 } };
-
-	testutils::TempDir d;
-	std::string log = genotest::logOf(d, [&] { U.GH.initialise(H); U.GH.summarise(); });
+	U.GH.initialise(H);
 	// u0 u1 | d0 m2-1 d1 | c0 f1 m1 c1 | h0 | m2-0 m2-1
 	const std::vector < std::string > expected = { "10", "00", "01", "01", "10", "11", "11", "11", "00", "11", "10", "01" };
 	for (unsigned int h = 0 ; h < 12 ; h ++) EXPECT_EQ(U.GH.vecH[h].toString(), expected[h]) << h;
-	EXPECT_EQ(log, "\nMapping sites and samples of the haplotype set\n  * 2 sites found\n  * 1 sites not found\n"
-		"  * 5 graphs / 10 segments / ~1 SNPs per segment / 30 transitions\n  * 1 haploids / 2 unrelateds / 1 duos / 1 trios\n"
-		"  * 1 individuals are scaffolded\n  * 8 founder haplotypes\n");
-	H.ind_index.erase("m");
-	EXPECT_LOG_ERROR(U.GH.initialise(H), "m unfound in the haplotype set!");
 }
 
 // Missing sites take alleles drawn from the frequency among the units that are not missing
@@ -100,20 +41,13 @@ TEST(genhap_set, GivenHaplotypesAndSummary) {
 TEST(genhap_set, MissingSitesFilledByAlleleFrequency) {
 	testutils::silenceLog();
 	putils::initRandom(11);
-	Study U(3);
+	Study U(FAMILIES, 3);
 	genhap_set & GH = U.GH;
 	for (genotype_graph * g : GH.vecG) g->Miss = std::vector < bool > (3, false);
-	GH.vecG[0]->Miss[0] = true;
-	GH.vecG[2]->Miss[1] = true;
-	for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) GH.vecH[h].set(0, false);
-	for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) GH.vecH[h].set(1, true);
+	GH.vecG[0]->Miss[0] = GH.vecG[2]->Miss[1] = true;
+	for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) U.set(h, h % 2 ? "011" : "010");
 	GH.vecH[0].set(0, true);	// missing: its own value does not count
 	GH.vecH[5].set(1, false);
-	for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) GH.vecH[h].set(2, h % 2);
 	GH.initialise();
-	for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) {
-		EXPECT_EQ(GH.vecH[h][0], 0) << h;
-		EXPECT_EQ(GH.vecH[h][1], 1) << h;
-		EXPECT_EQ(GH.vecH[h][2], (int)(h % 2)) << h;
-	}
+	for (unsigned int h = 0 ; h < GH.vecH.size() ; h ++) EXPECT_EQ(GH.vecH[h].toString(), h % 2 ? "011" : "010") << h;
 }

@@ -14,20 +14,13 @@ int matchLength(const chaplotype & a, const chaplotype & b, int k) {
 	return n;
 }
 
+// Mosaics of a few founders with rare mutations, so that long matches exist.
 std::vector < chaplotype > randomHaplotypes(int N, int L, int founders) {
-	// Mosaics of a few founders with rare mutations, so that long matches exist.
-	std::vector < chaplotype > F, H;
-	for (int f = 0 ; f < founders ; f ++) {
-		F.emplace_back(L);
-		for (int l = 0 ; l < L ; l ++) F.back().set(l, putils::getRandom(2));
-	}
-	for (int i = 0 ; i < N ; i ++) {
-		H.emplace_back(L);
-		int f = putils::getRandom(founders);
-		for (int l = 0 ; l < L ; l ++) {
-			if (putils::getRandom(20) == 0) f = putils::getRandom(founders);
-			H.back().set(l, putils::getRandom(50) == 0 ? !F[f][l] : F[f][l]);
-		}
+	std::vector < chaplotype > F(founders, chaplotype(L)), H(N, chaplotype(L));
+	for (chaplotype & f : F) for (int l = 0 ; l < L ; l ++) f.set(l, putils::getRandom(2));
+	for (chaplotype & h : H) for (int l = 0, f = putils::getRandom(founders) ; l < L ; l ++) {
+		if (putils::getRandom(20) == 0) f = putils::getRandom(founders);
+		h.set(l, putils::getRandom(50) == 0 ? !F[f][l] : F[f][l]);
 	}
 	return H;
 }
@@ -35,8 +28,8 @@ std::vector < chaplotype > randomHaplotypes(int N, int L, int founders) {
 }
 
 // At every checkpoint the order sorts the haplotypes by their sequences read backwards from
-// the checkpoint, `rank` inverts it and `start` gives the match with the predecessor, all
-// against a brute-force computation.
+// the checkpoint (allele 0 first at the first difference), `rank` inverts it and `start`
+// gives the match with the predecessor, all against a brute-force computation.
 TEST(haplotype_pbwt, CheckpointsHoldTheSortedMatches) {
 	putils::initRandom(3);
 	for (int step : { 1, 7, 64 }) {
@@ -44,25 +37,12 @@ TEST(haplotype_pbwt, CheckpointsHoldTheSortedMatches) {
 		std::vector < chaplotype > H = randomHaplotypes(N, L, 4);
 		haplotype_pbwt P;
 		P.build(H, L, step);
-		ASSERT_EQ(P.sites.back(), L - 1);
-		ASSERT_EQ(P.sites.size(), (size_t)((L + step - 1) / step));
-		for (unsigned int c = 0 ; c < P.sites.size() ; c ++) {
-			const int k = P.sites[c];
-			for (int p = 0 ; p < N ; p ++) {
-				const int h = P.order[c * N + p];
-				EXPECT_EQ(P.rank[c * N + h], p);
-				if (p == 0) {
-					EXPECT_EQ(P.start[c * N], k + 1);
-					continue;
-				}
-				const chaplotype & a = H[P.order[c * N + p - 1]], & b = H[h];
-				const int n = matchLength(a, b, k);
-				EXPECT_EQ(P.start[c * N + p], k + 1 - n) << step << " " << k << " " << p;
-				// Sorted backwards: the first difference going left puts allele 0 first.
-				if (n <= k) {
-					EXPECT_LT(a[k - n], b[k - n]);
-				}
-			}
+		ASSERT_TRUE(P.sites.back() == L - 1 && P.sites.size() == (size_t)((L + step - 1) / step));
+		for (unsigned int c = 0 ; c < P.sites.size() ; c ++) for (int p = 0, k = P.sites[c] ; p < N ; p ++) {
+			const int h = P.order[c * N + p], n = p ? matchLength(H[P.order[c * N + p - 1]], H[h], k) : 0;
+			EXPECT_EQ(P.rank[c * N + h], p);
+			EXPECT_EQ(P.start[c * N + p], k + 1 - n) << step << " " << k << " " << p;
+			EXPECT_TRUE(!p || n > k || H[P.order[c * N + p - 1]][k - n] < H[h][k - n]);
 		}
 	}
 }
@@ -77,8 +57,7 @@ TEST(haplotype_pbwt, SelectionTakesTheLongestAllowedMatches) {
 	haplotype_pbwt P;
 	P.build(H, L, 32);
 	for (int rep = 0 ; rep < 30 ; rep ++) {
-		const int target = putils::getRandom(N), states = 1 + putils::getRandom(12);
-		const int c = putils::getRandom(P.sites.size()), k = P.sites[c];
+		const int target = putils::getRandom(N), states = 1 + putils::getRandom(12), k = P.sites[putils::getRandom(P.sites.size())];
 		std::vector < bool > allowed (N), selected (N, false), before;
 		for (int h = 0 ; h < N ; h ++) allowed[h] = h != target && putils::getRandom(4) != 0;
 		selected[(target + 1) % N] = true;
@@ -88,36 +67,12 @@ TEST(haplotype_pbwt, SelectionTakesTheLongestAllowedMatches) {
 		for (int h = 0 ; h < N ; h ++) {
 			if (before[h]) continue;
 			const int n = matchLength(H[h], H[target], k);
-			if (selected[h]) {
-				EXPECT_TRUE(allowed[h]);
-				added ++;
-				shortest_taken = std::min(shortest_taken, n);
-			} else if (allowed[h]) longest_left = std::max(longest_left, n);
+			EXPECT_TRUE(allowed[h] || !selected[h]);
+			if (selected[h]) added ++, shortest_taken = std::min(shortest_taken, n);
+			else if (allowed[h]) longest_left = std::max(longest_left, n);
 		}
 		EXPECT_EQ(added, std::min(states, (int)std::count(allowed.begin(), allowed.end(), true) - (allowed[(target + 1) % N] ? 1 : 0)));
 		EXPECT_GE(shortest_taken, longest_left) << rep;
 	}
-}
 
-// Several checkpoints and two targets: every checkpoint of the window contributes its
-// nearest neighbour of each target before any contributes a second one.
-TEST(haplotype_pbwt, RoundsReachEveryCheckpoint) {
-	putils::initRandom(8);
-	const int N = 80, L = 200;
-	std::vector < chaplotype > H = randomHaplotypes(N, L, 6);
-	haplotype_pbwt P;
-	P.build(H, L, 10);
-	std::vector < bool > allowed (N, true), selected (N, false);
-	allowed[0] = allowed[1] = false;
-	const int left = 40, right = 159;
-	std::vector < bool > nearest (N, false);
-	for (unsigned int c = 0 ; c < P.sites.size() ; c ++) if (P.sites[c] >= left && P.sites[c] <= right)
-		for (int t : { 0, 1 }) {
-			std::vector < bool > one (N, false);
-			P.select(allowed, { t }, P.sites[c], P.sites[c], 1, one);
-			for (int h = 0 ; h < N ; h ++) if (one[h]) nearest[h] = true;
-		}
-	const int n_nearest = std::count(nearest.begin(), nearest.end(), true);
-	P.select(allowed, { 0, 1 }, left, right, n_nearest, selected);
-	EXPECT_EQ(selected, nearest);
 }

@@ -57,24 +57,19 @@ inline void expectFaults(const TempDir & d, const std::map < std::string, std::s
 }
 
 // Genotypes of one individual, one blank-separated pair of allele bits per site, ".."
-// for missing. A missing genotype with set allele bits shows as "!!". With `unordered`
-// a heterozygous pair always shows as "01".
-inline std::string genotypes(genotype_reader & G, int ind, bool unordered = false) {
+// for missing, "!!" for missing with set allele bits; of all individuals joined by " | ".
+inline std::string genotypes(genotype_reader & G, int ind) {
 	std::string s;
 	for (size_t l = 0 ; l < G.missing[ind].size() ; l ++) {
-		if (l) s += " ";
 		bool h0 = G.hap0[ind][l], h1 = G.hap1[ind][l];
-		if (G.missing[ind][l]) s += (h0 || h1) ? "!!" : "..";
-		else if (unordered && h0 != h1) s += "01";
-		else s += std::string(1, '0' + h0) + std::string(1, '0' + h1);
+		s += std::string(l ? " " : "") + (G.missing[ind][l] ? ((h0 || h1) ? "!!" : "..") : std::string(1, '0' + h0) + std::string(1, '0' + h1));
 	}
 	return s;
 }
 
-// The genotypes of all individuals joined by " | ".
-inline std::string allGenotypes(genotype_reader & G, bool unordered = false) {
+inline std::string allGenotypes(genotype_reader & G) {
 	std::string s;
-	for (size_t i = 0 ; i < G.ind_id.size() ; i ++) s += (i ? " | " : "") + genotypes(G, i, unordered);
+	for (size_t i = 0 ; i < G.ind_id.size() ; i ++) s += (i ? " | " : "") + genotypes(G, i);
 	return s;
 }
 

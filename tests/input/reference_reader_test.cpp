@@ -63,92 +63,29 @@ TEST(reference_reader, AlignedPanelAtStudyResolution) {
 	EXPECT_EQ(R.hap0, std::vector < std::vector < bool > > ({ { 0, 1, 1, 0 }, { 1, 1, 1, 0 } }));
 	EXPECT_EQ(R.hap1, std::vector < std::vector < bool > > ({ { 1, 0, 0, 0 }, { 0, 1, 0, 0 } }));
 
-	EXPECT_EQ(log, "\nReading sample list [" + d.file("p.samples.bz2") + "]\n  * Column gender detected (idx=3)\n"
-		"  * 4 reference haplotypes included\n  * 2 reference haplotypes excluded\n  * 1 males / 1 females\n"
-		"\nReading SNPs in [" + d.file("p.legend.bz2") + "]\n  * 4 reference panel sites included\n  * 2 reference panel sites excluded\n"
-		"\nReading reference haplotypes in [" + d.file("p.hap.bz2") + "]\n");
+	EXPECT_TRUE(contains(log, "  * 4 reference haplotypes included\n  * 2 reference haplotypes excluded\n  * 1 males / 1 females\n") &&
+		contains(log, "  * 4 reference panel sites included\n  * 2 reference panel sites excluded\n")) << log;
 }
 
-// Missing, duplicated and misaligned sites: report rows, the exclude list and the stop,
-// first with swapped alleles accepted, then with --aligned.
+// Missing, duplicated and misaligned sites, swapped alleles accepted: report rows, the
+// exclude list and the stop.
 TEST(reference_reader, AlignmentFaultsStopWithReports) {
 	std::unique_ptr < snp_set > S = studySites({ { 100, "A", "C" }, { 200, "G", "T" }, { 300, "A", "G" }, { 400, "C", "T" }, { 500, "A", "T" }, { 600, "A", "T" } });
 	TempDir d;
 	d.write("p.samples", "ID POP GROUP\ns1 EUR EUR\n");
 	d.write("p.legend", "id position a0 a1\nr100 100 A C\nr200 200 T G\nr400a 400 C T\nr400b 400 C T\nr500a 500 C G\nr500b 500 G C\nr600a 600 A T\nr600b 600 T A\n");
 	filter_reader F;
+	flippable = 1;
+	const std::string aligned = "Reference and Main panels are not well aligned:\n  \\* #Missing sites in reference panel = ";
 	const std::string header = "type\tpos\tmain_id\tmain_A\tmain_B\tmain_flippable\tref_id\tref_A\tref_B\tref_flippable\n";
 
-	flippable = 1;
-	EXPECT_LOG_ERROR(readPanel(F, S.get(), d), "Reference and Main panels are not well aligned:\n"
-		"  \\* #Missing sites in reference panel = 1\n"
-		"  \\* #Misaligned sites between panels = 1\n"
-		"  \\* #Multiple alignments between panels = 2");
+	EXPECT_LOG_ERROR(readPanel(F, S.get(), d), aligned + "1\n  \\* #Misaligned sites between panels = 1\n  \\* #Multiple alignments between panels = 2");
 	EXPECT_EQ(d.read("run.snp.strand"), header +
-		"Missing\tMissing\t300\tm300\tA\tG\t1\tNA\tNA\tNA\t1\n"
-		"Duplicate\tDuplicate\t400\tm400\tC\tT\t1\tr400a\tC\tT\t0\n"
-		"Duplicate\tDuplicate\t400\tm400\tC\tT\t1\tr400b\tC\tT\t0\n"
-		"Strand\tStrand\t500\tm500\tA\tT\t1\tr500a\tC\tG\t0\n"
-		"Strand\tStrand\t500\tm500\tA\tT\t1\tr500b\tG\tC\t0\n"
-		"Duplicate\tDuplicate\t600\tm600\tA\tT\t1\tr600a\tA\tT\t0\n"
+		"Missing\tMissing\t300\tm300\tA\tG\t1\tNA\tNA\tNA\t1\nDuplicate\tDuplicate\t400\tm400\tC\tT\t1\tr400a\tC\tT\t0\n"
+		"Duplicate\tDuplicate\t400\tm400\tC\tT\t1\tr400b\tC\tT\t0\nStrand\tStrand\t500\tm500\tA\tT\t1\tr500a\tC\tG\t0\n"
+		"Strand\tStrand\t500\tm500\tA\tT\t1\tr500b\tG\tC\t0\nDuplicate\tDuplicate\t600\tm600\tA\tT\t1\tr600a\tA\tT\t0\n"
 		"Duplicate\tDuplicate\t600\tm600\tA\tT\t1\tr600b\tT\tA\t0\n");
 	EXPECT_EQ(d.read("run.snp.strand.exclude"), "300\n400\n400\n500\n500\n600\n600\n");
-
-	// Aligned alleles: the swapped site becomes a strand fault, and T/A no longer
-	// duplicates A/T.
-	flippable = 0;
-	EXPECT_LOG_ERROR(readPanel(F, S.get(), d), "Reference and Main panels are not well aligned:\n"
-		"  \\* #Missing sites in reference panel = 1\n"
-		"  \\* #Misaligned sites between panels = 2\n"
-		"  \\* #Multiple alignments between panels = 1");
-	EXPECT_EQ(d.read("run.snp.strand"), header +
-		"Strand\tStrand\t200\tm200\tG\tT\t0\tr200\tT\tG\t0\n"
-		"Missing\tMissing\t300\tm300\tA\tG\t0\tNA\tNA\tNA\t0\n"
-		"Duplicate\tDuplicate\t400\tm400\tC\tT\t0\tr400a\tC\tT\t0\n"
-		"Duplicate\tDuplicate\t400\tm400\tC\tT\t0\tr400b\tC\tT\t0\n"
-		"Strand\tStrand\t500\tm500\tA\tT\t0\tr500a\tC\tG\t0\n"
-		"Strand\tStrand\t500\tm500\tA\tT\t0\tr500b\tG\tC\t0\n");
-	EXPECT_EQ(d.read("run.snp.strand.exclude"), "200\n300\n400\n400\n500\n500\n");
-
-	// Without faulty study sites the same panel reads through: T/A at 600 no longer
-	// matches, so its haplotype line is skipped unsplit.
-	std::unique_ptr < snp_set > good = studySites({ { 100, "A", "C" }, { 600, "A", "T" } });
-	d.write("p.hap", "1 0\nx\nx\nx\nx\nx\n0 1\nx\n");
-	testutils::silenceLog();
-	reference_reader R(F, good.get());
-	R.readReferenceImpute(d.file("p.hap"), d.file("p.legend"), d.file("p.samples"));
-	EXPECT_TRUE(R.problems.empty());
-	EXPECT_EQ(R.hap0[0], std::vector < bool > ({ 1, 0 }));
-	EXPECT_EQ(R.hap1[0], std::vector < bool > ({ 0, 1 }));
-	flippable = 1;
-}
-
-// Group columns: a two-column sample line belongs to "ALL", either group column can
-// match, exclusion wins, excluded samples still take their columns, and identifiers may repeat.
-TEST(reference_reader, GroupFilters) {
-	flippable = 1;
-	testutils::silenceLog();
-	std::unique_ptr < snp_set > S = studySites({ { 100, "A", "C" } });
-	filter_reader F;
-	F.grp_include["ALL"] = false;
-	F.grp_include["EAS"] = false;
-	F.grp_exclude["CHB"] = false;
-	TempDir d;
-	d.write("p.samples", "sample population group\na ALL\nb EUR EUR\nc EAS JPT\nd CHB EAS\na ALL\r\n");
-	d.write("p.legend", "id position a0 a1\nr100 100 A C\n");
-	d.write("p.hap", "1 1 0 0 1 0 0 0 0 1\n");
-	reference_reader R(F, S.get());
-	R.readReferenceImpute(d.file("p.hap"), d.file("p.legend"), d.file("p.samples"));
-	EXPECT_EQ(R.ind_id, std::vector < std::string > ({ "a", "c", "a" }));
-	EXPECT_EQ(R.ind_male, std::vector < bool > ({ false, false, false }));
-	EXPECT_EQ(R.hap0, std::vector < std::vector < bool > > ({ { 1 }, { 1 }, { 0 } }));
-	EXPECT_EQ(R.hap1, std::vector < std::vector < bool > > ({ { 1 }, { 0 }, { 1 } }));
-
-	F.grp_exclude["ALL"] = false;
-	F.grp_exclude["EAS"] = false;
-	reference_reader Q(F, S.get());
-	Q.readReferenceImpute(d.file("p.hap"), d.file("p.legend"), d.file("p.samples"));
-	EXPECT_TRUE(Q.empty());
 }
 
 TEST(reference_reader, FatalMessages) {
@@ -167,10 +104,6 @@ TEST(reference_reader, FatalMessages) {
 		{ "p.hap", "0 0 1 1\n0 1\n", "Line=2 found=2 fields, expected=4" },
 		{ "p.hap", "0 0 1 1\n0 1 1 1\n1 1 1 1\n", "Line=3 of \\[.*p.hap\\] has no matching line in the legend file" },
 	}, [&] { readPanel(F, S.get(), d); });
-	auto read = [&](std::string hap, std::string legend, std::string samples) {
-		reference_reader(F, S.get()).readReferenceImpute(d.file(hap), d.file(legend), d.file(samples));
-	};
-	EXPECT_LOG_ERROR(read("none.hap", "p.legend", "p.samples"), "Impossible to open file \\[.*none.hap\\]");
-	EXPECT_LOG_ERROR(read("p.hap", "none.legend", "p.samples"), "Impossible to open file \\[.*none.legend\\]");
-	EXPECT_LOG_ERROR(read("p.hap", "p.legend", "none.samples"), "Impossible to open file \\[.*none.samples\\]");
+	for (std::string name : { "hap", "legend", "samples" }) EXPECT_LOG_ERROR(reference_reader(F, S.get()).readReferenceImpute(d.file(name == "hap" ? "none" : "p.hap"),
+		d.file(name == "legend" ? "none" : "p.legend"), d.file(name == "samples" ? "none" : "p.samples")), "Impossible to open file \\[.*/none\\]");
 }

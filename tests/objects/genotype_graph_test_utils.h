@@ -2,6 +2,7 @@
 #define _GENOTYPE_GRAPH_TEST_UTILS_H
 
 #include "objects/genotype_graph.h"
+#include "utils/putils.h"
 
 #include <functional>
 #include <set>
@@ -70,6 +71,64 @@ inline double walkChance(const genotype_graph & g, const std::vector < int > & p
 	}
 	return p;
 }
+
+
+// Per type of unit, the two tracks whose alleles add up to each member's genotype.
+const std::vector < std::vector < std::pair < int, int > > > MEMBERS = { {}, { { 0, 0 } }, { { 0, 1 } }, { { 0, 1 }, { 0, 2 } }, { { 0, 1 }, { 2, 3 }, { 0, 3 } } };
+
+// A unit built from random tracks (allele 1 with chance `freq`), each genotype missing with
+// chance `miss` and a family's child made homozygous at random with chance `mendel`. A holds
+// each member's allele and missing vectors, then the scaffold; geno the allele sums, -1 where
+// missing (twice the allele for a haploid); errors what the build returned.
+struct Unit {
+	genotype_graph g;
+	std::vector < std::vector < bool > > A;
+	std::vector < std::vector < int > > geno;
+	std::vector < int > idx = { 0, 1, 2, 3 };
+	int errors = 0;
+
+	Unit(const genotype_graph & graph, const std::vector < std::vector < int > > & geno) : g(graph), geno(geno) {}
+	Unit(int type, bool scaffold, int L, double miss, double freq = 0.4, double mendel = 0.0) : g(type, 0), A(10, std::vector < bool > (L)), geno(MEMBERS[type].size(), std::vector < int > (L)) {
+		for (int l = 0 ; l < L ; l ++) {
+			bool h[4];
+			for (bool & x : h) x = putils::getRandom() < freq;
+			for (unsigned int m = 0 ; m < geno.size() ; m ++) {
+				const bool missing = putils::getRandom() < miss;
+				A[3 * m][l] = !missing && h[MEMBERS[type][m].first];
+				A[3 * m + 1][l] = !missing && h[MEMBERS[type][m].second];
+				if (mendel > 0 && type > 2 && m == geno.size() - 1 && !missing && putils::getRandom() < mendel) A[3 * m][l] = A[3 * m + 1][l] = putils::getRandom() < 0.5;
+				A[3 * m + 2][l] = missing;
+				geno[m][l] = missing ? -1 : A[3 * m][l] + A[3 * m + 1][l];
+			}
+			A[9][l] = putils::getRandom() < 0.5;
+		}
+		if (type == 1) g.buildHap(A[0], A[2]);
+		else if (type == 2 && scaffold) g.buildUnr(A[0], A[1], A[2], A[9]);
+		else if (type == 2) g.buildUnr(A[0], A[1], A[2]);
+		else if (type == 3) errors = g.buildDuo(A[0], A[1], A[2], A[3], A[4], A[5]);
+		else errors = g.buildTrio(A[0], A[1], A[2], A[3], A[4], A[5], A[6], A[7], A[8]);
+	}
+
+	// "" when the tracks add up to every called genotype.
+	std::string mismatch(const std::vector < chaplotype > & H) const {
+		for (unsigned int m = 0 ; m < geno.size() ; m ++) for (unsigned int l = 0 ; l < geno[m].size() ; l ++)
+			if (geno[m][l] >= 0 && H[MEMBERS[g.type][m].first][l] + H[MEMBERS[g.type][m].second][l] != geno[m][l]) return "member " + std::to_string(m) + " site " + std::to_string(l);
+		return "";
+	}
+
+	static std::string text(const std::vector < chaplotype > & H) {
+		std::string s;
+		for (const chaplotype & h : H) s += h.toString() + "|";
+		return s;
+	}
+
+	// The tracks that a path spells (the coin of an unordered pair drawn).
+	std::string spell(std::vector < int > & path) {
+		std::vector < chaplotype > H(g.type, chaplotype(geno[0].size()));
+		g.buildGuesses(H, idx, path);
+		return text(H);
+	}
+};
 
 }
 

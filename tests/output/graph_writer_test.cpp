@@ -67,9 +67,8 @@ TEST(graph_writer, RoundTrip) {
 	ASSERT_EQ(S->size(), L);
 	for (int l = 0 ; l < L ; l ++) {
 		snp * a = sites.getByIndex(l), * b = S->getByIndex(l);
-		EXPECT_EQ(b->chr + b->id + b->a0 + b->a1 + std::to_string(b->bp) + std::to_string(b->idx), a->chr + a->id + a->a0 + a->a1 + std::to_string(a->bp) + std::to_string(a->idx));
-		EXPECT_EQ(b->cm, a->cm);
-		EXPECT_EQ(b->properties, a->properties);
+		EXPECT_TRUE(b->chr + b->id + b->a0 + b->a1 + std::to_string(b->bp) + std::to_string(b->idx) == a->chr + a->id + a->a0 + a->a1 + std::to_string(a->bp) + std::to_string(a->idx)
+			&& b->cm == a->cm && b->properties == a->properties) << l;
 	}
 	ASSERT_EQ(read.vecG.size(), graphs.size());
 	for (unsigned int i = 0 ; i < graphs.size() ; i ++) {

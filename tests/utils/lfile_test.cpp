@@ -1,26 +1,28 @@
 #include "test_utils.h"
 #include "utils/lfile.h"
-#include "utils/myException.h"
 
 #include <sstream>
 
 using testutils::TempDir;
 
-TEST(lfile, NamesAndOutput) {
+// The log takes ".log" unless the name has it; what goes to the log and what to the screen.
+// A log opened for later keeps its lines in memory: a failure before start() writes no
+// file unless the log must be kept.
+TEST(lfile, NamesOutputAndHeldLines) {
 	TempDir d;
-	const std::pair < std::string, std::string > cases[3] = { { "a.log", "a.log" }, { "a.txt", "a.txt.log" }, { "a", "a.log" } };
-	for (const auto & c : cases) {
+	for (const auto & c : { std::make_pair("a.log", "a.log"), std::make_pair("a.txt", "a.txt.log") }) {
 		lfile L;
 		L.muteC();
 		ASSERT_TRUE(L.open(d.file(c.first)));
 		EXPECT_EQ(L.name(), d.file(c.second));
-		L.close();
 	}
 	lfile L;
 	L.muteC();
-	ASSERT_TRUE(L.open(d.file("run1")));
-	EXPECT_EQ(L.getPrefix(), d.file("run1"));
+	ASSERT_TRUE(L.open(d.file("run1"), false));
 	L.println("first");
+	EXPECT_FALSE(testutils::exists(d.file("run1.log")));
+	ASSERT_TRUE(L.start());
+	EXPECT_EQ(L.getPrefix(), d.file("run1"));
 	L.printC("screen only");
 	L.print("a");
 	L.printlnL("b");
@@ -30,9 +32,17 @@ TEST(lfile, NamesAndOutput) {
 	L.warning("careful");
 	L.close();
 	EXPECT_EQ(d.read("run1.log"), "first\nab\n\nWARNING: careful\n");
-
-	lfile bad;
-	EXPECT_FALSE(bad.open(d.file("no/such/dir/x")));
+	EXPECT_FALSE(lfile().open(d.file("no/such/dir/x")));
+	for (bool keep : { true, false }) EXPECT_EXIT({
+		lfile E;
+		E.muteC();
+		E.open(d.file(keep ? "kept" : "dropped"), false);
+		E.keepOnError = keep;
+		E.println("checks");
+		E.error("broken input");
+	}, ::testing::ExitedWithCode(1), "^\nERROR: broken input\n$");
+	EXPECT_EQ(d.read("kept.log"), "checks\n\nERROR: broken input\n");
+	EXPECT_FALSE(testutils::exists(d.file("dropped.log")));
 }
 
 // Off a terminal the screen gets no colour, and a line rewritten with "\r" only in the state
@@ -51,45 +61,4 @@ TEST(lfile, PlainScreenOffTerminal) {
 	L.printC("cut short");
 	L.close();
 	EXPECT_EQ(screen.str(), "\nMODE -phase : PHASING\nMain iteration [3/3]\nCorrecting [2/2]\ncut short\n");
-}
-
-// A log opened for later keeps its lines in memory: a failure before start() writes no
-// file unless the log must be kept.
-TEST(lfile, HeldUntilStarted) {
-	TempDir d;
-	lfile L;
-	L.muteC();
-	ASSERT_TRUE(L.open(d.file("held"), false));
-	L.println("before");
-	EXPECT_FALSE(std::ifstream(d.file("held.log")).good());
-	ASSERT_TRUE(L.start());
-	L.println("after");
-	L.close();
-	EXPECT_EQ(d.read("held.log"), "before\nafter\n");
-	for (bool keep : { true, false }) EXPECT_EXIT({
-		lfile E;
-		E.muteC();
-		E.open(d.file(keep ? "kept" : "dropped"), false);
-		E.keepOnError = keep;
-		E.println("checks");
-		E.error("broken input");
-	}, ::testing::ExitedWithCode(1), "^\nERROR: broken input\n$");
-	EXPECT_EQ(d.read("kept.log"), "checks\n\nERROR: broken input\n");
-	EXPECT_FALSE(std::ifstream(d.file("dropped.log")).good());
-}
-
-TEST(lfile, ErrorThrowsWhenAskedTo) {
-	lfile L;
-	L.muteC();
-	L.muteL();
-	L.exitOnError = false;
-	L.errorTerminal = false;
-	testing::internal::CaptureStderr();
-	try {
-		L.error("refused input");
-		ADD_FAILURE() << "error returned";
-	} catch (const myException & e) {
-		EXPECT_STREQ(e.what(), "refused input");
-	}
-	EXPECT_EQ(testing::internal::GetCapturedStderr(), "\nERROR: refused input\n");
 }

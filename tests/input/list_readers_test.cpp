@@ -1,11 +1,20 @@
+#include "input/bamlist_reader.h"
 #include "input/genotype_test_utils.h"
 #include "input/gmap_reader.h"
+#include "input/pair_reader.h"
 
 using namespace genotest;
 
 namespace {
 
 const std::string header = "position COMBINED_rate(cM/Mb) Genetic_Map(cM)\n";
+
+// Sites at 100, 200, 300 and two at 400, as left by a split multi-allelic locus.
+void makeSites(snp_set & S) {
+	for (int bp : { 100, 200, 300, 400 }) S.put(new snp("1", bp, "A", "C", 5));
+	S.put(new snp("1", 400, "A", "T", 5));
+	S.indexing();
+}
 
 }
 
@@ -44,4 +53,46 @@ TEST(gmap_reader, FatalMessages) {
 		{ "m", header + "2147483648 1 0.1\n", "Position 2147483648 at line 2 of \\[.*/m\\] is out of range" },
 	}, [&] { gmap_reader().readGeneticMapFile(d.file("m"), "20"); });
 	EXPECT_LOG_ERROR(gmap_reader().readGeneticMapFile(d.file("missing"), "20"), "Impossible to open file \\[.*/missing\\]");
+}
+
+// Plain and compressed lists; faults name the line.
+TEST(pair_reader, ReadsWindowsOrdersThemAndFatalMessages) {
+	TempDir d;
+	testutils::silenceLog();
+	for (std::string name : { "s.txt", "s.txt.gz", "s.txt.bz2" }) {
+		testutils::writeCompressed(d.file(name), "w1 300 100\nw2\t200 200\r\nw3 300 200 100\n");
+		snp_set S;
+		makeSites(S);
+		pair_reader P;
+		P.readPairs(d.file(name), &S);
+		EXPECT_TRUE(P.id == std::vector < std::string > ({ "w1", "w2", "w3" }) && P.sites == std::vector < std::vector < int > > ({ { 2, 0 }, { 1, 1 }, { 2, 1, 0 } })) << name;
+		P.checkAndOrder();
+		EXPECT_EQ(P.sites, std::vector < std::vector < int > > ({ { 0, 2 }, { 1, 1 }, { 0, 1, 2 } })) << name;
+	}
+	expectFaults(d, {}, {
+		{ "s", "w1 100 200\n\nw2 100\n", "Line=3 found=2 expected at least 3 at line 3 of \\[.*s\\]" },
+		{ "s", "w1 100 250\n", "No site at position = 250 at line 1 of \\[.*s\\]" },
+		{ "s", "w1 100 400\n", "More than 1 site at position = 400" },
+		{ "s", "w1 100 200\nw2 100 300\nw1 200 300\n", "Duplicate window ID = w1" },
+	}, [&] { snp_set S; makeSites(S); pair_reader P; P.readPairs(d.file("s"), &S); P.checkAndOrder(); });
+	EXPECT_LOG_ERROR(pair_reader().readPairs(d.file("missing"), nullptr), "Impossible to open file \\[.*/missing\\]");
+}
+
+// Blanks, tabs and CR LF ends, a compressed list, an empty one; faults name the line.
+TEST(bamlist_reader, ReadsThreeColumnsAndFatalMessages) {
+	testutils::silenceLog();
+	TempDir d;
+	testutils::writeCompressed(d.file("l.txt.gz"), "s1 /data/s1.bam 3\ns2\t/data/s2.bam\t-1\r\n");
+	bamlist_reader B;
+	B.readBamList(d.file("l.txt.gz"));
+	EXPECT_TRUE(B.col0 == std::vector < std::string > ({ "s1", "s2" }) && B.col1 == std::vector < std::string > ({ "/data/s1.bam", "/data/s2.bam" }) && B.col2 == std::vector < int > ({ 3, -1 }));
+	d.write("empty", "");
+	bamlist_reader E;
+	E.readBamList(d.file("empty"));
+	EXPECT_TRUE(E.col0.empty() && E.col1.empty() && E.col2.empty());
+	expectFaults(d, {}, {
+		{ "l", "s1 a.bam 1\ns2 b.bam\n", "Parsing line 1 : incorrect number of columns, observed: 2 expected: 3" },
+		{ "l", "s1 a.bam 1 x\n", "Parsing line 0 : incorrect number of columns, observed: 4 expected: 3" },
+	}, [&] { bamlist_reader().readBamList(d.file("l")); });
+	EXPECT_LOG_ERROR(bamlist_reader().readBamList(d.file("missing")), "Impossible to open file \\[.*/missing\\]");
 }
