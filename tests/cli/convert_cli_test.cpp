@@ -23,12 +23,37 @@ const std::string small_haps = "1 rs1 100 A G 0 1 1 1 0 0\n1 rs2 200 C T 1 0 0 1
 
 }
 
-// The graphs of a run give back its most likely haplotypes (gzip-compressed by name), but for
-// swaps of a pair where both pass through one fragment; sampled ones, on two threads, carry
-// the genotypes; the VCF holds the most likely ones with their phase confidence.
-TEST(cli_convert, GraphsGiveTheRunsHaplotypes) {
+// One run's graphs. Damaged, or with a sets file whose tables cannot be written, they stop
+// the run before any output, naming the file. Whole, they give back the run's most likely
+// haplotypes (gzip-compressed by name), but for swaps of a pair where both pass through one
+// fragment; sampled ones, on two threads, carry the genotypes; the VCF holds the most likely
+// ones with their phase confidence. Pair tables over three windows, one given out of order:
+// per record one line a distinct combination with as many indices as the record has
+// haplotypes, probabilities and frequencies summing to one; no replicate, empty tables.
+TEST(cli_convert, FromGraphs) {
 	TempDir d;
-	phaseWithGraphs(d);
+	std::vector < int > p = phaseWithGraphs(d);
+	ASSERT_GT(p.size(), 40u);
+	const std::string graph = d.read("a.graph");
+	const std::string window = " " + std::to_string(p[1]) + " " + std::to_string(p[2]) + "\n";
+	std::string flipped = graph;
+	flipped[graph.size() / 2] ^= 0x10;
+	const std::vector < std::pair < std::string, std::string > > cases = {
+		{ flipped, "Graph file [b.graph] is corrupted: its checksum does not match its content" },
+		{ graph.substr(0, graph.size() - 1), "Graph file [b.graph] ends inside its checksum: the file is truncated" },
+		{ graph + "\n", "Graph file [b.graph] goes on after its checksum" },
+		{ graph.substr(0, graph.size() / 2), "Graph file [b.graph], graph " },
+	};
+	d.write("sets", "w1" + window);
+	for (const auto & c : cases) {
+		d.write("b.graph", c.first);
+		EXPECT_TRUE(refused(runSorvane("-convert --input-graph b.graph --input-sets sets --output-max m -L c", d.path), c.second));
+		EXPECT_FALSE(exists(d.file("m.haps")) || exists(d.file("m.sample")) || exists(d.file("w1.pairs.gz"))) << c.second;
+	}
+	d.write("sets", "w1" + window + "\nnodir/w2" + window);
+	RunResult r = runSorvane("-convert --input-graph a.graph --input-sets sets --replicate 5 -L c", d.path);
+	EXPECT_TRUE(refused(r, "The table nodir/w2.pairs.gz of window nodir/w2 is impossible to create, check writing permissions\n"));
+	EXPECT_FALSE(has(r.out, "Sampling haplotypes") || exists(d.file("w1.pairs.gz")));
 	ASSERT_TRUE(succeeded(runSorvane("-convert --input-graph a.graph --output-max m.haps.gz m.sample --output-sample s --output-vcf v.vcf --output-haps h --thread 2 --seed 1 --no-rare-phasing -L c", d.path)));
 	EXPECT_EQ(d.read("m.sample"), d.read("a.sample"));
 	// Entries of a that m has with the two alleles swapped, and those that differ otherwise.
@@ -51,15 +76,6 @@ TEST(cli_convert, GraphsGiveTheRunsHaplotypes) {
 	EXPECT_TRUE(rated.first == 0 && rated.second > 1000) << rated.first << " " << rated.second;
 	EXPECT_TRUE(has(d.read("c.log"), "WARNING: Options --output-haps and --output-ref cannot be used when specifying --input-graph\n"));
 	EXPECT_FALSE(exists(d.file("h.haps")) || exists(d.file("h.sample")));
-}
-
-// Pair tables over three windows, one given out of order: per record one line a distinct
-// combination with as many indices as the record has haplotypes, probabilities summing to
-// one, frequencies over the window haplotypes summing to one. No replicate: empty tables.
-TEST(cli_convert, PairTables) {
-	TempDir d;
-	std::vector < int > p = phaseWithGraphs(d);
-	ASSERT_GT(p.size(), 40u);
 	auto pos = [&](int k) { return " " + std::to_string(p[k]); };
 	d.write("sets", "w1" + pos(10) + pos(11) + "\nw2" + pos(30) + pos(20) + pos(25) + "\nw3" + pos(1) + pos(2) + pos(3) + pos(40) + "\n");
 	ASSERT_TRUE(succeeded(runSorvane("-convert --input-graph a.graph --input-sets sets --replicate 60 --thread 2 --seed 4 -L c", d.path)));
@@ -94,6 +110,8 @@ TEST(cli_convert, PairTables) {
 	for (std::string w : { "w1", "w2", "w3" }) for (std::string suffix : { ".pairs.gz", ".freqs.gz" })
 		EXPECT_EQ(readCompressed(d.file(w + suffix)), "") << w << suffix;
 }
+
+
 
 // Every refusal of the file checks, before anything is read. A run whose last output fails
 // replaces none of the files before it.
@@ -130,31 +148,4 @@ TEST(cli_convert, Checks) {
 	}) refusals.push_back(Row { c.first, 1, "ERROR: " + c.second + "\n", has(c.first, "full") ? "" : "Reading" });
 	expectRows(std::string(SORVANE_BIN) + " -convert -L c", d, refusals);
 	EXPECT_EQ(d.read("keep.haps"), "kept\n");
-}
-
-// A damaged graph file, or a sets file whose tables cannot be written, stops the run before
-// any output, naming the file; blank lines of a sets file are passed over.
-TEST(cli_convert, DamagedGraphsAndSets) {
-	TempDir d;
-	std::vector < int > p = phaseWithGraphs(d);
-	const std::string graph = d.read("a.graph");
-	const std::string window = " " + std::to_string(p[1]) + " " + std::to_string(p[2]) + "\n";
-	std::string flipped = graph;
-	flipped[graph.size() / 2] ^= 0x10;
-	const std::vector < std::pair < std::string, std::string > > cases = {
-		{ flipped, "Graph file [b.graph] is corrupted: its checksum does not match its content" },
-		{ graph.substr(0, graph.size() - 1), "Graph file [b.graph] ends inside its checksum: the file is truncated" },
-		{ graph + "\n", "Graph file [b.graph] goes on after its checksum" },
-		{ graph.substr(0, graph.size() / 2), "Graph file [b.graph], graph " },
-	};
-	d.write("sets", "w1" + window);
-	for (const auto & c : cases) {
-		d.write("b.graph", c.first);
-		EXPECT_TRUE(refused(runSorvane("-convert --input-graph b.graph --input-sets sets --output-max m -L c", d.path), c.second));
-		EXPECT_FALSE(exists(d.file("m.haps")) || exists(d.file("m.sample")) || exists(d.file("w1.pairs.gz"))) << c.second;
-	}
-	d.write("sets", "w1" + window + "\nnodir/w2" + window);
-	RunResult r = runSorvane("-convert --input-graph a.graph --input-sets sets --replicate 5 -L c", d.path);
-	EXPECT_TRUE(refused(r, "The table nodir/w2.pairs.gz of window nodir/w2 is impossible to create, check writing permissions\n"));
-	EXPECT_FALSE(has(r.out, "Sampling haplotypes") || exists(d.file("w1.pairs.gz")));
 }
