@@ -4,9 +4,31 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <tuple>
 
 using namespace testutils;
 using namespace exsubset;
+
+namespace {
+
+// The example cohort's samples in file order, the father and mother of each ("0": none),
+// and the samples in no duo or trio.
+struct Cohort {
+	std::vector < std::string > ids, unrelated;
+	std::map < std::string, std::pair < std::string, std::string > > parents;
+
+	Cohort() {
+		std::set < std::string > related;
+		for (const std::vector < std::string > & r : table(E + "/cohort.fam")) {
+			ids.push_back(r[1]);
+			parents[r[1]] = { r[2], r[3] };
+			if (r[2] != "0" || r[3] != "0") related.insert({ r[1], r[2], r[3] });
+		}
+		for (const std::string & id : ids) if (!related.count(id)) unrelated.push_back(id);
+	}
+};
+
+}
 
 // The whole example cohort from its PED files on two threads: genotypes and sample order
 // kept, trios Mendel consistent with the father's allele first, and a low switch error of
@@ -16,26 +38,19 @@ TEST(cli_phase_accuracy, ExampleCohort) {
 	ASSERT_TRUE(succeeded(runSorvane("--input-ped " + E + "/cohort --input-map " + E + "/genetic_map.txt --thread 2 --seed 1 --output-max out -L log", d.path)));
 	const std::map < std::string, std::map < int, int > > G = vcfGenotypes();
 	const Haplotypes out(d.file("out")), truth(E + "/truth");
-	std::vector < std::string > ids, unrelated;
-	std::map < std::string, std::pair < std::string, std::string > > parents;
-	std::set < std::string > related;
-	for (const std::vector < std::string > & r : table(E + "/cohort.fam")) {
-		ids.push_back(r[1]);
-		parents[r[1]] = { r[2], r[3] };
-		if (r[2] != "0" || r[3] != "0") related.insert({ r[1], r[2], r[3] });
-	}
-	for (const std::string & id : ids) if (!related.count(id)) unrelated.push_back(id);
+	const Cohort cohort;
+	const std::vector < std::string > & ids = cohort.ids;
 	ASSERT_EQ(out.ids, ids);
 	ASSERT_EQ(out.alleles.size(), G.begin()->second.size());
 	expectGenotypesKept(out);
 	long pairs;
-	EXPECT_LT(switchError(out, truth, unrelated, pairs), 0.03);
+	EXPECT_LT(switchError(out, truth, cohort.unrelated, pairs), 0.03);
 	EXPECT_GT(pairs, 20000);
 	// A child's first allele is one of its father's, its second one of its mother's, wherever
 	// the three genotypes are known and Mendel consistent.
 	int n_trio_sites = 0;
 	for (const auto & s : out.alleles) for (unsigned int c = 0 ; c < ids.size() ; c ++) {
-		const std::pair < std::string, std::string > & p = parents.at(ids[c]);
+		const std::pair < std::string, std::string > & p = cohort.parents.at(ids[c]);
 		if (p.first == "0" || p.second == "0") continue;
 		const std::vector < int > & h = s.second;
 		const int f = out.index(p.first), m = out.index(p.second), gf = G.at(p.first).at(s.first), gm = G.at(p.second).at(s.first), gc = G.at(ids[c]).at(s.first);
@@ -46,6 +61,74 @@ TEST(cli_phase_accuracy, ExampleCohort) {
 		n_trio_sites ++;
 	}
 	EXPECT_GT(n_trio_sites, 5000);
+}
+
+// The other models and selections on the whole example: the switch error of the unrelated
+// samples stays low, and the PBWT selection against the panel is not worse than the Hamming
+// one beyond noise.
+TEST(cli_phase_accuracy, ModelsAndSelections) {
+	TempDir d;
+	const Cohort cohort;
+	const Haplotypes truth(E + "/truth");
+	const std::string vcf = "--input-vcf " + E + "/cohort.vcf.gz" + PANEL, short_run = " --burn 2 --prune 2 --main 4";
+	const std::vector < std::tuple < std::string, std::string, double > > runs = {
+		{ "auto", vcf + short_run, 0.03 }, { "hamming", vcf + short_run + " --selection hamming", 0.03 },
+		{ "graph", "--input-ped " + E + "/cohort --model-version1 --burn 3 --prune 4 --main 8", 0.03 },
+		{ "panel", vcf + " --no-mcmc", 0.04 } };
+	std::map < std::string, double > rate;
+	for (const auto & [name, args, bound] : runs) {
+		ASSERT_TRUE(succeeded(runSorvane(args + " --input-map " + E + "/genetic_map.txt --thread 1 --seed 1 --output-max " + name + " -L " + name, d.path))) << name;
+		const Haplotypes out(d.file(name));
+		ASSERT_EQ(out.ids, cohort.ids);
+		expectGenotypesKept(out);
+		long pairs;
+		rate[name] = switchError(out, truth, cohort.unrelated, pairs);
+		EXPECT_GT(pairs, 20000);
+		EXPECT_LT(rate[name], bound) << name;
+	}
+	EXPECT_LT(rate["auto"], rate["hamming"] * 1.1) << rate["auto"] << " " << rate["hamming"];
+}
+
+// Families phased from the population alone, then with --duohmm: the transmitted haplotype of
+// each child (the first from the father, the second from the mother) becomes nearly exact,
+// the switch error costs no more than noise, and the crossover table has one row of
+// probabilities per meiosis.
+TEST(cli_phase_accuracy, DuohmmFamilies) {
+	TempDir d;
+	std::vector < std::vector < std::string > > related = table(E + "/families_truth.sample");
+	related.erase(related.begin(), related.begin() + 2);
+	const std::string args = "--input-bed " + E + "/families --input-map " + E + "/genetic_map.txt --thread 1 --seed 1 ";
+	ASSERT_TRUE(succeeded(runSorvane(args + "--noped --output-max pop -L pop", d.path)));
+	ASSERT_TRUE(succeeded(runSorvane(args + "--duohmm --output-max ped --output-duohmm-recombination rec.txt -L ped", d.path)));
+	const Haplotypes truth(E + "/families_truth"), pop(d.file("pop")), ped(d.file("ped"));
+	std::vector < std::string > children, parents = { "IND0201" };	// a child and a father
+	int meioses = 0;
+	for (const std::vector < std::string > & s : related) {
+		const int n = (s[3] != "0") + (s[4] != "0");
+		(n ? children : parents).push_back(s[1]);
+		meioses += n;
+	}
+	for (const Haplotypes * out : { &pop, &ped }) {
+		int wrong = 0, total = 0;
+		for (const std::vector < std::string > & s : related) if (s[3] != "0" || s[4] != "0") {
+			const int h = s[3] != "0" ? 0 : 1, o = out->index(s[1]), t = truth.index(s[1]);
+			for (const auto & x : out->alleles) {
+				total ++;
+				wrong += x.second[2 * o + h] != truth.alleles.at(x.first)[2 * t + h];
+			}
+		}
+		if (out == &ped) EXPECT_LT(wrong, total / 1000) << total;
+		else EXPECT_GT(wrong, total / 50) << total;
+	}
+	long pairs;
+	for (const std::vector < std::string > * ids : { &children, &parents })
+		EXPECT_LT(switchError(ped, truth, *ids, pairs), switchError(pop, truth, *ids, pairs) + 0.002) << (*ids)[0];
+	const std::vector < std::vector < std::string > > rec = table(d.file("rec.txt"));
+	ASSERT_EQ((int)rec.size(), 1 + meioses);
+	for (unsigned int i = 0 ; i < rec.size() ; i ++) {
+		ASSERT_EQ(rec[i].size(), 2 + ped.alleles.size());
+		for (unsigned int l = 2 ; i > 0 && l < rec[i].size() ; l ++) EXPECT_TRUE(std::stod(rec[i][l]) >= 0 && std::stod(rec[i][l]) <= 1);
+	}
 }
 
 // A child genotype turned from 0/0 into 1/1 where both parents are heterozygous (Mendel
