@@ -21,10 +21,10 @@ FUZZ_SECONDS ?= 60
 
 # The thread checker runs the tests that work on more than one thread: the work queue, the
 # stages and graph building on one and two threads, and the command lines run with two.
-TSAN_TESTS = work_queue|Thread|cli_convert.GraphsGiveTheRunsHaplotypes|cli_convert.PairTables|cli_phase.EveryFormatPhasesAndKeepsGenotypes|cli_pir.AssembleExampleReads|cli_pir.MutationInclusion|cli_interop.PipelineVcf
+TSAN_TESTS = work_queue|Thread|cli_convert.FromGraphs|cli_phase.EveryFormatPhasesAndKeepsGenotypes|cli_pir.AssembleExampleReads|cli_pir.MutationInclusion|cli_interop.PipelineVcf
 # The address checker skips the long accuracy runs on whole cohorts, whose code the shorter
 # runs of the suite go through.
-ASAN_SKIP = cli_phase_accuracy.DuohmmFamilies|cli_phase_accuracy.ExampleCohort|cli_phase_accuracy.PanelSelection|cli_phase_accuracy.GraphModelAndPanelAlone|cli_call.BetterThanPerSiteCallsAtLowDepth|cli_workflow.ChunkedExampleLigates
+ASAN_SKIP = cli_phase_accuracy.DuohmmFamilies|cli_phase_accuracy.ExampleCohort|cli_phase_accuracy.ModelsAndSelections|cli_workflow.ChunkedExampleLigates
 
 # A checked build runs slower: more time for each test.
 CHECKED = -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSORVANE_TEST_TIMEOUT=900

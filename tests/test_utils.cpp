@@ -13,9 +13,8 @@ namespace testutils {
 
 TempDir::TempDir() {
 	char tmpl[] = "/tmp/sorvane_test_XXXXXX";
-	char * p = mkdtemp(tmpl);
-	if (!p) abort();
-	path = p;
+	if (!mkdtemp(tmpl)) abort();
+	path = tmpl;
 }
 
 TempDir::~TempDir() {
@@ -23,18 +22,14 @@ TempDir::~TempDir() {
 	if (system(cmd.c_str()) != 0) fprintf(stderr, "could not remove %s\n", path.c_str());
 }
 
-std::string TempDir::file(const std::string & name) const {
-	return path + "/" + name;
-}
+std::string TempDir::file(const std::string & name) const { return path + "/" + name; }
 
 void TempDir::write(const std::string & name, const std::string & content) const {
 	std::ofstream f(file(name).c_str(), std::ios::binary);
 	f << content;
 }
 
-std::string TempDir::read(const std::string & name) const {
-	return readFile(file(name));
-}
+std::string TempDir::read(const std::string & name) const { return readFile(file(name)); }
 
 std::set < std::string > TempDir::files() const {
 	std::set < std::string > names;
@@ -55,10 +50,7 @@ RunResult runCommand(const std::string & command, const std::string & dir) {
 	std::string out = dir + "/.stdout", err = dir + "/.stderr";
 	std::string cmd = "cd '" + dir + "' && (" + command + ") > .stdout 2> .stderr < /dev/null";
 	int raw = system(cmd.c_str());
-	RunResult r;
-	r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-	r.out = readFile(out);
-	r.err = readFile(err);
+	RunResult r { WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readFile(out), readFile(err) };
 	remove(out.c_str());
 	remove(err.c_str());
 	return r;
@@ -70,18 +62,24 @@ std::string runOk(const std::string & command, const std::string & dir) {
 	return r.out;
 }
 
-RunResult runSorvane(const std::string & args, const std::string & dir) {
-	return runCommand(std::string(SORVANE_BIN) + " " + args, dir);
-}
+RunResult runSorvane(const std::string & args, const std::string & dir) { return runCommand(std::string(SORVANE_BIN) + " " + args, dir); }
 
 ::testing::AssertionResult refused(const RunResult & r, const std::string & message) {
 	if (r.status == 1 && has(r.err, "ERROR: " + message)) return ::testing::AssertionSuccess();
 	return ::testing::AssertionFailure() << "status " << r.status << ", standard error:\n" << r.err;
 }
 
-Row refusal(const std::string & args, const std::string & message) {
-	return Row { args, 1, "ERROR: " + message + "\n" };
+::testing::AssertionResult succeeded(const RunResult & r) {
+	if (r.status == 0) return ::testing::AssertionSuccess();
+	return ::testing::AssertionFailure() << "status " << r.status << "\n" << r.out << r.err;
 }
+
+::testing::AssertionResult hasAll(const std::string & text, const std::vector < std::string > & parts) {
+	for (const std::string & p : parts) if (!has(text, p)) return ::testing::AssertionFailure() << "missing [" << p << "] in:\n" << text;
+	return ::testing::AssertionSuccess();
+}
+
+Row refusal(const std::string & args, const std::string & message) { return Row { args, 1, "ERROR: " + message + "\n" }; }
 
 void expectRows(const std::string & program, const TempDir & d, const std::vector < Row > & rows) {
 	for (const Row & row : rows) {
@@ -105,13 +103,9 @@ std::string readCompressed(const std::string & name) {
 	return s.str();
 }
 
-bool has(const std::string & text, const std::string & part) {
-	return text.find(part) != std::string::npos;
-}
+bool has(const std::string & text, const std::string & part) { return text.find(part) != std::string::npos; }
 
-bool exists(const std::string & path) {
-	return access(path.c_str(), F_OK) == 0;
-}
+bool exists(const std::string & path) { return access(path.c_str(), F_OK) == 0; }
 
 uint64_t fnv1a(const std::string & text) {
 	uint64_t hash = 0xcbf29ce484222325ULL;
@@ -135,9 +129,6 @@ std::vector < std::string > lines(const std::string & text) {
 	return out;
 }
 
-void silenceLog() {
-	LOG.muteC();
-	LOG.muteL();
-}
+void silenceLog() { LOG.muteC(); LOG.muteL(); }
 
 }

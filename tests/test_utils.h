@@ -45,12 +45,17 @@ std::string runOk(const std::string & command, const std::string & dir);
 // Runs the built binary with the given argument string inside `dir`.
 RunResult runSorvane(const std::string & args, const std::string & dir);
 
-// Exit status 1 with "ERROR: " and the message on standard error; the failure shows both.
+// Exit status 1 with "ERROR: " and the message on standard error.
 ::testing::AssertionResult refused(const RunResult & r, const std::string & message);
 
-// One command line of a table: the exit status, a fragment that standard output or error
-// must hold, one that neither may hold, and files (blank-separated) that must not exist
-// after the run.
+// Exit status 0; the failure shows both outputs.
+::testing::AssertionResult succeeded(const RunResult & r);
+
+// The text holds every part; the failure names the first missing one and shows the text.
+::testing::AssertionResult hasAll(const std::string & text, const std::vector < std::string > & parts);
+
+// One command line of a table: exit status, a fragment the output must hold, one it may not
+// hold, and files (blank-separated) that must not exist after the run.
 struct Row {
 	std::string args;
 	int status;

@@ -2,267 +2,116 @@
 #include "test_utils.h"
 
 #include <algorithm>
-#include <fstream>
 #include <map>
-#include <sstream>
+#include <set>
+#include <tuple>
 
 using namespace testutils;
 using namespace exsubset;
 
 namespace {
 
-const std::string E = SORVANE_EXAMPLE_DATA;
-
-// Pedigree (of the FAM file) and genotypes (of the VCF, which holds those of the PED file)
-// of the example: per sample its father, mother and, per site, the alternative allele count
-// or -1 when missing.
-struct Pedigree {
-	std::vector < std::string > ids;
+// The example cohort's samples in file order, the father and mother of each ("0": none),
+// and the samples in no duo or trio.
+struct Cohort {
+	std::vector < std::string > ids, unrelated;
 	std::map < std::string, std::pair < std::string, std::string > > parents;
-	std::map < std::string, std::vector < int > > genotypes;
-	std::vector < int > positions;
 
-	Pedigree() {
-		const std::map < std::string, std::map < int, int > > G = exsubset::vcfGenotypes();
+	Cohort() {
+		std::set < std::string > related;
 		for (const std::vector < std::string > & r : table(E + "/cohort.fam")) {
 			ids.push_back(r[1]);
 			parents[r[1]] = { r[2], r[3] };
-			for (const auto & g : G.at(r[1])) genotypes[r[1]].push_back(g.second);
+			if (r[2] != "0" || r[3] != "0") related.insert({ r[1], r[2], r[3] });
 		}
-		for (const auto & g : G.begin()->second) positions.push_back(g.first);
-	}
-	// Samples with neither parents nor children.
-	std::vector < std::string > unrelated() const {
-		std::vector < std::string > u;
-		for (const std::string & id : ids) if (parents.at(id) == std::make_pair(std::string("0"), std::string("0")) && std::none_of(parents.begin(), parents.end(),
-				[&](const std::pair < const std::string, std::pair < std::string, std::string > > & p) { return p.second.first == id || p.second.second == id; })) u.push_back(id);
-		return u;
+		for (const std::string & id : ids) if (!related.count(id)) unrelated.push_back(id);
 	}
 };
 
-bool mendelConsistent(int f, int m, int c) {
-	for (int a : { f > 0, f > 1 }) for (int b : { m > 0, m > 1 }) if (a + b == c) return true;
-	return false;
 }
 
-// Each written sample's two haplotypes add up to its genotype wherever that is not missing.
-void expectGenotypesKept(const Haplotypes & out, Pedigree & ped) {
-	for (unsigned int l = 0 ; l < ped.positions.size() ; l ++) {
-		if (!out.alleles.count(ped.positions[l])) continue;
-		const std::vector < int > & h = out.alleles.at(ped.positions[l]);
-		for (unsigned int i = 0 ; i < out.ids.size() ; i ++) {
-			int g = ped.genotypes[out.ids[i]][l];
-			if (g < 0) continue;
-			ASSERT_EQ(h[2 * i] + h[2 * i + 1], g) << out.ids[i] << " at " << ped.positions[l];
-		}
-	}
-}
-
-int hamming(const Haplotypes & H, int a, int b, int from, int to) {
-	int d = 0;
-	for (auto it = H.alleles.lower_bound(from) ; it != H.alleles.end() && it->first < to ; ++ it) d += it->second[a] != it->second[b];
-	return d;
-}
-
-}
-
-// The whole example cohort phased from its PED files with the map on two threads: the
-// genotypes come back, trios are Mendel consistent with the father's allele first, samples
-// keep their input order, and the switch error against the simulated truth stays low (a
-// broken model gives tens of percent; the expected value is below 1 %).
+// The whole example cohort from its PED files on two threads: genotypes and sample order
+// kept, trios Mendel consistent with the father's allele first, and a low switch error of
+// the unrelated samples against the simulated truth (expected below 1 %).
 TEST(cli_phase_accuracy, ExampleCohort) {
 	TempDir d;
-	RunResult r = runSorvane("--input-ped " + E + "/cohort --input-map " + E + "/genetic_map.txt --thread 2 --seed 1 --output-max out -L log", d.path);
-	ASSERT_EQ(r.status, 0) << r.out;
-	Haplotypes out(d.file("out"));
-	Haplotypes truth(E + "/truth");
-	Pedigree ped;
-	ASSERT_EQ(out.ids, ped.ids);
-	ASSERT_EQ(out.alleles.size(), ped.positions.size());
-	expectGenotypesKept(out, ped);
-
+	ASSERT_TRUE(succeeded(runSorvane("--input-ped " + E + "/cohort --input-map " + E + "/genetic_map.txt --thread 2 --seed 1 --output-max out -L log", d.path)));
+	const std::map < std::string, std::map < int, int > > G = vcfGenotypes();
+	const Haplotypes out(d.file("out")), truth(E + "/truth");
+	const Cohort cohort;
+	const std::vector < std::string > & ids = cohort.ids;
+	ASSERT_EQ(out.ids, ids);
+	ASSERT_EQ(out.alleles.size(), G.begin()->second.size());
+	expectGenotypesKept(out);
+	long pairs;
+	EXPECT_LT(switchError(out, truth, cohort.unrelated, pairs), 0.03);
+	EXPECT_GT(pairs, 20000);
+	// A child's first allele is one of its father's, its second one of its mother's, wherever
+	// the three genotypes are known and Mendel consistent.
 	int n_trio_sites = 0;
-	for (unsigned int l = 0 ; l < ped.positions.size() ; l ++) {
-		const std::vector < int > & h = out.alleles[ped.positions[l]];
-		for (unsigned int c = 0 ; c < ped.ids.size() ; c ++) {
-			const std::pair < std::string, std::string > & p = ped.parents[ped.ids[c]];
-			if (p.first == "0" || p.second == "0") continue;
-			int f = out.index(p.first), m = out.index(p.second);
-			int gf = ped.genotypes[p.first][l], gm = ped.genotypes[p.second][l], gc = ped.genotypes[ped.ids[c]][l];
-			if (gf < 0 || gm < 0 || gc < 0 || !mendelConsistent(gf, gm, gc)) continue;
-			EXPECT_TRUE(h[2 * c] == h[2 * f] || h[2 * c] == h[2 * f + 1]) << ped.ids[c] << " at " << ped.positions[l];
-			EXPECT_TRUE(h[2 * c + 1] == h[2 * m] || h[2 * c + 1] == h[2 * m + 1]) << ped.ids[c] << " at " << ped.positions[l];
-			n_trio_sites ++;
-		}
+	for (const auto & s : out.alleles) for (unsigned int c = 0 ; c < ids.size() ; c ++) {
+		const std::pair < std::string, std::string > & p = cohort.parents.at(ids[c]);
+		if (p.first == "0" || p.second == "0") continue;
+		const std::vector < int > & h = s.second;
+		const int f = out.index(p.first), m = out.index(p.second), gf = G.at(p.first).at(s.first), gm = G.at(p.second).at(s.first), gc = G.at(ids[c]).at(s.first);
+		bool consistent = false;
+		for (int a : { gf > 0, gf > 1 }) for (int b : { gm > 0, gm > 1 }) consistent = consistent || a + b == gc;
+		if (gf < 0 || gm < 0 || gc < 0 || !consistent) continue;
+		EXPECT_TRUE((h[2 * c] == h[2 * f] || h[2 * c] == h[2 * f + 1]) && (h[2 * c + 1] == h[2 * m] || h[2 * c + 1] == h[2 * m + 1])) << ids[c] << " at " << s.first;
+		n_trio_sites ++;
 	}
 	EXPECT_GT(n_trio_sites, 5000);
-
-	// Switch error over the unrelated samples.
-	long pairs;
-	double rate = switchError(out, truth, ped.unrelated(), pairs);
-	ASSERT_GT(pairs, 20000);
-	EXPECT_LT(rate, 0.03) << pairs << " pairs";
 }
 
-// With the panel the automatic selection takes the longest local matches and phases better
-// than the Hamming selection, keeping every genotype; `--selection hamming` gives the
-// haplotypes of the Hamming selection as recorded (FNV-1a hash of the HAPS file of a subset,
-// one thread, seed 5; recorded again when the window model went to single precision).
-TEST(cli_phase_accuracy, PanelSelection) {
+// The other models and selections on the whole example: the switch error of the unrelated
+// samples stays low, and the PBWT selection against the panel is not worse than the Hamming
+// one beyond noise.
+TEST(cli_phase_accuracy, ModelsAndSelections) {
 	TempDir d;
-	exsubset::writeSubset(d);
-	const std::string panel = " --input-ref " + E + "/reference.haplotypes " + E + "/reference.legend " + E + "/reference.samples ";
-	ASSERT_EQ(runSorvane("--input-vcf " + E + "/cohort.vcf.gz" + exsubset::subsetArgs() + panel + "--thread 1 --seed 5 --selection hamming --output-max design -L design", d.path).status, 0);
-	EXPECT_EQ(testutils::fnv1a(d.read("design.haps")), 0xaf607dd1d2b95a2aULL);
-
-	Haplotypes truth(E + "/truth");
-	Pedigree ped;
-	const std::vector < std::string > unrelated = ped.unrelated();
+	const Cohort cohort;
+	const Haplotypes truth(E + "/truth");
+	const std::string vcf = "--input-vcf " + E + "/cohort.vcf.gz" + PANEL, short_run = " --burn 2 --prune 2 --main 4";
+	const std::vector < std::tuple < std::string, std::string, double > > runs = {
+		{ "auto", vcf + short_run, 0.03 }, { "hamming", vcf + short_run + " --selection hamming", 0.03 },
+		{ "graph", "--input-ped " + E + "/cohort --model-version1 --burn 3 --prune 4 --main 8", 0.03 },
+		{ "panel", vcf + " --no-mcmc", 0.04 } };
 	std::map < std::string, double > rate;
-	for (std::string selection : { "auto", "hamming" }) {
-		RunResult r = runSorvane("--input-vcf " + E + "/cohort.vcf.gz --input-map " + E + "/genetic_map.txt" + panel + "--burn 2 --prune 2 --main 4 --thread 1 --seed 1 --selection " + selection + " --output-max " + selection + " -L " + selection, d.path);
-		ASSERT_EQ(r.status, 0) << r.out;
-		Haplotypes out(d.file(selection));
-		ASSERT_EQ(out.ids, ped.ids);
-		expectGenotypesKept(out, ped);
+	for (const auto & [name, args, bound] : runs) {
+		ASSERT_TRUE(succeeded(runSorvane(args + " --input-map " + E + "/genetic_map.txt --thread 1 --seed 1 --output-max " + name + " -L " + name, d.path))) << name;
+		const Haplotypes out(d.file(name));
+		ASSERT_EQ(out.ids, cohort.ids);
+		expectGenotypesKept(out);
 		long pairs;
-		rate[selection] = switchError(out, truth, unrelated, pairs);
-		ASSERT_GT(pairs, 20000);
+		rate[name] = switchError(out, truth, cohort.unrelated, pairs);
+		EXPECT_GT(pairs, 20000);
+		EXPECT_LT(rate[name], bound) << name;
 	}
-	EXPECT_TRUE(testutils::has(d.read("auto.log"), "  * Conditioning haplotypes: longest local matches (PBWT) among 600 / Windows of ~0.5 Mb\n"));
 	EXPECT_LT(rate["auto"], rate["hamming"] * 1.1) << rate["auto"] << " " << rate["hamming"];
 }
 
-// User copying states naming, for each sample and each of two windows, the samples that
-// truly carry the haplotypes nearest to its own: phasing keeps the genotypes and the
-// switch error stays low (about 9 %, where an unphased draw gives 50 %). A blank line is
-// skipped.
-TEST(cli_phase_accuracy, TrueCopyingStates) {
-	TempDir d;
-	const int split = 1050000, last = 1100000;
-	std::vector < std::string > ids;
-	for (int i = 1 ; i <= 20 ; i ++) ids.push_back("IND00" + std::string(i < 10 ? "0" : "") + std::to_string(i));
-	Haplotypes truth(E + "/truth");
-	std::string list, copy;
-	for (const std::string & id : ids) list += id + "\n";
-	for (int from : { 1000000, split }) for (const std::string & id : ids) {
-		int to = from == split ? last + 1 : split, t = truth.index(id);
-		std::vector < int > chosen;
-		for (int a : { 2 * t, 2 * t + 1 }) {
-			std::vector < std::pair < int, int > > near;
-			for (const std::string & other : ids) if (other != id) {
-				int o = truth.index(other);
-				near.push_back({ std::min(hamming(truth, a, 2 * o, from, to), hamming(truth, a, 2 * o + 1, from, to)), o });
-			}
-			std::sort(near.begin(), near.end());
-			for (int k = 0 ; k < 4 ; k ++) if (std::find(chosen.begin(), chosen.end(), near[k].second) == chosen.end()) chosen.push_back(near[k].second);
-		}
-		copy += id + " " + std::to_string(from);
-		for (int o : chosen) copy += " " + truth.ids[o];
-		copy += from == split && id == ids[0] ? "\n\n" : "\n";
-	}
-	d.write("list", list);
-	d.write("copy", copy);
-	RunResult r = runSorvane("--input-vcf " + E + "/cohort.vcf.gz --include-ind list --input-to " + std::to_string(last) + " --seed 1 --thread 2 --input-copy-states copy --output-max out -L log", d.path);
-	ASSERT_EQ(r.status, 0) << r.out;
-	EXPECT_NE(d.read("log.log").find("  * #windows=40\n"), std::string::npos);
-	EXPECT_NE(d.read("log.log").find("  * Threads lowered from 2 to 1: the copying states given may name samples phased at the same time\n"), std::string::npos);
-	Haplotypes out(d.file("out"));
-	ASSERT_EQ(out.ids, ids);
-	ASSERT_GT(out.alleles.size(), 300u);
-	Pedigree ped;
-	expectGenotypesKept(out, ped);
-	long pairs;
-	double rate = switchError(out, truth, ids, pairs);
-	ASSERT_GT(pairs, 1000);
-	EXPECT_LT(rate, 0.2) << pairs << " pairs";
-}
-
-// Output filters: an excluded sample and sites outside the output window are not written.
-TEST(cli_phase_accuracy, OutputSubsets) {
-	TempDir d;
-	d.write("drop", "IND0005\n");
-	RunResult r = runSorvane("--input-vcf " + E + "/cohort.vcf.gz --input-to 1150000 --burn 1 --prune 1 --main 1 --seed 2 --exclude-ind drop --output-from 1050000 --output-to 1100000 --output-max out -L log", d.path);
-	ASSERT_EQ(r.status, 0) << r.out;
-	Haplotypes out(d.file("out"));
-	EXPECT_EQ(out.ids.size(), 199u);
-	EXPECT_EQ(out.index("IND0005"), (int)out.ids.size());
-	EXPECT_EQ(out.ids[4], "IND0006");
-	ASSERT_FALSE(out.alleles.empty());
-	EXPECT_GE(out.alleles.begin()->first, 1050000);
-	EXPECT_LT(out.alleles.rbegin()->first, 1100000);
-	for (const auto & s : out.alleles) EXPECT_EQ(s.second.size(), 398u);
-}
-
-// The graph model and the plan without MCMC against the panel phase the whole example
-// cohort, keep the genotypes and reach a low switch error (about 0.5 % and 1.1 % with the
-// full plans); on a subset, one thread and a seed repeat a run exactly.
-TEST(cli_phase_accuracy, GraphModelAndPanelAlone) {
-	TempDir d;
-	const std::string panel = " --input-ref " + E + "/reference.haplotypes " + E + "/reference.legend " + E + "/reference.samples";
-	struct Run { std::string name, args, model, last; double bound; };
-	const std::vector < Run > runs = {
-		{ "graph", "--input-ped " + E + "/cohort --model-version1 --burn 3 --prune 4 --main 8", "  * Graph-based model (SORVANE v1)\n", "Main iteration [8/8]", 0.03 },
-		{ "panel", "--input-vcf " + E + "/cohort.vcf.gz --no-mcmc" + panel, "  * Window-based model (SORVANE v2)\n  * Reference panel of haplotypes used\n  * No MCMC iteration\n", "Main iteration [1/1]", 0.04 },
-	};
-	Haplotypes truth(E + "/truth");
-	Pedigree ped;
-	const std::vector < std::string > unrelated = ped.unrelated();
-	for (const Run & run : runs) {
-		RunResult r = runSorvane(run.args + " --input-map " + E + "/genetic_map.txt --thread 2 --seed 1 --output-max " + run.name + " -L " + run.name, d.path);
-		ASSERT_EQ(r.status, 0) << run.name << "\n" << r.out;
-		const std::string log = d.read(run.name + ".log");
-		EXPECT_NE(log.find(run.model), std::string::npos) << log;
-		EXPECT_NE(log.find(run.last), std::string::npos) << log;
-		EXPECT_NE(log.find("Burn-in iteration [1/"), std::string::npos) << log;
-		Haplotypes out(d.file(run.name));
-		ASSERT_EQ(out.ids, ped.ids);
-		expectGenotypesKept(out, ped);
-		long pairs;
-		double rate = switchError(out, truth, unrelated, pairs);
-		ASSERT_GT(pairs, 20000);
-		EXPECT_LT(rate, run.bound) << run.name << ": " << pairs << " pairs";
-
-		const std::string subset = run.args + " --input-to 1100000 --thread 1 --seed 4 --output-max ";
-		for (std::string again : { "a", "b" }) ASSERT_EQ(runSorvane(subset + run.name + again + " -L " + run.name + again, d.path).status, 0);
-		EXPECT_EQ(d.read(run.name + "a.haps"), d.read(run.name + "b.haps")) << run.name;
-	}
-}
-
-// The example families (the cohort with a three-generation family and a mother of three
-// children by an ungenotyped father) phased without pedigree (--noped) and with --duohmm on
-// one thread. With --duohmm the haplotype each child got from its known parent (haplotype 0
-// from a father, 1 from a mother) equals the transmitted one at all but a site or two in
-// 18,000 (without: 7 % of the sites differ), and the switch error falls, for children from 3
-// switches to 2, for parents from 6 to 4 (of about 2700 and 3300 pairs of heterozygous
-// sites: population phasing is already good on this short locus, and a parent of one child
-// keeps its phase).
-// The recombination map has one row a meiosis, of probabilities.
+// Families phased from the population alone, then with --duohmm: the transmitted haplotype of
+// each child (the first from the father, the second from the mother) becomes nearly exact,
+// the switch error costs no more than noise, and the crossover table has one row of
+// probabilities per meiosis.
 TEST(cli_phase_accuracy, DuohmmFamilies) {
 	TempDir d;
 	std::vector < std::vector < std::string > > related = table(E + "/families_truth.sample");
 	related.erase(related.begin(), related.begin() + 2);
 	const std::string args = "--input-bed " + E + "/families --input-map " + E + "/genetic_map.txt --thread 1 --seed 1 ";
-	RunResult r = runSorvane(args + "--noped --output-max pop -L pop", d.path);
-	ASSERT_EQ(r.status, 0) << r.out;
-	r = runSorvane(args + "--duohmm --output-max ped --output-duohmm-recombination rec.txt -L ped", d.path);
-	ASSERT_EQ(r.status, 0) << r.out;
-	EXPECT_NE(r.out.find("\nCorrecting haplotypes based on pedigree structure [17/17]\n"), std::string::npos) << r.out;
-	Haplotypes truth(E + "/families_truth"), pop(d.file("pop")), ped(d.file("ped"));
-
-	std::vector < std::string > children, parents;
+	ASSERT_TRUE(succeeded(runSorvane(args + "--noped --output-max pop -L pop", d.path)));
+	ASSERT_TRUE(succeeded(runSorvane(args + "--duohmm --output-max ped --output-duohmm-recombination rec.txt -L ped", d.path)));
+	const Haplotypes truth(E + "/families_truth"), pop(d.file("pop")), ped(d.file("ped"));
+	std::vector < std::string > children, parents = { "IND0201" };	// a child and a father
 	int meioses = 0;
 	for (const std::vector < std::string > & s : related) {
-		bool child = s[3] != "0" || s[4] != "0";
-		(child ? children : parents).push_back(s[1]);
-		meioses += (s[3] != "0") + (s[4] != "0");
+		const int n = (s[3] != "0") + (s[4] != "0");
+		(n ? children : parents).push_back(s[1]);
+		meioses += n;
 	}
-	parents.push_back("IND0201");	// a child and a father
 	for (const Haplotypes * out : { &pop, &ped }) {
 		int wrong = 0, total = 0;
-		for (const std::vector < std::string > & s : related) {
-			if (s[3] == "0" && s[4] == "0") continue;
-			int h = s[3] != "0" ? 0 : 1, o = out->index(s[1]), t = truth.index(s[1]);
+		for (const std::vector < std::string > & s : related) if (s[3] != "0" || s[4] != "0") {
+			const int h = s[3] != "0" ? 0 : 1, o = out->index(s[1]), t = truth.index(s[1]);
 			for (const auto & x : out->alleles) {
 				total ++;
 				wrong += x.second[2 * o + h] != truth.alleles.at(x.first)[2 * t + h];
@@ -271,25 +120,19 @@ TEST(cli_phase_accuracy, DuohmmFamilies) {
 		if (out == &ped) EXPECT_LT(wrong, total / 1000) << total;
 		else EXPECT_GT(wrong, total / 50) << total;
 	}
-	// The population alone phases these families almost without error already: the
-	// refinement, which fixes the transmission above, must not cost more than noise.
 	long pairs;
 	for (const std::vector < std::string > * ids : { &children, &parents })
 		EXPECT_LT(switchError(ped, truth, *ids, pairs), switchError(pop, truth, *ids, pairs) + 0.002) << (*ids)[0];
-
-	std::vector < std::vector < std::string > > rec = table(d.file("rec.txt"));
+	const std::vector < std::vector < std::string > > rec = table(d.file("rec.txt"));
 	ASSERT_EQ((int)rec.size(), 1 + meioses);
-	EXPECT_EQ(rec[0].size(), 2 + ped.alleles.size());
-	for (unsigned int i = 1 ; i < rec.size() ; i ++) {
+	for (unsigned int i = 0 ; i < rec.size() ; i ++) {
 		ASSERT_EQ(rec[i].size(), 2 + ped.alleles.size());
-		for (unsigned int l = 2 ; l < rec[i].size() ; l ++) EXPECT_TRUE(std::stod(rec[i][l]) >= 0 && std::stod(rec[i][l]) <= 1);
+		for (unsigned int l = 2 ; i > 0 && l < rec[i].size() ; l ++) EXPECT_TRUE(std::stod(rec[i][l]) >= 0 && std::stod(rec[i][l]) <= 1);
 	}
 }
 
-// A child genotype turned from 0/0 into 1/1 where both its parents are heterozygous (still
-// Mendel consistent, so the data checks keep it) stands in the error report of --duohmm
-// with a probability near 1. The three-generation family, 40 unrelated samples and the
-// first 200 kb are phased.
+// A child genotype turned from 0/0 into 1/1 where both parents are heterozygous (Mendel
+// consistent, so kept) stands in the error report of --duohmm with a probability near 1.
 TEST(cli_phase_accuracy, DuohmmReportsCorruptedGenotype) {
 	TempDir d;
 	std::vector < std::vector < std::string > > fam = table(E + "/families.fam");
@@ -311,18 +154,15 @@ TEST(cli_phase_accuracy, DuohmmReportsCorruptedGenotype) {
 	}
 	ASSERT_GT(site, 0);
 	d.write("fam.bed", bed);
-	d.write("fam.bim", testutils::readFile(E + "/families.bim"));
-	d.write("fam.fam", testutils::readFile(E + "/families.fam"));
-	RunResult r = runSorvane("--input-bed fam --input-map " + E + "/genetic_map.txt --include-ind keep --input-to 1200000 --thread 1 --seed 1 --duohmm --output-max out --output-duohmm-errors err.txt -L log", d.path);
-	ASSERT_EQ(r.status, 0) << r.out;
+	runOk("cp " + E + "/families.bim fam.bim && cp " + E + "/families.fam fam.fam", d.path);
+	ASSERT_TRUE(succeeded(runSorvane("--input-bed fam --input-map " + E + "/genetic_map.txt --include-ind keep --input-to 1200000 --thread 1 --seed 1 --duohmm --output-max out --output-duohmm-errors err.txt -L log", d.path)));
 	std::vector < std::vector < std::string > > rows = table(d.file("err.txt"));
 	ASSERT_FALSE(rows.empty());
 	EXPECT_EQ(rows[0], (std::vector < std::string > { "ID", "father", "mother", "RSID1", "POS", "PROB_ERROR" }));
 	bool found = false;
-	for (const std::vector < std::string > & row : rows)
-		if (row[0] == child && row[4] == std::to_string(site)) {
-			EXPECT_EQ(row[1] + " " + row[2] + " " + row[3], father + " " + mother + " 20:" + row[4]);
-			found = std::stod(row[5]) > 0.9;
-		}
+	for (const std::vector < std::string > & row : rows) if (row[0] == child && row[4] == std::to_string(site)) {
+		EXPECT_EQ(row[1] + " " + row[2] + " " + row[3], father + " " + mother + " 20:" + row[4]);
+		found = std::stod(row[5]) > 0.9;
+	}
 	EXPECT_TRUE(found) << site << "\n" << d.read("err.txt");
 }

@@ -16,10 +16,9 @@ import json, os, re, signal, subprocess, sys
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from faults import FAULTS
 
-SLOW = ["cli_phase_accuracy.DuohmmFamilies", "cli_phase_accuracy.GraphModelAndPanelAlone",
-        "cli_phase_accuracy.PanelSelection", "cli_call.BetterThanPerSiteCallsAtLowDepth",
+SLOW = ["cli_phase_accuracy.DuohmmFamilies", "cli_phase_accuracy.ModelsAndSelections",
         "cli_call.ScaffoldAndRepeatability", "cli_workflow.ChunkedExampleLigates",
-        "cli_plot.PlantedFaults", "cli_plot.ExampleData"]
+        "cli_plot.PlantedFaults"]
 # Source folders whose faults the slow tests are there to catch.
 SLOW_LAYERS = ("src/models", "src/containers", "src/modules", "src/duohmm", "src/readmine",
                "src/objects/haplotype_pairs", "src/modes/mutincluder", "src/output")
