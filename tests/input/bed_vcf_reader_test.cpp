@@ -13,11 +13,8 @@ std::string bytes(std::initializer_list < int > list) {
 const std::string bim = "1 rs1 0 100 A G\n1 rs2 0 200 C T\n1 rs3 0 300 0 T\n1 rs4 0 400 0 C\n";
 const std::string fam = "F s1 0 0 1 -9\nF s2 s1 0 2 -9\nF s3 0 0 1 -9\nF s4 0 s3 1 -9\nF s5 0 0 2 -9\n";
 
-// Two-bit codes 0 hom first allele, 1 missing, 2 het, 3 hom second allele.
-// site 100: s1 0, s2 2, s3 3, s4 1, s5 3
-// site 200: anything (excluded)
-// site 300: s1 3, s2 1, s3 2, s4 2, s5 0
-// site 400: s1 3, s2 3, s3 2, s4 1, s5 3
+// Two-bit codes 0 hom first allele, 1 missing, 2 het, 3 hom second allele; samples s1..s5:
+// site 100: 0 2 3 1 3; site 200: excluded; site 300: 3 1 2 2 0; site 400: 3 3 2 1 3.
 // Site-major: two bytes a site, the upper six bits of each second byte are padding.
 const std::string bedSM = bytes({ 0x6C, 0x1B, 0x01, 0x78, 0xAB, 0xFF, 0xFF, 0xA7, 0x00, 0x6F, 0x03 });
 // Individual-major: one byte a sample, sites 100, 200, 300, 400 from the low bits up.
@@ -56,7 +53,7 @@ void readVcf(Store & S, const std::string & file) {
 }
 
 // Both record orders; only bit 0 of the mode byte counts; a compressed BED reads alike.
-TEST(bed_reader, BothOrdersFiltersAndMessages) {
+TEST(bed_reader, BothOrdersFiltersAndFatalMessages) {
 	TempDir d;
 	d.write("p.bim", bim);
 	d.write("p.fam", fam);
@@ -73,18 +70,13 @@ TEST(bed_reader, BothOrdersFiltersAndMessages) {
 		// 300 keeps its "0" allele (a heterozygote exists); 400 has only second alleles.
 		EXPECT_EQ(siteList(S.G), "100:A/G 300:0/T 400:C/C");
 		EXPECT_EQ(allGenotypes(S.G), "00 11 00 | 01 .. 00 | .. 01 .. | 11 00 00");
-		EXPECT_EQ(S.G.sites->getByIndex(1)->id, "rs3");
-		EXPECT_EQ(S.G.sites->getByIndex(1)->source, 2);
+		EXPECT_EQ(S.G.sites->getByIndex(1)->id + " " + std::to_string(S.G.sites->getByIndex(1)->source), "rs3 2");
 		// The BIM file lists the reference allele second; plink's missing phenotype -9 is NA.
 		EXPECT_TRUE(S.G.sites->getByIndex(0)->ref_a1);
 		EXPECT_EQ(S.G.ind_fields[0], std::vector < std::string > ({ "F", "0", "0", "0", "1", "NA" }));
 		EXPECT_TRUE(contains(log, "  * 2 males / 2 females\n  * 2 unrelateds / 1 duos / 0 trios in 3 different families\n") &&
 			contains(log, std::string("  * Plink binary file ") + (bed == "im.bed" ? "individual" : "SNP") + "-major mode\n")) << log;
 	}
-}
-
-TEST(bed_reader, FatalMessages) {
-	TempDir d;
 	testutils::silenceLog();
 	const std::string more = "F s6 0 0 1 -9\nF s7 0 0 1 -9\nF s8 0 0 1 -9\nF s9 0 0 1 -9\n";
 	expectFaults(d, { { "p.bim", bim }, { "p.fam", fam }, { "p.bed", bedSM } }, {
@@ -104,7 +96,7 @@ TEST(bed_reader, FatalMessages) {
 // Plain, compressed and multi-member files read alike; a BGZF file cut at a block boundary
 // is told from a complete one by its last, empty block (plain gzip is read through the
 // streams, which throw on a truncated file).
-TEST(vcf_reader, FieldsCompressedMultiMemberAndTruncatedFiles) {
+TEST(vcf_reader, FieldsCompressedTruncatedFatalAndEmptyFiles) {
 	TempDir d;
 	d.write("v.vcf", vcf);
 	testutils::writeCompressed(d.file("v.vcf.gz"), vcf);
@@ -135,11 +127,7 @@ TEST(vcf_reader, FieldsCompressedMultiMemberAndTruncatedFiles) {
 	ASSERT_EQ(testutils::runCommand("bgzip small.vcf", d.path).status, 0);
 	d.write("noeof.vcf.gz", d.read("small.vcf.gz").substr(0, d.read("small.vcf.gz").size() - 28));
 	EXPECT_LOG_ERROR({ Store S; S.G.readGenotypeVcf(d.file("noeof.vcf.gz")); }, "File \\[.*/noeof.vcf.gz\\] is corrupted or truncated");
-}
 
-TEST(vcf_reader, FatalMessagesAndEmptyFiles) {
-	TempDir d;
-	testutils::silenceLog();
 	const std::string head = "##fileformat=VCFv4.2\n#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\tA\tB\n";
 	const std::string line200 = "1\t200\t.\tA\tG\t.\t.\t.\tGT\t0/0\t0/1\n";
 	expectFaults(d, {}, {
