@@ -13,9 +13,8 @@ std::string bytes(std::initializer_list < int > list) {
 const std::string bim = "1 rs1 0 100 A G\n1 rs2 0 200 C T\n1 rs3 0 300 0 T\n1 rs4 0 400 0 C\n";
 const std::string fam = "F s1 0 0 1 -9\nF s2 s1 0 2 -9\nF s3 0 0 1 -9\nF s4 0 s3 1 -9\nF s5 0 0 2 -9\n";
 
-// Two-bit codes 0 hom first allele, 1 missing, 2 het, 3 hom second allele; samples s1..s5:
-// site 100: 0 2 3 1 3; site 200: excluded; site 300: 3 1 2 2 0; site 400: 3 3 2 1 3.
-// Site-major: two bytes a site, the upper six bits of each second byte are padding.
+// Two-bit codes 0 hom first allele, 1 missing, 2 het, 3 hom second allele; samples s1..s5: site 100: 0 2 3 1 3; site 200: excluded; site 300: 3 1 2 2
+// 0; site 400: 3 3 2 1 3. Site-major: two bytes a site, the upper six bits of each second byte are padding.
 const std::string bedSM = bytes({ 0x6C, 0x1B, 0x01, 0x78, 0xAB, 0xFF, 0xFF, 0xA7, 0x00, 0x6F, 0x03 });
 // Individual-major: one byte a sample, sites 100, 200, 300, 400 from the low bits up.
 const std::string bedIM = bytes({ 0x6C, 0x1B, 0x00, 0xFC, 0xD2, 0xFF, 0x61, 0xC3 });
@@ -68,14 +67,14 @@ TEST(bed_reader, BothOrdersFiltersAndFatalMessages) {
 		std::string log = logOf(d, [&] { readBed(S, d, bed); });
 		EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "s1", "s2", "s4", "s5" }));
 		// 300 keeps its "0" allele (a heterozygote exists); 400 has only second alleles.
-		EXPECT_EQ(siteList(S.G), "100:A/G 300:0/T 400:C/C");
+		EXPECT_EQ(siteList(S.G.sites.get()), "100:A/G 300:0/T 400:C/C");
 		EXPECT_EQ(allGenotypes(S.G), "00 11 00 | 01 .. 00 | .. 01 .. | 11 00 00");
 		EXPECT_EQ(S.G.sites->getByIndex(1)->id + " " + std::to_string(S.G.sites->getByIndex(1)->source), "rs3 2");
 		// The BIM file lists the reference allele second; plink's missing phenotype -9 is NA.
 		EXPECT_TRUE(S.G.sites->getByIndex(0)->ref_a1);
 		EXPECT_EQ(S.G.ind_fields[0], std::vector < std::string > ({ "F", "0", "0", "0", "1", "NA" }));
-		EXPECT_TRUE(contains(log, "  * 2 males / 2 females\n  * 2 unrelateds / 1 duos / 0 trios in 3 different families\n") &&
-			contains(log, std::string("  * Plink binary file ") + (bed == "im.bed" ? "individual" : "SNP") + "-major mode\n")) << log;
+		EXPECT_TRUE(has(log, "  * 2 males / 2 females\n  * 2 unrelateds / 1 duos / 0 trios in 3 different families\n") &&
+			has(log, std::string("  * Plink binary file ") + (bed == "im.bed" ? "individual" : "SNP") + "-major mode\n")) << log;
 	}
 	testutils::silenceLog();
 	const std::string more = "F s6 0 0 1 -9\nF s7 0 0 1 -9\nF s8 0 0 1 -9\nF s9 0 0 1 -9\n";
@@ -93,9 +92,8 @@ TEST(bed_reader, BothOrdersFiltersAndFatalMessages) {
 	}, [&] { Store S; readBed(S, d, "p.bed"); });
 }
 
-// Plain, compressed and multi-member files read alike; a BGZF file cut at a block boundary
-// is told from a complete one by its last, empty block (plain gzip is read through the
-// streams, which throw on a truncated file).
+// Plain, compressed and multi-member files read alike; a BGZF file cut at a block boundary is told from a complete one by its last, empty block
+// (plain gzip is read through the streams, which throw on a truncated file).
 TEST(vcf_reader, FieldsCompressedTruncatedFatalAndEmptyFiles) {
 	TempDir d;
 	d.write("v.vcf", vcf);
@@ -111,7 +109,7 @@ TEST(vcf_reader, FieldsCompressedTruncatedFatalAndEmptyFiles) {
 		Store S(true);
 		std::string log = logOf(d, [&] { readVcf(S, d.file(name)); });
 		EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "A", "B", "D" }));
-		EXPECT_EQ(siteList(S.G), "100:A/G 200:C/T 300:G/A 400:T/C 500:A/C 600:A/T");
+		EXPECT_EQ(siteList(S.G.sites.get()), "100:A/G 200:C/T 300:G/A 400:T/C 500:A/C 600:A/T");
 		EXPECT_EQ(allGenotypes(S.G), "00 .. 11 11 .. 11 | 01 .. 11 00 .. 11 | 11 .. 11 .. 01 11");
 		EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, true, false }));
 		EXPECT_EQ(S.G.ind_fields[1], std::vector < std::string > ({ "B", "0" }));
@@ -120,7 +118,7 @@ TEST(vcf_reader, FieldsCompressedTruncatedFatalAndEmptyFiles) {
 		EXPECT_EQ(s->properties, std::vector < std::string > ({ "50", "PASS", "DP=10" }));
 		EXPECT_EQ(S.G.sites->getByIndex(1)->properties, std::vector < std::string > ({ ".", "q10", "." }));
 		EXPECT_EQ(S.G.sites->vcf_header, std::vector < std::string > ({ "##INFO=<ID=DP,Number=1,Type=Integer,Description=\"Depth\">" }));
-		EXPECT_TRUE(contains(log, "  * 2 samples with haploid genotypes, taken as males\n"
+		EXPECT_TRUE(has(log, "  * 2 samples with haploid genotypes, taken as males\n"
 			"  * 3 multiallelic or symbolic records skipped; split them with bcftools norm -m- to phase them\n  * 6 SNPs included\n")) << log;
 	}
 	d.write("small.vcf", vcf);

@@ -4,9 +4,8 @@
 
 using namespace genotest;
 
-// Windows (end exclusive) and lists from files, plain and compressed: excluded beats
-// included, a list line keeps its trailing blank, an identifier listed twice counts once.
-// The writer's filters take the reader's lists and a window of their own.
+// Windows (end exclusive) and lists from files, plain and compressed: excluded beats included, a list line keeps its trailing blank, an identifier
+// listed twice counts once. The writer's filters take the reader's lists and a window of their own.
 TEST(filters, WindowsAndLists) {
 	TempDir d;
 	d.write("snp_in", "100\n200 trailing words\n300\nnotanumber\n");
@@ -29,11 +28,10 @@ TEST(filters, WindowsAndLists) {
 		F.readGrpExcludeList(d.file("grp_out"));
 		filter_writer().readSnpIncludeList(d.file("empty"));
 	});
-	EXPECT_TRUE(contains(log, "\nReading individuals to include from input file in [" + d.file("ind_in.gz") + "]\n  * 4 individuals found in the include list\n")) << log;
-	EXPECT_TRUE(contains(log, "\nReading SNPs to include from output file in [" + d.file("empty") + "]\n")) << log;
+	EXPECT_TRUE(has(log, "\nReading individuals to include from input file in [" + d.file("ind_in.gz") + "]\n  * 4 individuals found in the include list\n")) << log;
+	EXPECT_TRUE(has(log, "\nReading SNPs to include from output file in [" + d.file("empty") + "]\n")) << log;
 	EXPECT_EQ(F.ind_include.size(), 3u);
-	// Listed but before the window; excluded; at the window end; not listed; a line
-	// without a number reads as 0.
+	// Listed but before the window; excluded; at the window end; not listed; a line without a number reads as 0.
 	EXPECT_TRUE(!F.checkSnp(100) && !F.checkSnp(200) && !F.checkSnp(300) && !F.checkSnp(250) && F.snp_include.count(0));
 	EXPECT_TRUE(F.checkInd("S1") && !F.checkInd("S2") && !F.checkInd("S3") && !F.checkInd("S4"));
 	EXPECT_TRUE(F.checkGrp("EUR", "X") && F.checkGrp("X", "EUR") && !F.checkGrp("AFR", "EUR") && !F.checkGrp("EUR", "AFR") && !F.checkGrp("X", "Y"));

@@ -17,7 +17,6 @@ const std::string pedFile =
 
 }
 
-// Plain and compressed files alike.
 TEST(gen_reader, ThresholdCallsSamplesAndPedigree) {
 	TempDir d;
 	const std::string sample = "s.sample.bz2", gen = "s.gen.bz2";
@@ -36,9 +35,9 @@ TEST(gen_reader, ThresholdCallsSamplesAndPedigree) {
 
 	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true }));
 	EXPECT_EQ(std::make_pair(S.G.ind_father[2], S.G.ind_mother[2]), std::make_pair(0, 1));
-	EXPECT_EQ(siteList(S.G), "100:A/G 200:C/T 300:T/T");
-	// Site 200: an all-zero triple and a triple summing to 2 (normalised to 0.25, 0.25,
-	// 0.5) fail the threshold. Site 300 has identical alleles: passing calls are 00.
+	EXPECT_EQ(siteList(S.G.sites.get()), "100:A/G 200:C/T 300:T/T");
+	// Site 200: an all-zero triple and a triple summing to 2 (normalised to 0.25, 0.25, 0.5) fail the threshold. Site 300 has identical alleles:
+	// passing calls are 00.
 	EXPECT_EQ(allGenotypes(S.G), "00 .. 00 | 01 01 00 | 11 .. 00");
 	// Passed calls keep their one-hot triple, failed ones the normalised probabilities.
 	EXPECT_EQ(S.G.likelihoods[0], std::vector < float > ({ 1, 0, 0, 0.332f, 0.334f, 0.334f, 0, 1, 0 }));
@@ -59,9 +58,9 @@ TEST(gen_reader, HighestProbabilityChrXSixColumnLayoutAndFaults) {
 	S.G.readGenotypeImpute(d.file("x.gen"), d.file("x.sample"), -1.0, true);
 
 	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false }));
-	EXPECT_EQ(siteList(S.G), "100:A/C 200:G/G 300:A/A 400:A/C");
-	// The all-zero triple of the man calls heterozygous. At 300 the six-column layout
-	// compares the position with the first allele, so "A A" keeps its calls.
+	EXPECT_EQ(siteList(S.G.sites.get()), "100:A/C 200:G/G 300:A/A 400:A/C");
+	// The all-zero triple of the man calls heterozygous. At 300 the six-column layout compares the position with the first allele, so "A A" keeps its
+	// calls.
 	EXPECT_EQ(allGenotypes(S.G), "01 00 11 11 | 00 00 01 01");
 	// A man on X keeps 0 as second likelihood.
 	EXPECT_EQ(S.G.likelihoods[0], std::vector < float > ({ 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 1 }));
@@ -82,7 +81,6 @@ TEST(gen_reader, HighestProbabilityChrXSixColumnLayoutAndFaults) {
 	EXPECT_LOG_ERROR(X.G.readGenotypeImpute(d.file("f.gen"), d.file("c.sample"), 0.9, false), "You need to specify the gender of the samples when using --chrX option!");
 }
 
-// Plain and compressed files alike.
 TEST(ped_reader, AllelesMissingCodePedigreeAndFatalMessages) {
 	TempDir d;
 	const std::string map = "p.map.bz2", ped = "p.ped.bz2";
@@ -96,23 +94,22 @@ TEST(ped_reader, AllelesMissingCodePedigreeAndFatalMessages) {
 	EXPECT_TRUE(S.G.ind_id == std::vector < std::string > ({ "dad", "mum", "kid" }) && S.G.ind_fields[2] == std::vector < std::string > ({ "F1", "0", "dad", "mum", "1", "NA" }));
 	EXPECT_TRUE(S.G.ind_male == std::vector < bool > ({ true, false, true }) && S.G.ind_father == std::vector < int > ({ -1, -1, 0 }) && S.G.ind_mother == std::vector < int > ({ -1, -1, 1 }));
 	// 300 is never observed and keeps empty alleles; 400 is seen with one allele only.
-	EXPECT_EQ(siteList(S.G), "100:A/C 200:C/T 300:/ 400:G/G");
+	EXPECT_EQ(siteList(S.G.sites.get()), "100:A/C 200:C/T 300:/ 400:G/G");
 	EXPECT_EQ(S.G.sites->getByIndex(1)->id + " " + std::to_string(S.G.sites->getByIndex(1)->source), "rs3 1");
 	// Column order is kept ("C A" is 10); one missing allele makes the genotype missing.
 	EXPECT_EQ(allGenotypes(S.G), "00 01 .. 00 | 01 10 .. .. | 10 .. .. ..");
-	EXPECT_TRUE(contains(log, "] where missing-code = [0]\n  * 3 samples included\n  * 1 samples excluded\n")) << log;
+	EXPECT_TRUE(has(log, "] where missing-code = [0]\n  * 3 samples included\n  * 1 samples excluded\n")) << log;
 
 	// With another missing code "0" is an allele like any other.
 	d.write("n.map", "1 r 0 100\n");
 	d.write("n.ped", "f a 0 0 1 0 0 N\nf b 0 0 1 0 0 1\nf c 0 0 1 0 N N\nf d 0 0 1 0 N 1\n");
 	Store N;
 	N.G.readGenotypePed(d.file("n.ped"), d.file("n.map"), "N");
-	EXPECT_EQ(siteList(N.G), "100:0/1");
+	EXPECT_EQ(siteList(N.G.sites.get()), "100:0/1");
 	EXPECT_EQ(allGenotypes(N.G), ".. | 01 | .. | ..");
 
 	expectFaults(d, { { "p.map", pedMap }, { "p.ped", pedFile } }, {
-		// The short line of an included individual is refused; the printed expectation
-		// counts the included sites only.
+		// The short line of an included individual is refused; the printed expectation counts the included sites only.
 		{ "p.ped", pedFile, "Line=4 found=8 expected=14" },
 		{ "p.ped", "f a 0 0 1 0 A C A A A C A A A A\nf b 0 0 1 0 C A A A A G A A A A\n", "Non biallelic site pos=200 a=G" },
 		{ "p.ped", "f a 0 0 1 0 A C A A A A A A A A\n\n", "Line=2 found=0 expected=14" },

@@ -6,28 +6,21 @@
 
 #include <functional>
 #include <map>
-#include <string>
-#include <vector>
 
-// Helpers of the reader tests: a store, log capture, fault tables and short text forms
-// of sites and genotypes.
+// Helpers of the reader tests: a store, log capture, fault tables and short text forms of sites and genotypes.
 namespace genotest {
 
 using testutils::TempDir;
+using testutils::has;
 
-// A store on its own filters.
 struct Store {
 	filter_reader F;
 	genotype_reader G;
 	explicit Store(bool chrX = false) : G(F, chrX) {}
 };
 
-inline bool contains(const std::string & text, const std::string & part) {
-	return text.find(part) != std::string::npos;
-}
-
-// Runs `read` with the log in run.log of the folder, screen off, and returns what was
-// logged. Reports named after the log are written to the folder too.
+// Runs `read` with the log in run.log of the folder, screen off, and returns what was logged. Reports named after the log are written to the folder
+// too.
 inline std::string logOf(const TempDir & d, const std::function < void () > & read) {
 	LOG.muteC();
 	LOG.unmuteL();
@@ -38,14 +31,12 @@ inline std::string logOf(const TempDir & d, const std::function < void () > & re
 	return d.read("run.log");
 }
 
-// One bad input: a file of the folder (compressed as its name ends in .gz or .bz2) and
-// the message, a regular expression, the reader must stop with.
+// One bad input: a file of the folder (compressed as its name ends in .gz or .bz2) and the message, a regular expression, the reader must stop with.
 struct Fault {
 	std::string file, content, message;
 };
 
-// Each case writes the base files, then its own file over them, and expects `read` to
-// stop. The base files are left in place.
+// Each case writes the base files, then its own file over them, and expects `read` to stop. The base files are left in place.
 inline void expectFaults(const TempDir & d, const std::map < std::string, std::string > & base, const std::vector < Fault > & faults, const std::function < void () > & read) {
 	for (const Fault & f : faults) {
 		SCOPED_TRACE(f.message);
@@ -56,20 +47,13 @@ inline void expectFaults(const TempDir & d, const std::map < std::string, std::s
 	for (const auto & b : base) testutils::writeCompressed(d.file(b.first), b.second);
 }
 
-// Genotypes of one individual, one blank-separated pair of allele bits per site, ".."
-// for missing, "!!" for missing with set allele bits; of all individuals joined by " | ".
-inline std::string genotypes(genotype_reader & G, int ind) {
-	std::string s;
-	for (size_t l = 0 ; l < G.missing[ind].size() ; l ++) {
-		bool h0 = G.hap0[ind][l], h1 = G.hap1[ind][l];
-		s += std::string(l ? " " : "") + (G.missing[ind][l] ? ((h0 || h1) ? "!!" : "..") : std::string(1, '0' + h0) + std::string(1, '0' + h1));
-	}
-	return s;
-}
-
+// Genotypes, one blank-separated pair of allele bits per site, ".." for missing, "!!" for missing with set allele bits; individuals joined by " | ".
 inline std::string allGenotypes(genotype_reader & G) {
 	std::string s;
-	for (size_t i = 0 ; i < G.ind_id.size() ; i ++) s += (i ? " | " : "") + genotypes(G, i);
+	for (size_t i = 0 ; i < G.ind_id.size() ; i ++) for (size_t l = 0 ; l < G.missing[i].size() ; l ++) {
+		bool h0 = G.hap0[i][l], h1 = G.hap1[i][l];
+		s += std::string(l ? " " : i ? " | " : "") + (G.missing[i][l] ? ((h0 || h1) ? "!!" : "..") : std::string(1, '0' + h0) + std::string(1, '0' + h1));
+	}
 	return s;
 }
 
@@ -81,10 +65,6 @@ inline std::string siteList(snp_set * S) {
 		s += (l ? " " : "") + std::to_string(x->bp) + ":" + x->a0 + "/" + x->a1;
 	}
 	return s;
-}
-
-inline std::string siteList(genotype_reader & G) {
-	return siteList(G.sites.get());
 }
 
 }

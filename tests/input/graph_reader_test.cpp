@@ -17,8 +17,8 @@ using namespace genotest;
 
 namespace {
 
-// A binary file built field by field. Each field keeps its end and the text of the fault of
-// a file cut inside it; a field of a graph record fails as "read <text> failed".
+// A binary file built field by field. Each field keeps its end and the text of the fault of a file cut inside it; a field of a graph record fails as
+// "read <text> failed".
 struct Bytes {
 	struct Field { size_t end; std::string text; };
 	std::string data;
@@ -83,8 +83,8 @@ std::string withCrc(const std::string & data) {
 	return data + std::string((const char *)&crc, 4);
 }
 
-// The fault a read ends with, "" when it succeeds; the log's error throws meanwhile, its
-// screen output is captured. The graphs read are handed to `use`, then deleted.
+// The fault a read ends with, "" when it succeeds; the log's error throws meanwhile, its screen output is captured. The graphs read are handed to
+// `use`, then deleted.
 std::string readFault(const std::function < void (graph_reader &) > & read, const std::function < void (graph_reader &) > & use = nullptr) {
 	graph_reader R;
 	std::string fault;
@@ -121,8 +121,7 @@ genotype_graph * smallGraph() {
 	return g;
 }
 
-// Three sites and one graph, without the checksum. A v2.1 site is one name for chromosome and
-// identifier, without identifier and property lists.
+// Three sites and one graph, without the checksum. A v2.1 site is one name for chromosome and identifier, without identifier and property lists.
 Bytes file(bool v22, const genotype_graph & g) {
 	Bytes b;
 	b.put((unsigned char)0xAA, "Binary graph file format unsupported!");
@@ -170,9 +169,8 @@ void writeSmall(const std::string & name) {
 
 }
 
-// The writer's file byte by byte, its checksum last, plain and compressed; both versions
-// read back, with or without the checksum; a file cut inside any field fails with that
-// field's text; malformed heads, tails and checksums.
+// The writer's file byte by byte, its checksum last, plain and compressed; both versions read back, with or without the checksum; a file cut inside
+// any field fails with that field's text; malformed heads, tails and checksums.
 TEST(graph_reader, Versions22And21) {
 	TempDir d;
 	testutils::silenceLog();
@@ -189,7 +187,7 @@ TEST(graph_reader, Versions22And21) {
 		testutils::writeCompressed(name, crc ? withCrc(b.data) : b.data);
 		graph_reader R;
 		const std::string log = logOf(d, [&] { R.readBinaryGraph(name); });
-		EXPECT_TRUE(contains(log, std::string("  * Binary graph file v2.") + (v22 ? "2" : "1") + " detected!\n  * 3 sites found\n")) << log;
+		EXPECT_TRUE(has(log, std::string("  * Binary graph file v2.") + (v22 ? "2" : "1") + " detected!\n  * 3 sites found\n")) << log;
 		EXPECT_EQ(R.header1 + "/" + R.header2, "ID_1 ID_2 missing/");
 		ASSERT_EQ(R.vecG.size(), 1u);
 		EXPECT_EQ(graphtest::dump(*R.vecG[0]), graphtest::dump(*original));
@@ -202,7 +200,7 @@ TEST(graph_reader, Versions22And21) {
 		if (crc) continue;
 		for (unsigned int k = 0 ; k < b.fields.size() ; k ++) {
 			const size_t start = k ? b.fields[k - 1].end : 0;
-			EXPECT_TRUE(contains(faultOf(d, b.data.substr(0, start + (b.fields[k].end - start) / 2)), b.fields[k].text)) << b.fields[k].text;
+			EXPECT_TRUE(has(faultOf(d, b.data.substr(0, start + (b.fields[k].end - start) / 2)), b.fields[k].text)) << b.fields[k].text;
 		}
 	}
 
@@ -223,10 +221,9 @@ TEST(graph_reader, Versions22And21) {
 		{ std::string(sound).replace(b.endOf("read #probs failed") - 4, 4, "\xFF\xFF\xFF\xFF"), "graph 1 of 1 (sample kid): read #probs failed" },
 		{ withCrc(b.data.substr(0, tail) + "\xFF\x3F"), "" },	// a tail with more bits set passes
 	};
-	for (const auto & c : cases) EXPECT_TRUE(c.second.empty() ? faultOf(d, c.first) == "" : contains(faultOf(d, c.first), c.second)) << c.second;
+	for (const auto & c : cases) EXPECT_TRUE(c.second.empty() ? faultOf(d, c.first) == "" : has(faultOf(d, c.first), c.second)) << c.second;
 
-	// Graphs whose fields read whole but do not hold together stop the read naming the file,
-	// the graph and its sample, and the fault.
+	// Graphs whose fields read whole but do not hold together stop the read naming the file, the graph and its sample, and the fault.
 	const std::vector < std::pair < std::function < void (genotype_graph &) >, std::string > > broken = {
 		{ [](genotype_graph & g) { g.type = 3; }, "6 transition bytes for 3 transitions of 3 tracks" },
 		{ [](genotype_graph & g) { g.HapsI[0] = 1; }, "segment 0 does not start where the one before ends" },
@@ -238,11 +235,11 @@ TEST(graph_reader, Versions22And21) {
 	for (const auto & c : broken) {
 		genotype_graph g = *original;
 		c.first(g);
-		EXPECT_TRUE(contains(faultOf(d, file(true, g).data), "fault: Graph file [" + d.file("g.bin") + "], graph 1 of 1 (sample kid): " + c.second)) << c.second;
+		EXPECT_TRUE(has(faultOf(d, file(true, g).data), "fault: Graph file [" + d.file("g.bin") + "], graph 1 of 1 (sample kid): " + c.second)) << c.second;
 	}
 
-	// Every byte of a written file flipped in turn: the checksum makes each read fail. Without
-	// it, a read either fails or gives graphs that maximisation and sampling go through.
+	// Every byte of a written file flipped in turn: the checksum makes each read fail. Without it, a read either fails or gives graphs that
+	// maximisation and sampling go through.
 	const std::string bare = sound.substr(0, sound.size() - 4);
 	for (const std::string * data : { &sound, &bare }) for (size_t i = 0 ; i < data->size() ; i ++) {
 		std::string flipped = *data;
@@ -260,9 +257,8 @@ TEST(graph_reader, Versions22And21) {
 	}
 }
 
-// A count made 2^31 - 1 in a short file, a string length or an array count, fails with its field's message before any allocation of that size: the read
-// runs in a child that may not allocate 256 MB more (not under a sanitizer, whose shadow
-// memory is address space too).
+// A count made 2^31 - 1 in a short file, a string length or an array count, fails with its field's message before any allocation of that size: the
+// read runs in a child that may not allocate 256 MB more (not under a sanitizer, whose shadow memory is address space too).
 TEST(graph_reader, CorruptCountsFailWithoutHugeAllocation) {
 	TempDir d;
 	std::unique_ptr < genotype_graph > g(smallGraph());
@@ -299,7 +295,7 @@ TEST(graph_reader, Version20) {
 	// Each line takes three orders; the type comes from the graph file (2, though the list says 1).
 	graph_reader R;
 	const std::string log = logOf(d, [&] { R.readBinaryGraph20(d.file("g.bin"), d.file("samples.txt"), d.file("sites.txt")); });
-	EXPECT_TRUE(contains(log, "  * 3 sites included\n") && contains(log, "  * 2 graphs included\n") && contains(log, "  * Binary graph file v2.0 detected!\n")) << log;
+	EXPECT_TRUE(has(log, "  * 3 sites included\n") && has(log, "  * 2 graphs included\n") && has(log, "  * Binary graph file v2.0 detected!\n")) << log;
 	EXPECT_EQ(siteList(R.S.get()), "100:A/C 100:A/G 250:G/T");
 	ASSERT_EQ(R.vecG.size(), 2u);
 	EXPECT_EQ(R.vecG[1]->name + " " + std::to_string(R.vecG[1]->type) + " " + std::to_string(R.vecG[1]->index) + " " + std::to_string(R.vecG[1]->mindex), "solo 2 3 5");
@@ -309,5 +305,5 @@ TEST(graph_reader, Version20) {
 	for (genotype_graph * g : R.vecG) delete g;
 
 	// Taken for v2.1 by its head, a v2.0 file fails further on.
-	EXPECT_TRUE(contains(faultOf(d, std::string("\xAA\x55\x00\x00\x00\x00\xAA\x55", 8)), "reading header2"));
+	EXPECT_TRUE(has(faultOf(d, std::string("\xAA\x55\x00\x00\x00\x00\xAA\x55", 8)), "reading header2"));
 }

@@ -14,8 +14,8 @@ void readHaps(filter_reader & F, const TempDir & d) {
 
 }
 
-// Both layouts mixed line by line, a sample excluded by the filters (its digits skipped),
-// sites refused by the filters, two identical sites kept, compressed files.
+// Both layouts mixed line by line, a sample excluded by the filters (its digits skipped), sites refused by the filters, two identical sites kept,
+// compressed files.
 TEST(haplotype_reader, LayoutsAndFilters) {
 	const std::string sample = header + "f1 s1 0 0 0 1 -9\nf2 s2 0 0 0 2 -9\nf3 s3 0 0 0 0 -9\r\n";
 	const std::string haps = "1 rs100 100 A C 0 1 1 1 1 0\n1 rs200 id200 200 G T 1 1 0 0 0 0\n1 rs300 300 A G 1 1 1 1 1 1\n"
@@ -39,7 +39,7 @@ TEST(haplotype_reader, LayoutsAndFilters) {
 	EXPECT_EQ(H.hap0, std::vector < std::vector < bool > > ({ { 0, 1, 1, 0 }, { 1, 0, 0, 1 } }));
 	EXPECT_EQ(H.hap1, std::vector < std::vector < bool > > ({ { 1, 1, 0, 1 }, { 0, 0, 1, 1 } }));
 	// The format line follows the last line of the file, an excluded one here.
-	EXPECT_TRUE(contains(log, "  * 2 individuals included\n  * 1 individuals excluded\n") && contains(log, "  * New HAP/SAMPLE format detected\n  * 4 sites included\n  * 2 sites excluded\n")) << log;
+	EXPECT_TRUE(has(log, "  * 2 individuals included\n  * 1 individuals excluded\n") && has(log, "  * New HAP/SAMPLE format detected\n  * 4 sites included\n  * 2 sites excluded\n")) << log;
 }
 
 // Only the two header lines: no individuals.

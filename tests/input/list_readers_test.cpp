@@ -18,8 +18,8 @@ void makeSites(snp_set & S) {
 
 }
 
-// The same map in each layout: it starts at position 0 and distance 0, repeats a position,
-// mixes tabs and CR LF ends; the 4-column layouts have lines of other chromosomes.
+// The same map in each layout: it starts at position 0 and distance 0, repeats a position, mixes tabs and CR LF ends; the 4-column layouts have lines
+// of other chromosomes.
 TEST(gmap_reader, Layouts) {
 	const std::string rows = "0 0.0 0\n1000\t1.5\t0.0015\r\n1000 0 0.0015\n  5000 2.0  0.0095  \n";
 	const std::string wide = "chr pos rate cM\n19 10 1 0.5\nchr20 0 0.0 0\n20\t1000\t1.5\t0.0015\r\n20 1000 0 0.0015\n  chr20 5000 2.0  0.0095  \n21 1 1 1\n";
@@ -31,7 +31,7 @@ TEST(gmap_reader, Layouts) {
 		std::string log = logOf(d, [&] { G.readGeneticMapFile(d.file(map.first), "chr20"); });
 		EXPECT_EQ(G.pos, std::vector < int > ({ 0, 1000, 1000, 5000 })) << map.first;
 		EXPECT_EQ(G.cm, std::vector < double > ({ 0, 0.0015, 0.0015, 0.0095 })) << map.first;
-		EXPECT_TRUE(contains(log, "\nReading genetic map in [" + d.file(map.first) + "]\n") && contains(log, "  * 4 genetic positions found\n")) << log;
+		EXPECT_TRUE(has(log, "\nReading genetic map in [" + d.file(map.first) + "]\n") && has(log, "  * 4 genetic positions found\n")) << log;
 	}
 }
 

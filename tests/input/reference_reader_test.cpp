@@ -33,9 +33,8 @@ const std::string samples3 = "ID POP GROUP sex\ns1 EUR EUR 1\ns2 AFR AFR 2\ns3 E
 
 }
 
-// A panel with a site absent from the study (its haplotype line is not even split), a
-// swapped site, two rows at one position of which one matches, a site outside the input
-// window, a dropped group and a haplotype file shorter than the legend.
+// A panel with a site absent from the study (its haplotype line is not even split), a swapped site, two rows at one position of which one matches, a
+// site outside the input window, a dropped group and a haplotype file shorter than the legend.
 TEST(reference_reader, AlignedPanelAtStudyResolution) {
 	flippable = 1;
 	std::unique_ptr < snp_set > S = studySites({ { 100, "A", "C" }, { 200, "G", "T" }, { 300, "A", "G" }, { 400, "C", "T" } });
@@ -58,17 +57,16 @@ TEST(reference_reader, AlignedPanelAtStudyResolution) {
 	EXPECT_EQ(siteList(R.ref_sites), "100:A/C 150:C/G 200:T/G 300:A/G 300:A/T 400:C/T");
 	snp * r = R.ref_sites->getByIndex(5);
 	EXPECT_EQ(r->chr + " " + r->id + " " + std::to_string(r->source), "r400 r400 6");
-	// Bit 1 is the study's second allele: the swapped site at index 1 reads inverted,
-	// "?" reads as the first allele and the site without a haplotype line stays 0.
+	// Bit 1 is the study's second allele: the swapped site at index 1 reads inverted, "?" reads as the first allele and the site without a haplotype
+	// line stays 0.
 	EXPECT_EQ(R.hap0, std::vector < std::vector < bool > > ({ { 0, 1, 1, 0 }, { 1, 1, 1, 0 } }));
 	EXPECT_EQ(R.hap1, std::vector < std::vector < bool > > ({ { 1, 0, 0, 0 }, { 0, 1, 0, 0 } }));
 
-	EXPECT_TRUE(contains(log, "  * 4 reference haplotypes included\n  * 2 reference haplotypes excluded\n  * 1 males / 1 females\n") &&
-		contains(log, "  * 4 reference panel sites included\n  * 2 reference panel sites excluded\n")) << log;
+	EXPECT_TRUE(has(log, "  * 4 reference haplotypes included\n  * 2 reference haplotypes excluded\n  * 1 males / 1 females\n") &&
+		has(log, "  * 4 reference panel sites included\n  * 2 reference panel sites excluded\n")) << log;
 }
 
-// Missing, duplicated and misaligned sites, swapped alleles accepted: report rows, the
-// exclude list and the stop.
+// Missing, duplicated and misaligned sites, swapped alleles accepted: report rows, the exclude list and the stop.
 TEST(reference_reader, AlignmentFaultsStopWithReports) {
 	std::unique_ptr < snp_set > S = studySites({ { 100, "A", "C" }, { 200, "G", "T" }, { 300, "A", "G" }, { 400, "C", "T" }, { 500, "A", "T" }, { 600, "A", "T" } });
 	TempDir d;

@@ -16,11 +16,9 @@ namespace {
 
 typedef std::vector < std::string > fields;
 
-// A trio whose child stands before his parents in input order, a duo whose father is not
-// in the main panel, a haploid individual placed before an unrelated one in vecG but after
-// it in input order, and an unrelated individual excluded by the output filter. Six sites:
-// plain, six-column GEN, VCF with three properties (and header lines), from plink files
-// (reference allele second) with two properties, one excluded by position and one outside
+// A trio whose child stands before his parents in input order, a duo whose father is not in the main panel, a haploid individual placed before an
+// unrelated one in vecG but after it in input order, and an unrelated individual excluded by the output filter. Six sites: plain, six-column GEN, VCF
+// with three properties (and header lines), from plink files (reference allele second) with two properties, one excluded by position and one outside
 // the output window.
 struct Cohort {
 	snp_set sites;
@@ -70,8 +68,7 @@ const std::string header1 = "ID_1 ID_2 missing father mother sex", header2 = "0 
 const std::string samples = "fam1 c1 0 f1 m1 1\nfam1 f1 0 0 0 1\nfam1 m1 0 0 0 2\nfam2 m2 0 0 0 2\nfam2 c2 0 f2 m2 2\nfam3 u2 0 0 0 1\nfam4 h1 0\n";
 const fields digits = { "1 1 1 0 1 0 0 1 0 1 0 1 0 0", "0 1 0 1 1 0 1 0 1 1 0 0 1 1", "0 0 0 0 0 1 1 1 1 1 0 0 0 0", "1 0 1 0 0 0 0 0 0 0 1 0 1 1" };
 
-// The VCF genotypes of a line of digits, inverted for a site whose REF is its second
-// allele; the last sample is haploid.
+// The VCF genotypes of a line of digits, inverted for a site whose REF is its second allele; the last sample is haploid.
 std::string bars(const std::string & d, bool swap = false) {
 	std::string s;
 	for (unsigned int k = 0 ; k < d.size() ; k += 4) s += "\t" + std::string(1, d[k] ^ swap) + (k + 4 < d.size() ? "|" + std::string(1, d[k + 2] ^ swap) : "");
@@ -94,8 +91,7 @@ TEST(haplotype_writer, FormatsWithFilters) {
 	EXPECT_EQ(d.read("o.haps"), "1 rs1 100 A C " + digits[0] + "\n1 rs2 x2 200 G T " + digits[1] + "\n1 rs3 300 A G " + digits[2] + "\n1 rs4 400 C T " + digits[3] + "\n");
 	EXPECT_EQ(d.read("o.samples") + d.read("o.legend") + d.read("o.hap"), header1 + "\n" + samples + "id position a0 a1\nrs1 100 A C\nrs2 200 G T\nrs3 300 A G\nrs4 400 C T\n"
 		+ digits[0] + "\n" + digits[1] + "\n" + digits[2] + "\n" + digits[3] + "\n");
-	// The input's header lines as they were, then what they left out; AC and AN counted on
-	// the written genotypes.
+	// The input's header lines as they were, then what they left out; AC and AN counted on the written genotypes.
 	EXPECT_EQ(d.read("o.vcf"), "##fileformat=VCFv4.2\n##fileDate=" + sutils::date2str(&START_DATE, "%Y%m%d") + "\n##source=SORVANE2.v904\n##log_file=" + LOG.name() + "\n"
 		"##contig=<ID=1,length=1000,assembly=b38>\n##INFO=<ID=AC,Number=A,Type=Integer,Description=\"Count\">\n##FILTER=<ID=q10,Description=\"As in the input\">\n"
 		"##INFO=<ID=DP,Number=.,Type=String,Description=\"As in the input\">\n##INFO=<ID=AN,Number=1,Type=Integer,Description=\"Total number of alleles in called genotypes\">\n"
@@ -103,8 +99,7 @@ TEST(haplotype_writer, FormatsWithFilters) {
 		"1\t100\trs1\tA\tC\t.\tPASS\t.\tGT" + bars(digits[0]) + "\n1\t200\trs2\tG\tT\t.\tPASS\t.\tGT" + bars(digits[1]) + "\n"
 		"1\t300\trs3\tA\tG\t50\tq10\tAC=5;DP=4;AN=13;F\tGT" + bars(digits[2]) + "\n1\t400\trs4\tT\tC\t.\tPASS\t.\tGT" + bars(digits[3], true) + "\n");
 
-	// BGZF and BCF, each with its index, read back to the same lines (the BCF header gains
-	// the PASS filter and drops nothing).
+	// BGZF and BCF, each with its index, read back to the same lines (the BCF header gains the PASS filter and drops nothing).
 	W.writeHaplotypeVcf(d.file("o.vcf.gz"), false, false);
 	W.writeHaplotypeVcf(d.file("o.bcf"), false, false);
 	EXPECT_TRUE(std::ifstream(d.file("o.vcf.gz.tbi")).good());

@@ -5,9 +5,8 @@
 
 using testutils::TempDir;
 
-// The log takes ".log" unless the name has it; what goes to the log and what to the screen.
-// A log opened for later keeps its lines in memory: a failure before start() writes no
-// file unless the log must be kept.
+// The log takes ".log" unless the name has it; what goes to the log and what to the screen. A log opened for later keeps its lines in memory: a
+// failure before start() writes no file unless the log must be kept.
 TEST(lfile, NamesOutputAndHeldLines) {
 	TempDir d;
 	for (const auto & c : { std::make_pair("a.log", "a.log"), std::make_pair("a.txt", "a.txt.log") }) {
@@ -45,8 +44,8 @@ TEST(lfile, NamesOutputAndHeldLines) {
 	EXPECT_FALSE(testutils::exists(d.file("dropped.log")));
 }
 
-// Off a terminal the screen gets no colour, and a line rewritten with "\r" only in the state
-// it has when it ends, whether "\r" comes before or after the text.
+// Off a terminal the screen gets no colour, and a line rewritten with "\r" only in the state it has when it ends, whether "\r" comes before or after
+// the text.
 TEST(lfile, PlainScreenOffTerminal) {
 	lfile L;
 	L.muteL();

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-// Expected draws computed independently from the minimal standard generator with its
-// 32-word shuffle table. Seed 0 is taken as 1, and re-seeding restarts the sequence.
+// Expected draws computed independently from the minimal standard generator with its 32-word shuffle table. Seed 0 is taken as 1, and re-seeding
+// restarts the sequence.
 TEST(putils, GeneratorSequenceIsFixedBySeed) {
 	const std::pair < int, std::vector < double > > draws[] = { { 1, { 0.41599935685098144, 0.09196489075755929, 0.7564104859514211, 0.5297001933351626 } },
 		{ 42, { 0.4719729877412193, 0.5390094013600654 } }, { 0, { 0.41599935685098144 } } };
@@ -18,9 +18,8 @@ TEST(putils, GeneratorSequenceIsFixedBySeed) {
 		const int k = putils::getRandom(5);
 		EXPECT_TRUE(x > 0.0 && x < 1.0 && k >= 0 && k < 5) << x << " " << k;
 	}
-	// Sampling walks the cumulative mass: the first draw of seed 1, 0.416, picks index 1 of
-	// four equal masses; all the mass on one element always picks it; a zero sum falls
-	// through to the last index.
+	// Sampling walks the cumulative mass: the first draw of seed 1, 0.416, picks index 1 of four equal masses; all the mass on one element always
+	// picks it; a zero sum falls through to the last index.
 	putils::initRandom(1);
 	std::vector < double > flat = { 1.0, 1.0, 1.0, 1.0 }, spike = { 0.0, 3.0, 0.0, 0.0 }, zeros = { 0.0, 0.0, 0.0 };
 	EXPECT_EQ(putils::sample(flat, 4.0), 1);
@@ -37,8 +36,7 @@ TEST(autils, MendelTests) {
 	for (const auto & c : trios) EXPECT_EQ(autils::checkTrio(c[0], c[1], c[2], c[3], c[4], c[5]), c[6]) << c[0] << c[1] << c[2] << c[3] << c[4] << c[5];
 }
 
-// Consecutive pieces of at least the given length share exactly two elements and cover
-// the whole list; a list too short for two pieces is one piece.
+// Consecutive pieces of at least the given length share exactly two elements and cover the whole list; a list too short for two pieces is one piece.
 TEST(autils, DecomposeCutsIntoOverlappingPieces) {
 	for (int n : { 7, 60 }) {
 		std::vector < std::vector < int > > in;

@@ -22,8 +22,7 @@ static std::string readAll(const std::string & name) {
 	return all;
 }
 
-// The compression of an input is told by its first bytes, whatever its name, from a pipe
-// too, which cannot be rewound.
+// The compression of an input is told by its first bytes, whatever its name, from a pipe too, which cannot be rewound.
 TEST(streams, PlainGzipBzip2ToldByFirstBytes) {
 	TempDir d;
 	const std::string text = makeText(20000);
@@ -56,8 +55,7 @@ TEST(streams, BrokenCompressedFilesFail) {
 	for (std::string name : { d.file("nothere.gz"), d.file("nothere.txt"), d.path }) EXPECT_FALSE(missing.open(name)) << name;
 }
 
-// An output gets its name when closed; until then, or if never closed, the name holds
-// what it held before.
+// An output gets its name when closed; until then, or if never closed, the name holds what it held before.
 TEST(streams, OutputAppearsOnlyWhenClosed) {
 	const std::string text = makeText(3000);
 	for (std::string name : { "a.txt", "a.gz" }) {
@@ -96,8 +94,7 @@ TEST(streams, OutputAppearsOnlyWhenClosed) {
 
 TEST(streams, FailedWriteEndsTheRun) {
 	TempDir d;
-	// A link is written in place: through this one a few compressed bytes meet the full
-	// device only when the compressor's end is flushed.
+	// A link is written in place: through this one a few compressed bytes meet the full device only when the compressor's end is flushed.
 	ASSERT_EQ(symlink("/dev/full", d.file("full.gz").c_str()), 0);
 	for (std::string name : { std::string("/dev/full"), d.file("full.gz") })
 		for (std::string text : { std::string("few"), makeText(50000) })

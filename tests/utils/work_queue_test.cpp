@@ -6,15 +6,13 @@
 #include <stdexcept>
 #include <thread>
 
-// A task that throws stops the claiming of further items and its exception reaches the
-// caller; the pool takes the next call. Each item runs once, on a worker of the pool, and
-// progress counts come in order; the records of a drain are all taken.
+// A task that throws stops the claiming of further items and its exception reaches the caller; the pool takes the next call. Each item runs once, on
+// a worker of the pool, and progress counts come in order; the records of a drain are all taken.
 TEST(work_queue, RunAndDrainTakeEveryItemOnce) {
 	for (int T : { 1, 3 }) for (int n : { 0, 50 }) {
 		work_queue W (T);
 		std::atomic < int > left (0);
-		// Items take a millisecond each, so that the queue cannot run dry while the exception
-		// travels, however slow the build.
+		// Items take a millisecond each, so that the queue cannot run dry while the exception travels, however slow the build.
 		EXPECT_THROW(W.run(1000, [&](int i, int) { if (i == 5) throw std::runtime_error("x"); std::this_thread::sleep_for(std::chrono::milliseconds(1)); left ++; }), std::runtime_error);
 		EXPECT_LT(left, 999);
 		std::vector < std::atomic < int > > seen (n);
@@ -28,8 +26,8 @@ TEST(work_queue, RunAndDrainTakeEveryItemOnce) {
 	}
 }
 
-// A batch opens before its items and closes after all of them: none of the next batch runs
-// before; on one worker the steps come in plain order. Every item is timed.
+// A batch opens before its items and closes after all of them: none of the next batch runs before; on one worker the steps come in plain order. Every
+// item is timed.
 TEST(work_queue, BatchesEndInABarrier) {
 	for (int T : { 1, 3 }) {
 		work_queue W (T);
