@@ -54,13 +54,7 @@ void readVcf(Store & S, const std::string & file) {
 // Both record orders; only bit 0 of the mode byte counts; a compressed BED reads alike.
 TEST(bed_reader, BothOrdersFiltersAndFatalMessages) {
 	TempDir d;
-	d.write("p.bim", bim);
-	d.write("p.fam", fam);
-	d.write("sm.bed", bedSM);
-	d.write("im.bed", bedIM);
-	std::string mode = bedSM;
-	mode[2] = (char)0xFD;
-	testutils::writeCompressed(d.file("mode.bed.gz"), mode);
+	writeFiles(d, { { "p.bim", bim }, { "p.fam", fam }, { "sm.bed", bedSM }, { "im.bed", bedIM }, { "mode.bed.gz", std::string(bedSM).replace(2, 1, "\xFD") } });
 	for (std::string bed : { "sm.bed", "im.bed", "mode.bed.gz" }) {
 		SCOPED_TRACE(bed);
 		Store S(true);
@@ -96,13 +90,9 @@ TEST(bed_reader, BothOrdersFiltersAndFatalMessages) {
 // (plain gzip is read through the streams, which throw on a truncated file).
 TEST(vcf_reader, FieldsCompressedTruncatedFatalAndEmptyFiles) {
 	TempDir d;
-	d.write("v.vcf", vcf);
-	testutils::writeCompressed(d.file("v.vcf.gz"), vcf);
-	testutils::writeCompressed(d.file("v.vcf.bz2"), vcf);
 	// bgzip writes a series of gzip members; cut the file inside a data line.
-	size_t cut = vcf.find("1\t300");
-	testutils::writeCompressed(d.file("part1.gz"), vcf.substr(0, cut + 4));
-	testutils::writeCompressed(d.file("part2.gz"), vcf.substr(cut + 4));
+	const size_t cut = vcf.find("1\t300") + 4;
+	writeFiles(d, { { "v.vcf", vcf }, { "v.vcf.gz", vcf }, { "v.vcf.bz2", vcf }, { "part1.gz", vcf.substr(0, cut) }, { "part2.gz", vcf.substr(cut) } });
 	d.write("bgzip.vcf.gz", d.read("part1.gz") + d.read("part2.gz"));
 	for (std::string name : { "v.vcf", "v.vcf.gz", "v.vcf.bz2", "bgzip.vcf.gz" }) {
 		SCOPED_TRACE(name);

@@ -8,13 +8,8 @@ using namespace genotest;
 // listed twice counts once. The writer's filters take the reader's lists and a window of their own.
 TEST(filters, WindowsAndLists) {
 	TempDir d;
-	d.write("snp_in", "100\n200 trailing words\n300\nnotanumber\n");
-	d.write("snp_out", "200\n");
-	testutils::writeCompressed(d.file("ind_in.gz"), "S1\nS2 \nS3\nS1\n");
-	d.write("ind_out", "S3\n");
-	d.write("grp_in", "EUR\n");
-	d.write("grp_out", "AFR\n");
-	d.write("empty", "");
+	writeFiles(d, { { "snp_in", "100\n200 trailing words\n300\nnotanumber\n" }, { "snp_out", "200\n" }, { "ind_in.gz", "S1\nS2 \nS3\nS1\n" },
+		{ "ind_out", "S3\n" }, { "grp_in", "EUR\n" }, { "grp_out", "AFR\n" }, { "empty", "" } });
 	filter_reader F;
 	F.initialise(0, 1000000000);
 	EXPECT_TRUE(F.checkSnp(0) && F.checkSnp(999999999) && !F.checkSnp(1000000000) && F.checkInd("anyone") && F.checkGrp("A", "B"));

@@ -1,7 +1,5 @@
 #include "genotype_test_utils.h"
 
-#include <cmath>
-
 using namespace genotest;
 
 namespace {
@@ -84,8 +82,7 @@ TEST(gen_reader, HighestProbabilityChrXSixColumnLayoutAndFaults) {
 TEST(ped_reader, AllelesMissingCodePedigreeAndFatalMessages) {
 	TempDir d;
 	const std::string map = "p.map.bz2", ped = "p.ped.bz2";
-	testutils::writeCompressed(d.file(map), pedMap);
-	testutils::writeCompressed(d.file(ped), pedFile);
+	writeFiles(d, { { map, pedMap }, { ped, pedFile } });
 	Store S(true);
 	S.F.ind_exclude["skip"] = false;
 	S.F.snp_exclude[150] = true;
@@ -101,8 +98,7 @@ TEST(ped_reader, AllelesMissingCodePedigreeAndFatalMessages) {
 	EXPECT_TRUE(has(log, "] where missing-code = [0]\n  * 3 samples included\n  * 1 samples excluded\n")) << log;
 
 	// With another missing code "0" is an allele like any other.
-	d.write("n.map", "1 r 0 100\n");
-	d.write("n.ped", "f a 0 0 1 0 0 N\nf b 0 0 1 0 0 1\nf c 0 0 1 0 N N\nf d 0 0 1 0 N 1\n");
+	writeFiles(d, { { "n.map", "1 r 0 100\n" }, { "n.ped", "f a 0 0 1 0 0 N\nf b 0 0 1 0 0 1\nf c 0 0 1 0 N N\nf d 0 0 1 0 N 1\n" } });
 	Store N;
 	N.G.readGenotypePed(d.file("n.ped"), d.file("n.map"), "N");
 	EXPECT_EQ(siteList(N.G.sites.get()), "100:0/1");

@@ -64,10 +64,8 @@ std::string show(const std::vector < std::map < std::string, int > > & units) {
 
 }
 
-class genotype_checker_test : public ::testing::Test {
-protected:
+struct genotype_checker_test : ::testing::Test {
 	TempDir d;
-	std::vector < std::map < std::string, int > > units;
 
 	void SetUp() override {
 		LOG.muteC();
@@ -188,6 +186,7 @@ TEST_F(genotype_checker_test, BuildOrder) {
 	Study gen3(1, { { "GF", "0" }, { "GM", "0" }, { "P", "0", "GF", "GM" }, { "S", "0" }, { "C", "0", "P", "S" } });
 	gen3.G.ind_order = { 10, 11, 12, 13, 14 };
 	genotype_checker G(gen3.G, gen3.R, false, false);
+	std::vector < std::map < std::string, int > > units;
 	G.het_count = { 0, 0, 5, 0, 1 };
 	G.order(units);
 	EXPECT_EQ(show(units), "4 c4:14 f2:12:0 m3:13:1\n4 c2:12 f0:10:1 m1:11:1\n");

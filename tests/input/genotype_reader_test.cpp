@@ -88,8 +88,7 @@ TEST(genotype_reader, ReadScaffoldImpute) {
 	S.G.putSnp("1", 200, "A", "T", 3);
 	S.G.sites->indexing();
 	fill(S.G, { "S1", "S2", "S3" }, { "00 00", ".. ..", "11 11" });
-	d.write("s.sample", "ID_1 ID_2 missing\n0 0 0\nf S2 0\nf absent 0\nf S1 0\n");
-	d.write("s.haps", "1 r1 100 A C 1 0 1 1 0 1\n1 r2 200 T A 0 1 1 1 0 1\n");
+	writeFiles(d, { { "s.sample", "ID_1 ID_2 missing\n0 0 0\nf S2 0\nf absent 0\nf S1 0\n" }, { "s.haps", "1 r1 100 A C 1 0 1 1 0 1\n1 r2 200 T A 0 1 1 1 0 1\n" } });
 	S.G.readScaffoldImpute(d.file("s.haps"), d.file("s.sample"));
 	EXPECT_EQ(allGenotypes(S.G), "01 10 | 10 10 | 11 11");
 	EXPECT_TRUE(S.G.scaffold[0] == std::vector < bool > ({ true, true }) && S.G.scaffold[1] == S.G.scaffold[0] && S.G.scaffold[2].empty());

@@ -31,20 +31,23 @@ inline std::string logOf(const TempDir & d, const std::function < void () > & re
 	return d.read("run.log");
 }
 
-// One bad input: a file of the folder (compressed as its name ends in .gz or .bz2) and the message, a regular expression, the reader must stop with.
-struct Fault {
-	std::string file, content, message;
-};
+// Writes files of the folder by name and content, compressed as a name ends in .gz or .bz2.
+inline void writeFiles(const TempDir & d, const std::map < std::string, std::string > & files) {
+	for (const auto & f : files) testutils::writeCompressed(d.file(f.first), f.second);
+}
+
+// One bad input: a file of the folder and the message, a regular expression, the reader must stop with.
+struct Fault { std::string file, content, message; };
 
 // Each case writes the base files, then its own file over them, and expects `read` to stop. The base files are left in place.
 inline void expectFaults(const TempDir & d, const std::map < std::string, std::string > & base, const std::vector < Fault > & faults, const std::function < void () > & read) {
 	for (const Fault & f : faults) {
 		SCOPED_TRACE(f.message);
-		for (const auto & b : base) testutils::writeCompressed(d.file(b.first), b.second);
-		testutils::writeCompressed(d.file(f.file), f.content);
+		writeFiles(d, base);
+		writeFiles(d, { { f.file, f.content } });
 		EXPECT_LOG_ERROR(read(), f.message);
 	}
-	for (const auto & b : base) testutils::writeCompressed(d.file(b.first), b.second);
+	writeFiles(d, base);
 }
 
 // Genotypes, one blank-separated pair of allele bits per site, ".." for missing, "!!" for missing with set allele bits; individuals joined by " | ".

@@ -21,8 +21,7 @@ TEST(haplotype_reader, LayoutsAndFilters) {
 	const std::string haps = "1 rs100 100 A C 0 1 1 1 1 0\n1 rs200 id200 200 G T 1 1 0 0 0 0\n1 rs300 300 A G 1 1 1 1 1 1\n"
 		"1 rs400 400 C T 1 0 0 0 0 1\n1 rs400 400 C T 0 1 0 0 1 1\n1 rs2000 x2000 2000 A C 1 1 1 1 1 1\n";
 	TempDir d;
-	testutils::writeCompressed(d.file("h.sample.bz2"), sample);
-	testutils::writeCompressed(d.file("h.haps.bz2"), haps);
+	writeFiles(d, { { "h.sample.bz2", sample }, { "h.haps.bz2", haps } });
 	filter_reader F;
 	F.initialise(0, 1000);
 	F.snp_exclude[300] = true;
@@ -48,8 +47,7 @@ TEST(haplotype_reader, EmptySamplesSiteOrderAndFatalMessages) {
 	filter_reader F;
 	F.ind_exclude["x"] = false;
 	TempDir d;
-	d.write("h.sample", header);
-	d.write("h.haps", "1 a 100 A C\n1 b c 200 A C\n");
+	writeFiles(d, { { "h.sample", header }, { "h.haps", "1 a 100 A C\n1 b c 200 A C\n" } });
 	haplotype_reader H(F);
 	H.readHaplotypeImpute(d.file("h.haps"), d.file("h.sample"));
 	EXPECT_TRUE(H.ind_id.empty());
@@ -65,8 +63,7 @@ TEST(haplotype_reader, EmptySamplesSiteOrderAndFatalMessages) {
 		{ "h.sample", header + "1 s1 0\n2 s2 0\n3 s1 0\n", "Two individuals or more have the following ID : s1" },
 		{ "h.sample", "ID_1 ID_2 missing\n", "Sample file \\[.*h.sample\\] lacks its two header lines" },
 	}, [&] { readHaps(F, d); });
-	d.write("h.sample", header + "1 s1 0\n");
-	d.write("h.haps", "1 a 100 A C 0 1\n1 b 200 A C 0 2\n");
+	writeFiles(d, { { "h.sample", header + "1 s1 0\n" }, { "h.haps", "1 a 100 A C 0 1\n1 b 200 A C 0 2\n" } });
 	EXPECT_LOG_ERROR(readHaps(F, d), "Allele code \\[2\\] at line 2 of \\[.*h.haps\\]: a haplotype allele is 0 or 1");
 	EXPECT_LOG_ERROR(haplotype_reader(F).readHaplotypeImpute(d.file("none.haps"), d.file("h.sample")), "Impossible to open file \\[.*none.haps\\]");
 }

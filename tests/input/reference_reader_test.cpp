@@ -38,12 +38,9 @@ const std::string samples3 = "ID POP GROUP sex\ns1 EUR EUR 1\ns2 AFR AFR 2\ns3 E
 TEST(reference_reader, AlignedPanelAtStudyResolution) {
 	flippable = 1;
 	std::unique_ptr < snp_set > S = studySites({ { 100, "A", "C" }, { 200, "G", "T" }, { 300, "A", "G" }, { 400, "C", "T" } });
-	const std::string legend = "id position a0 a1\nr100 100 A C\nr150 150 C G\nr200 200 T G\nr300 300 A G\nr300b 300 A T\nr400 400 C T extra cols\n";
-	const std::string haps = "0 1 1 1 1 0\nnot split\n0 1 1 0 0 0\n1 0 0 0 1 ?\nbad\n";
 	TempDir d;
-	testutils::writeCompressed(d.file("p.samples.bz2"), samples3);
-	testutils::writeCompressed(d.file("p.legend.bz2"), legend);
-	testutils::writeCompressed(d.file("p.hap.bz2"), haps);
+	writeFiles(d, { { "p.samples.bz2", samples3 }, { "p.hap.bz2", "0 1 1 1 1 0\nnot split\n0 1 1 0 0 0\n1 0 0 0 1 ?\nbad\n" },
+		{ "p.legend.bz2", "id position a0 a1\nr100 100 A C\nr150 150 C G\nr200 200 T G\nr300 300 A G\nr300b 300 A T\nr400 400 C T extra cols\n" } });
 	filter_reader F;
 	F.initialise(0, 250);
 	F.grp_exclude["AFR"] = false;

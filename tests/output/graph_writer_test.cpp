@@ -4,8 +4,6 @@
 #include "test_utils.h"
 #include "utils/putils.h"
 
-#include <gtest/gtest.h>
-
 using testutils::TempDir;
 
 namespace {

@@ -7,9 +7,6 @@
 #include "test_utils.h"
 #include "utils/sutils.h"
 
-#include <fstream>
-#include <gtest/gtest.h>
-
 using testutils::TempDir;
 
 namespace {
@@ -102,8 +99,7 @@ TEST(haplotype_writer, FormatsWithFilters) {
 	// BGZF and BCF, each with its index, read back to the same lines (the BCF header gains the PASS filter and drops nothing).
 	W.writeHaplotypeVcf(d.file("o.vcf.gz"), false, false);
 	W.writeHaplotypeVcf(d.file("o.bcf"), false, false);
-	EXPECT_TRUE(std::ifstream(d.file("o.vcf.gz.tbi")).good());
-	EXPECT_TRUE(std::ifstream(d.file("o.bcf.csi")).good());
+	EXPECT_TRUE(testutils::exists(d.file("o.vcf.gz.tbi")) && testutils::exists(d.file("o.bcf.csi")));
 	for (std::string name : { "o.vcf.gz", "o.bcf" }) {
 		vcf_lines in;
 		ASSERT_TRUE(in.open(d.file(name)));

@@ -4,7 +4,6 @@
 #include "utils/output_set.h"
 
 #include <cstdlib>
-#include <set>
 
 using testutils::TempDir;
 
