@@ -20,7 +20,7 @@ void makeSites(snp_set & S) {
 
 // The same map in each layout: it starts at position 0 and distance 0, repeats a position, mixes tabs and CR LF ends; the 4-column layouts have lines
 // of other chromosomes.
-TEST(gmap_reader, Layouts) {
+TEST(gmap_reader, LayoutsAndFatalMessages) {
 	const std::string rows = "0 0.0 0\n1000\t1.5\t0.0015\r\n1000 0 0.0015\n  5000 2.0  0.0095  \n";
 	const std::string wide = "chr pos rate cM\n19 10 1 0.5\nchr20 0 0.0 0\n20\t1000\t1.5\t0.0015\r\n20 1000 0 0.0015\n  chr20 5000 2.0  0.0095  \n21 1 1 1\n";
 	const std::string plink = "19 a 0.5 10\n20 . 0 0\nchr20\tb\t0.0015\t1000\r\n20 c 0.0015 1000\n  20 d 0.0095  5000  \n";
@@ -33,10 +33,8 @@ TEST(gmap_reader, Layouts) {
 		EXPECT_EQ(G.cm, std::vector < double > ({ 0, 0.0015, 0.0015, 0.0095 })) << map.first;
 		EXPECT_TRUE(has(log, "\nReading genetic map in [" + d.file(map.first) + "]\n") && has(log, "  * 4 genetic positions found\n")) << log;
 	}
-}
 
-// Every fault names the file and its line, counted from 1.
-TEST(gmap_reader, FatalMessages) {
+	// Every fault names the file and its line, counted from 1.
 	TempDir d;
 	expectFaults(d, {}, {
 		{ "m", header + "100 1 0.1\n200 1\n", "Incorrect number of columns at line 3 of \\[.*/m\\], observed: 2 expected: 3" },

@@ -64,7 +64,7 @@ TEST(reference_reader, AlignedPanelAtStudyResolution) {
 }
 
 // Missing, duplicated and misaligned sites, swapped alleles accepted: report rows, the exclude list and the stop.
-TEST(reference_reader, AlignmentFaultsStopWithReports) {
+TEST(reference_reader, AlignmentFaultsStopWithReportsAndFatalMessages) {
 	std::unique_ptr < snp_set > S = studySites({ { 100, "A", "C" }, { 200, "G", "T" }, { 300, "A", "G" }, { 400, "C", "T" }, { 500, "A", "T" }, { 600, "A", "T" } });
 	TempDir d;
 	d.write("p.samples", "ID POP GROUP\ns1 EUR EUR\n");
@@ -81,14 +81,9 @@ TEST(reference_reader, AlignmentFaultsStopWithReports) {
 		"Strand\tStrand\t500\tm500\tA\tT\t1\tr500b\tG\tC\t0\nDuplicate\tDuplicate\t600\tm600\tA\tT\t1\tr600a\tA\tT\t0\n"
 		"Duplicate\tDuplicate\t600\tm600\tA\tT\t1\tr600b\tT\tA\t0\n");
 	EXPECT_EQ(d.read("run.snp.strand.exclude"), "300\n400\n400\n500\n500\n600\n600\n");
-}
 
-TEST(reference_reader, FatalMessages) {
-	flippable = 1;
-	std::unique_ptr < snp_set > S = studySites({ { 100, "A", "C" }, { 200, "G", "T" } });
-	filter_reader F;
+	S = studySites({ { 100, "A", "C" }, { 200, "G", "T" } });
 	F.grp_exclude["AFR"] = false;
-	TempDir d;
 	const std::string samples = "ID POP GROUP\ns1 EUR EUR\ns2 AFR AFR\n", legend = "id position a0 a1\nr100 100 A C\nr200 200 G T\n";
 	expectFaults(d, { { "p.samples", samples }, { "p.legend", legend }, { "p.hap", "0 0 1 1\n0 1 1 1\n" } }, {
 		{ "p.samples", "ID POP GROUP\ns1 EUR EUR\ns2\n", "Line=1 found=1 fields, expected more than 3" },

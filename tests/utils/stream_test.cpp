@@ -22,9 +22,10 @@ static std::string readAll(const std::string & name) {
 }
 
 // The compression of an input is told by its first bytes, whatever its name, from a pipe too, which cannot be rewound.
-TEST(streams, PlainGzipBzip2ToldByFirstBytes) {
+// A compressed file cut short fails.
+TEST(streams, CompressionToldByFirstBytesAndBrokenFilesFail) {
 	TempDir d;
-	const std::string text = makeText(20000);
+	const std::string text = makeText(50000);
 	testutils::writeCompressed(d.file("a.gz"), text);
 	testutils::writeCompressed(d.file("a.bz2"), text);
 	for (const auto & m : std::vector < std::pair < std::string, std::string > > { { "plain.gz", text }, { "gzip.txt", d.read("a.gz") }, { "bzip2.gz", d.read("a.bz2") } }) {
@@ -33,13 +34,8 @@ TEST(streams, PlainGzipBzip2ToldByFirstBytes) {
 	}
 	ASSERT_EQ(system(("cd " + d.path + " && mkfifo pipe && (cat a.bz2 > pipe &)").c_str()), 0);
 	EXPECT_EQ(readAll(d.file("pipe")), text);
-}
 
-TEST(streams, BrokenCompressedFilesFail) {
-	TempDir d;
-	testutils::writeCompressed(d.file("full.gz"), makeText(50000));
-	testutils::writeCompressed(d.file("full.bz2"), makeText(50000));
-	const std::string gz = d.read("full.gz"), bz = d.read("full.bz2");
+	const std::string gz = d.read("a.gz"), bz = d.read("a.bz2");
 	for (const auto & c : std::vector < std::pair < std::string, std::string > > { { "half.gz", gz.substr(0, gz.size() / 2) },
 		{ "notrailer.gz", gz.substr(0, gz.size() - 4) }, { "half.bz2", bz.substr(0, bz.size() / 2) } }) {
 		d.write(c.first, c.second);
