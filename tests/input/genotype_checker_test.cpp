@@ -78,8 +78,16 @@ struct genotype_checker_test : ::testing::Test {
 	std::string report(std::string suffix) { return d.read("run" + suffix); }
 };
 
-// Trio F x M -> C, father-only duo D -> K, mother-only duo Q -> R, and U unrelated at index 0, with Mendel errors at sites 0, 1, 3 and 6.
+// No related individual: neither log lines nor reports. A mother at index 0 makes the summary count a trio as a duo, on the father's errors.
 TEST_F(genotype_checker_test, MendelErrorsInTriosAndDuos) {
+	Study unrelated(2, { { "a", "01" }, { "b", "21" } }), mother_zero(1, { { "M", "0" }, { "F", "0" }, { "C", "2", "F", "M" } });
+	genotype_checker(unrelated.G, unrelated.R, false, false).checkMendelErrors();
+	EXPECT_FALSE(has(log(), "Mendel") || testutils::exists(d.file("run.ind.me")));
+	genotype_checker(mother_zero.G, mother_zero.R, false, false).checkMendelErrors();
+	EXPECT_TRUE(has(log(), "  * 1 duos with high Mendel error rate (> 5%)\n  * 1 SNPs") && !has(log(), "trios with high")) << log();
+	EXPECT_TRUE(has(report(".ind.me"), "C\tF\t1\tM\t1\t1\t0\n"));
+
+	// Trio F x M -> C, father-only duo D -> K, mother-only duo Q -> R, and U unrelated at index 0, with Mendel errors at sites 0, 1, 3 and 6.
 	Study st(10, { { "U", "0000000000" }, { "F", "001.100000" }, { "M", "0210000000" }, { "C", "20021.0000", "F", "M" },
 		{ "D", "2000000000" }, { "K", "0000000000", "D" }, { "Q", "0000002100" }, { "R", "0000000000", "0", "Q" } });
 	genotype_checker C(st.G, st.R, false, false);
@@ -102,16 +110,6 @@ TEST_F(genotype_checker_test, MendelErrorsInTriosAndDuos) {
 	// With the links removed, as for pedigree refinement, nothing is related any more.
 	W.resetPedigrees();
 	for (int i = 0 ; i < 8 ; i ++) EXPECT_TRUE(st.G.isFounder(i) && st.G.ind_family[i] == i && st.G.ind_children[i].empty());
-}
-
-// No related individual: neither log lines nor reports. A mother at index 0 makes the summary count a trio as a duo, on the father's errors.
-TEST_F(genotype_checker_test, MendelSummaryEdgeCases) {
-	Study unrelated(2, { { "a", "01" }, { "b", "21" } }), mother_zero(1, { { "M", "0" }, { "F", "0" }, { "C", "2", "F", "M" } });
-	genotype_checker(unrelated.G, unrelated.R, false, false).checkMendelErrors();
-	EXPECT_FALSE(has(log(), "Mendel") || testutils::exists(d.file("run.ind.me")));
-	genotype_checker(mother_zero.G, mother_zero.R, false, false).checkMendelErrors();
-	EXPECT_TRUE(has(log(), "  * 1 duos with high Mendel error rate (> 5%)\n  * 1 SNPs") && !has(log(), "trios with high")) << log();
-	EXPECT_TRUE(has(report(".ind.me"), "C\tF\t1\tM\t1\t1\t0\n"));
 }
 
 TEST_F(genotype_checker_test, HaploidHeterozygousOnChromosomeX) {

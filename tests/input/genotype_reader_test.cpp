@@ -64,7 +64,7 @@ TEST(genotype_reader, HardCallRules) {
 	EXPECT_EQ(std::make_pair(failed, passed), std::make_pair(3L, 9L));
 }
 
-TEST(genotype_reader, ReadSex) {
+TEST(genotype_reader, ReadSexAndScaffoldImpute) {
 	TempDir d;
 	Store S;
 	fill(S.G, { "A", "B", "C" }, { "", "", "" });
@@ -76,20 +76,16 @@ TEST(genotype_reader, ReadSex) {
 	d.write("sex", "A 1\nB 2 extra\n");
 	EXPECT_LOG_ERROR(S.G.readSex(d.file("sex")), "Line=1 found=3 fields, expected 2");
 	EXPECT_LOG_ERROR(S.G.readSex(d.file("absent")), "Impossible to open file \\[.*/absent\\]");
-}
 
-// Columns S2, an unknown sample, S1; the second line has its alleles swapped, its digits inverted.
-TEST(genotype_reader, ReadScaffoldImpute) {
-	TempDir d;
-	testutils::silenceLog();
+	// A scaffold of columns S2, an unknown sample, S1; the second line has its alleles swapped, its digits inverted.
 	flippable = 1;
-	Store S;
-	S.G.putSnp("1", 100, "A", "C", 3);
-	S.G.putSnp("1", 200, "A", "T", 3);
-	S.G.sites->indexing();
-	fill(S.G, { "S1", "S2", "S3" }, { "00 00", ".. ..", "11 11" });
+	Store T;
+	T.G.putSnp("1", 100, "A", "C", 3);
+	T.G.putSnp("1", 200, "A", "T", 3);
+	T.G.sites->indexing();
+	fill(T.G, { "S1", "S2", "S3" }, { "00 00", ".. ..", "11 11" });
 	writeFiles(d, { { "s.sample", "ID_1 ID_2 missing\n0 0 0\nf S2 0\nf absent 0\nf S1 0\n" }, { "s.haps", "1 r1 100 A C 1 0 1 1 0 1\n1 r2 200 T A 0 1 1 1 0 1\n" } });
-	S.G.readScaffoldImpute(d.file("s.haps"), d.file("s.sample"));
-	EXPECT_EQ(allGenotypes(S.G), "01 10 | 10 10 | 11 11");
-	EXPECT_TRUE(S.G.scaffold[0] == std::vector < bool > ({ true, true }) && S.G.scaffold[1] == S.G.scaffold[0] && S.G.scaffold[2].empty());
+	T.G.readScaffoldImpute(d.file("s.haps"), d.file("s.sample"));
+	EXPECT_EQ(allGenotypes(T.G), "01 10 | 10 10 | 11 11");
+	EXPECT_TRUE(T.G.scaffold[0] == std::vector < bool > ({ true, true }) && T.G.scaffold[1] == T.G.scaffold[0] && T.G.scaffold[2].empty());
 }
