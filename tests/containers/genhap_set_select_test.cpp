@@ -3,12 +3,11 @@
 #include <gtest/gtest.h>
 
 using genhaptest::plain;
-using genhaptest::randomBits;
+using graphtest::randomBits;
 using genhaptest::Study;
 
-// Random masks, windows and earlier selections on haploid units. The Hamming selection
-// takes the nearest allowed haplotypes by byte distance; the match selection, whose limit
-// shuts the heap once it is full, the first ones that share a whole byte with the target.
+// Random masks, windows and earlier selections: Hamming takes the nearest allowed haplotypes by byte distance,
+// the match selection the first ones sharing a whole byte with the target, up to its limit.
 TEST(genhap_set_select, NearestAndMatching) {
 	putils::initRandom(42);
 	for (int rep = 0 ; rep < 40 ; rep ++) {
@@ -52,9 +51,8 @@ TEST(genhap_set_select, Coverage) {
 	EXPECT_EQ(covered, std::vector < bool > ({ 0, 0, 0, 1, 0, 0, 0, 0, 0 }));
 }
 
-// The choice between the two haplotypes of a neighbour, against a count site by site with the
-// same two draws, on ranges within and across the 64-site words of long haplotypes: sites
-// where only the first (second) haplotype matches decide, nothing to decide on gives -1.
+// The choice between a neighbour's two haplotypes against a site by site count with the same two draws, in and
+// across 64-site words: sites where only the first (second) haplotype matches decide, none gives -1.
 TEST(genhap_set_select, IdentityByDescentRule) {
 	putils::initRandom(13);
 	for (int rep = 0 ; rep < 200 ; rep ++) {
@@ -81,9 +79,8 @@ TEST(genhap_set_select, IdentityByDescentRule) {
 	EXPECT_EQ(non_overlapping_hamming_distance(z, z, z, z, 3, 2), -1);
 }
 
-// The conditioning sets of a duo, an unrelated unit of its family and a trio, all selections
-// on, by Hamming distance (the IBD rule for the unrelated unit only) or by PBWT: at least the
-// minimum, never the family, whose haplotypes are exact copies, nor a closed haplotype.
+// Conditioning sets of a duo, an unrelated of its family and a trio, by Hamming or PBWT: at least the minimum,
+// never the family (made exact copies) nor a closed haplotype.
 TEST(genhap_set_select, ConditioningSetsLeaveOutTheFamily) {
 	putils::initRandom(9);
 	Study U(plain({ 3, 2, 2, 4, 1, 2, 2, 2, 2, 2, 2 }, { 0, 0, 0, 1, 1, 2, 3, 4, 5, 6, 7 }), 40);
@@ -109,9 +106,8 @@ TEST(genhap_set_select, ConditioningSetsLeaveOutTheFamily) {
 	}
 }
 
-// The batch bound against every batch of small random studies, with random families,
-// masks and panel sizes: a batch of the bound's size leaves each of its graphs `need`
-// haplotypes outside the batch and the graph's family, one more graph fails some of them.
+// On small random studies, every batch of the bound's size leaves each of its graphs `need` haplotypes outside
+// the batch and the graph's family; one more graph fails some of them.
 TEST(genhap_set_select, BatchBound) {
 	putils::initRandom(7);
 	for (int rep = 0 ; rep < 200 ; rep ++) {
@@ -124,7 +120,6 @@ TEST(genhap_set_select, BatchBound) {
 		Study U(plain(types, family), 8);
 		for (int p = 0 ; p < panel ; p ++) U.GH.vecH.push_back(chaplotype(8));
 		const std::vector < bool > mask = randomBits(U.GH.vecH.size(), 0.8);
-		// Whether every batch of T graphs leaves each of its graphs enough haplotypes.
 		auto fits = [&](int T) {
 			for (int batch = 0 ; batch < (1 << N) ; batch ++) if (__builtin_popcount(batch) == T)
 				for (int i = 0 ; i < N ; i ++) if ((batch >> i) & 1) {

@@ -1,6 +1,4 @@
-#include "objects/genotype_graph.h"
 #include "objects/genotype_graph_test_utils.h"
-#include "utils/putils.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,11 +6,9 @@
 
 using graphtest::fault;
 
-namespace {
-
-// Three sites, one a segment with the fragments 0 and 1, every state linked to every next
-// one; t lists the transitions of an inner group, two columns per track.
-genotype_graph threeSites(int type, std::vector < std::vector < int > > t, const std::vector < float > & probs) {
+// Three one-site segments of fragments 0 and 1, every state linked to every next one; t lists the transitions of
+// an inner group, two columns per track.
+static genotype_graph threeSites(int type, std::vector < std::vector < int > > t, const std::vector < float > & probs) {
 	genotype_graph g(type, 0);
 	std::vector < std::vector < bool > > alleles = { { 0 }, { 1 } };
 	std::vector < std::vector < int > > first(2 * type), last(2 * type);
@@ -28,7 +24,7 @@ genotype_graph threeSites(int type, std::vector < std::vector < int > > t, const
 	return g;
 }
 
-std::string fragments(const genotype_graph & g) {
+static std::string fragments(const genotype_graph & g) {
 	std::vector < std::string > f(g.HapsC[0]);
 	for (unsigned int h = 0 ; h < f.size() ; h ++) for (unsigned int i = 0 ; i < g.HapsS[0] ; i ++) f[h] += '0' + g.getA(0, h, i);
 	std::sort(f.begin(), f.end());
@@ -38,7 +34,7 @@ std::string fragments(const genotype_graph & g) {
 }
 
 // A random path of linked transitions as tracks; "" unless they miss a genotype.
-std::string randomPath(graphtest::Unit & u, std::vector < chaplotype > & H) {
+static std::string randomPath(graphtest::Unit & u, std::vector < chaplotype > & H) {
 	const genotype_graph & g = u.g;
 	std::vector < int > path;
 	for (unsigned int k = 0 ; k < g.probsC.size() ; k ++) {
@@ -52,12 +48,8 @@ std::string randomPath(graphtest::Unit & u, std::vector < chaplotype > & H) {
 	return u.mismatch(H);
 }
 
-
-}
-
-// Everything merges into one segment, whose fragments are the haplotypes that the kept
-// transitions allow, the transition crossing the threshold included. Weights conditional on
-// the previous fragment; a class without mass turns uniform.
+// One merged segment of the haplotypes the kept transitions allow, the one crossing the threshold included.
+// Weights conditional on the previous fragment; a class without mass turns uniform.
 TEST(genotype_graph_prune, ThresholdThenMergeOnHandGraphs) {
 	const std::vector < std::vector < int > > all = { { 0, 0, 1, 1 }, { 0, 1, 0, 1 } };
 	const std::vector < float > probs = { 0.7, 0.3, 0.1, 0.5, 0.3, 0.1, 0.03, 0.05, 0.02, 0.9, 0.2, 0.8 };
@@ -81,9 +73,8 @@ TEST(genotype_graph_prune, ThresholdThenMergeOnHandGraphs) {
 	for (unsigned int t = 0 ; t < conditional.size() ; t ++) EXPECT_FLOAT_EQ(g.probs[t], conditional[t]) << t;
 }
 
-// Random units of every kind: pruning keeps the invariants, the merge limits and the
-// genotypes on every path, and sites left unambiguous agree on all paths; masks cover every
-// transition.
+// Random units: pruning keeps the invariants, merge limits and genotypes on every path; sites left unambiguous
+// agree on all paths; masks cover every transition.
 TEST(genotype_graph_prune, RandomUnitsStayValid) {
 	putils::initRandom(99);
 	const int L = 300;

@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-// Unrelated, two segments: "01"/"10" then "0"/"1". Group 0 enters the state (0, 1); group 1
-// holds (0, 1) -> (0, 1) and its crossed twin (0, 1) -> (1, 0); group 2 leaves (0, 1).
+// Segments "01"/"10" then "0"/"1"; group 1 holds (0, 1) -> (0, 1) and its crossed twin (0, 1) -> (1, 0).
 TEST(genotype_graph, HandMadeGraph) {
 	genotype_graph g(2, 7);
 	std::vector < std::vector < bool > > seg0 = { { 0, 1 }, { 1, 0 } }, seg1 = { { 0 }, { 1 } };
