@@ -6,8 +6,7 @@ using genhaptest::plain;
 using graphtest::randomBits;
 using genhaptest::Study;
 
-// Random masks, windows and earlier selections: Hamming takes the nearest allowed haplotypes by byte distance,
-// the match selection the first ones sharing a whole byte with the target, up to its limit.
+// Hamming takes the nearest allowed haplotypes by byte distance, matching the first ones sharing a whole byte.
 TEST(genhap_set_select, NearestAndMatching) {
 	putils::initRandom(42);
 	for (int rep = 0 ; rep < 40 ; rep ++) {
@@ -21,10 +20,8 @@ TEST(genhap_set_select, NearestAndMatching) {
 		U.GH.subsetHaplotypes_pfmatch_ALL(input, ind, states, left, right, match);
 		int n_pool = 0, n_new = 0, worst_in = -1, best_out = 1000000, n_match = 0;
 		for (int h = 0 ; h < H ; h ++) {
-			if (before[h] || !input[h]) {
-				EXPECT_TRUE(hamming[h] == before[h] && match[h] == before[h]);
-				continue;
-			}
+			EXPECT_TRUE((!before[h] && input[h]) || (hamming[h] == before[h] && match[h] == before[h])) << h;
+			if (before[h] || !input[h]) continue;
 			n_pool ++;
 			const int d = U.GH.vecH[h].hamming(t, left, right);
 			if (hamming[h]) n_new ++, worst_in = std::max(worst_in, d);
@@ -37,8 +34,7 @@ TEST(genhap_set_select, NearestAndMatching) {
 	}
 }
 
-// Coverage takes at each site the haplotype with the longest run of agreement through it:
-// against the zeros of haplotype 2, haplotype 3 agrees from site 1 on, 6 and 7 at site 0 only.
+// The longest run of agreement through a site: with haplotype 2's zeros, 3 agrees from site 1 on, 6 and 7 at 0.
 TEST(genhap_set_select, Coverage) {
 	Study U(plain({ 2, 1, 1, 1, 1, 1, 1, 1 }), 16);
 	U.set(1, std::string(16, '1'));
@@ -51,8 +47,7 @@ TEST(genhap_set_select, Coverage) {
 	EXPECT_EQ(covered, std::vector < bool > ({ 0, 0, 0, 1, 0, 0, 0, 0, 0 }));
 }
 
-// The choice between a neighbour's two haplotypes against a site by site count with the same two draws, in and
-// across 64-site words: sites where only the first (second) haplotype matches decide, none gives -1.
+// Against a count with the same draws, in and across 64-site words: sites where one haplotype alone matches decide.
 TEST(genhap_set_select, IdentityByDescentRule) {
 	putils::initRandom(13);
 	for (int rep = 0 ; rep < 200 ; rep ++) {
@@ -75,12 +70,10 @@ TEST(genhap_set_select, IdentityByDescentRule) {
 		const bool x = (double)first / (first + both) > r1, y = (double)second / (second + both) > r2;
 		EXPECT_EQ(got, x && y ? 2 : x ? 0 : y ? 1 : -1) << left << " " << right;
 	}
-	const chaplotype z(8);
-	EXPECT_EQ(non_overlapping_hamming_distance(z, z, z, z, 3, 2), -1);
+	EXPECT_EQ(non_overlapping_hamming_distance(chaplotype(8), chaplotype(8), chaplotype(8), chaplotype(8), 3, 2), -1);
 }
 
-// Conditioning sets of a duo, an unrelated of its family and a trio, by Hamming or PBWT: at least the minimum,
-// never the family (made exact copies) nor a closed haplotype.
+// A duo, an unrelated of its family and a trio: at least the minimum, never the family (exact copies), never closed.
 TEST(genhap_set_select, ConditioningSetsLeaveOutTheFamily) {
 	putils::initRandom(9);
 	Study U(plain({ 3, 2, 2, 4, 1, 2, 2, 2, 2, 2, 2 }, { 0, 0, 0, 1, 1, 2, 3, 4, 5, 6, 7 }), 40);
@@ -106,17 +99,13 @@ TEST(genhap_set_select, ConditioningSetsLeaveOutTheFamily) {
 	}
 }
 
-// On small random studies, every batch of the bound's size leaves each of its graphs `need` haplotypes outside
-// the batch and the graph's family; one more graph fails some of them.
+// Every batch of the bound's size leaves each graph `need` haplotypes outside batch and family; one more fails.
 TEST(genhap_set_select, BatchBound) {
 	putils::initRandom(7);
 	for (int rep = 0 ; rep < 200 ; rep ++) {
 		const int N = 2 + putils::getRandom(5), panel = putils::getRandom(3), need = 1 + putils::getRandom(3);
-		std::vector < int > types, family;
-		for (int i = 0 ; i < N ; i ++) {
-			types.push_back(1 + putils::getRandom(4));
-			family.push_back(putils::getRandom(N));
-		}
+		std::vector < int > types(N), family(N);
+		for (int i = 0 ; i < N ; i ++) types[i] = 1 + putils::getRandom(4), family[i] = putils::getRandom(N);
 		Study U(plain(types, family), 8);
 		for (int p = 0 ; p < panel ; p ++) U.GH.vecH.push_back(chaplotype(8));
 		const std::vector < bool > mask = randomBits(U.GH.vecH.size(), 0.8);

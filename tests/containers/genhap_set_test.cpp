@@ -11,8 +11,7 @@ using genhaptest::Study;
 // (5 .. 8), haploid h (9), unrelated m2 (10, 11); the duo, the haploid and m2 form family 2.
 static const std::vector < Member > FAMILIES = { { 2, 1, "u" }, { 3, 2, "d", "0", false, "m2" }, { 4, 3, "c", "f", true, "m" }, { 1, 2, "h" }, { 2, 2, "m2" } };
 
-// Own, father's and mother's haplotypes land on the tracks of each kind of unit, the swapped site at 200 read
-// inverted, the site at 150 not in the set.
+// Each member's haplotypes land on the unit's tracks, the swapped site at 200 inverted, 150 not in the set.
 TEST(genhap_set, GivenHaplotypesOnTheTracks) {
 	flippable = 1;
 	testutils::silenceLog();

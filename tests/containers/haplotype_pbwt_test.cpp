@@ -23,8 +23,7 @@ static std::vector < chaplotype > randomHaplotypes(int N, int L, int founders) {
 	return H;
 }
 
-// At every checkpoint, against brute force: the order sorts the haplotypes read backwards (0 first), `rank`
-// inverts it and `start` gives the match with the predecessor.
+// Against brute force: `order` sorts haplotypes read backwards (0 first), `rank` inverts it, `start` the matches.
 TEST(haplotype_pbwt, CheckpointsHoldTheSortedMatches) {
 	putils::initRandom(3);
 	for (int step : { 1, 7, 64 }) {
@@ -42,8 +41,7 @@ TEST(haplotype_pbwt, CheckpointsHoldTheSortedMatches) {
 	}
 }
 
-// One checkpoint in the window: `states` picks of the longest allowed matches ending there, none left out longer
-// than one taken; closed and already selected haplotypes passed over.
+// The `states` longest allowed matches ending at the checkpoint in the window, selected ones passed over.
 TEST(haplotype_pbwt, SelectionTakesTheLongestAllowedMatches) {
 	putils::initRandom(5);
 	const int N = 60, L = 96;

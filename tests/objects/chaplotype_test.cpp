@@ -3,8 +3,7 @@
 
 using graphtest::randomBits;
 
-// Against per-bit references over the bytes start >> 3 .. stop >> 3 (none when reversed), on lengths and ranges
-// in and across bytes and 8-byte blocks. A limit below the distance gives 1000000000; a match needs a limit <= 0.
+// Per-bit references over bytes start >> 3 .. stop >> 3; a limit below the distance gives 1000000000.
 TEST(chaplotype, DistancesMatchPerBitReference) {
 	putils::initRandom(20240611);
 	EXPECT_EQ(chaplotype().hamming(chaplotype()), 0);

@@ -37,8 +37,7 @@ static std::string message(const std::function < void () > & f) {
 	return "none";
 }
 
-// Each direction of the walk draws every path of a haploid unit (missing but at its middle site) as often as
-// its chance under plain matrices times emission weights; the two directions differ.
+// Both (different) walk directions draw each path of a haploid unit as often as matrices times emissions say.
 TEST(genotype_graph_probs, SampledPathsFollowTheWeights) {
 	putils::initRandom(2024);
 	std::vector < bool > zero(5, false), miss = { 1, 1, 0, 1, 1 };
@@ -147,8 +146,7 @@ TEST(genotype_graph_probs, UnderflowMessages) {
 	}
 }
 
-// Four one-site segments, the third homozygous: group 1 holds "00/11" (0.8) and "01/10" (0.2); across the
-// homozygous one either phase is as likely. Ordered, the crossed one is cut off.
+// Group 1 holds "00/11" (0.8) and "01/10" (0.2); across the homozygous segment 2 either phase is as likely.
 TEST(genotype_graph_probs, PhaseConfidenceOnAHandGraph) {
 	genotype_graph g(2, 0);
 	std::vector < std::vector < bool > > het = { { 0 }, { 1 } }, hom = { { 0 } };
@@ -166,8 +164,7 @@ TEST(genotype_graph_probs, PhaseConfidenceOnAHandGraph) {
 	EXPECT_NEAR(pp[0], 0.0, 1e-6);
 }
 
-// Father and child homozygous for different alleles, mother missing: the likelihoods rule out every transition
-// of both groups, which keep equal weights.
+// Father and child homozygous for different alleles, mother missing: groups ruled out entirely keep equal weights.
 TEST(genotype_graph_probs, LikelihoodEmissions) {
 	std::vector < bool > no(1, false), yes(1, true);
 	genotype_graph g(4, 0);

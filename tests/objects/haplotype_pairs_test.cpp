@@ -11,9 +11,8 @@ static genotype_graph record(int type, std::string child, std::string father, st
 	return g;
 }
 
-// Window sites 1 and 3, a record of each type: haplotypes differing only outside it are one entry; an unrelated's
-// (a, b) and (b, a) are one combination, a duo's two. Probabilities per individual, frequencies over all haplotype
-// slots, both files; with nothing sampled both files are empty.
+// Window sites 1 and 3: haplotypes differing only outside it are one entry; an unrelated's (a, b) and (b, a) one
+// combination, a duo's two. Frequencies over all haplotype slots; with nothing sampled both files are empty.
 TEST(haplotype_pairs, CountsNormalisesAndWrites) {
 	testutils::TempDir d;
 	std::string id = d.file("w1"), empty_id = d.file("w0");

@@ -27,9 +27,8 @@ TEST(snp_set, LookupByPositionAndAlleles) {
 	flippable = saved;
 }
 
-// Sites on map positions get their values, others are interpolated: the mean rate outside the map, a site at 0 cM
-// staying; between equal map positions and on one still unset; below 0 left of the map, all shift so that the
-// first is at 0. A second interpolation finds nothing to do.
+// Interpolated: the mean rate outside the map, a site at 0 cM staying; between equal map positions and on an unset
+// one; below 0 left of the map, all shift so that the first is at 0. A second interpolation finds nothing to do.
 TEST(snp_set, CentiMorganExactAndInterpolated) {
 	struct { std::vector < int > bps, pos; std::vector < double > cm; bool set; int n_set, n_interpolated; std::vector < double > expected; } cases[] = {
 		{ { 50, 100, 150, 200, 250, 300, 400, 400, 500 }, { 100, 200, 400 }, { 1.0, 2.0, 6.0 }, true, 4, 4, { 1.0 - 50 * 5.0 / 300, 1.0, 1.5, 2.0, 0.0, 4.0, 6.0, 6.0, 6.0 + 100 * 5.0 / 300 } },
