@@ -41,8 +41,7 @@ TEST(genhap_set_select, Coverage) {
 	U.set(3, "1000000000000000");
 	U.set(6, "0111111111111111");
 	U.set(7, "0011111111111111");
-	std::vector < bool > runs(9, false), covered;
-	runs[3] = runs[6] = runs[7] = true;
+	std::vector < bool > runs = { 0, 0, 0, 1, 0, 0, 1, 1, 0 }, covered;
 	U.GH.subsetHaplotypes_pfmatchcov_ALL(runs, 1, 1, 0, 15, covered);
 	EXPECT_EQ(covered, std::vector < bool > ({ 0, 0, 0, 1, 0, 0, 0, 0, 0 }));
 }

@@ -28,13 +28,7 @@ struct Study {
 		for (int l = 0 ; l < L ; l ++) S.put(new snp("1", 100 * (l + 1), "A", "C", 3));
 		S.indexing();
 		std::vector < genotype_graph * > graphs;
-		std::vector < std::string > none;
-		for (Member m : units) {
-			graphs.push_back(new genotype_graph(m.type, m.family));
-			graphs.back()->pushChild(m.child, 0, none);
-			graphs.back()->pushFather(m.father, m.fmain, 1, none);
-			graphs.back()->pushMother(m.mother, false, 2, none);
-		}
+		for (const Member & m : units) graphs.push_back(new genotype_graph(graphtest::named(m.type, m.family, m.child, m.father, m.fmain, m.mother, false)));
 		GH.initialise(graphs, &S);
 	}
 	void set(int h, const std::string & bits) {

@@ -71,6 +71,16 @@ inline double walkChance(const genotype_graph & g, const std::vector < int > & p
 	return p;
 }
 
+// A graph with its child, father and mother named, the parents founders of the unit or not.
+inline genotype_graph named(int type, int family, std::string child, std::string father, bool fmain, std::string mother, bool mmain) {
+	genotype_graph g(type, family);
+	std::vector < std::string > none;
+	g.pushChild(child, 0, none);
+	g.pushFather(father, fmain, 1, none);
+	g.pushMother(mother, mmain, 2, none);
+	return g;
+}
+
 inline std::vector < bool > randomBits(int n, double p) {
 	std::vector < bool > v(n);
 	for (int i = 0 ; i < n ; i ++) v[i] = putils::getRandom() < p;

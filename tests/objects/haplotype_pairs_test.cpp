@@ -1,15 +1,8 @@
-#include "objects/genotype_graph.h"
+#include "objects/genotype_graph_test_utils.h"
 #include "objects/haplotype_pairs.h"
 #include "test_utils.h"
 
-static genotype_graph record(int type, std::string child, std::string father, std::string mother) {
-	genotype_graph g(type, 0);
-	std::vector < std::string > none;
-	g.pushChild(child, 0, none);
-	g.pushFather(father, true, 1, none);
-	g.pushMother(mother, true, 2, none);
-	return g;
-}
+using graphtest::named;
 
 // Window sites 1 and 3: haplotypes differing only outside it are one entry; an unrelated's (a, b) and (b, a) one
 // combination, a duo's two. Frequencies over all haplotype slots; with nothing sampled both files are empty.
@@ -31,7 +24,7 @@ TEST(haplotype_pairs, CountsNormalisesAndWrites) {
 	typedef std::vector < std::vector < int > > combos;
 	EXPECT_EQ(W.C, (std::vector < combos > { { { 0, 1 }, { 0, 0 } }, { { 2 } }, { { 0, 1, 2 }, { 1, 0, 2 } }, { { 0, 1, 2, 3 } } }));
 	EXPECT_TRUE(W.P[0] == std::vector < float > ({ 2, 1 }) && W.P[3] == std::vector < float > ({ 3 }));
-	genotype_graph G[4] = { record(2, "U", "0", "0"), record(1, "H", "0", "0"), record(3, "C", "F", "0"), record(4, "K", "P", "M") };
+	genotype_graph G[4] = { named(2, 0, "U", "0", true, "0", true), named(1, 0, "H", "0", true, "0", true), named(3, 0, "C", "F", true, "0", true), named(4, 0, "K", "P", true, "M", true) };
 	for (haplotype_pairs * x : { &W, &E }) {
 		x->normaliseProbs();
 		x->computeFrequencies();
