@@ -12,8 +12,7 @@ TEST(genhap_set_select, NearestAndMatching) {
 	for (int rep = 0 ; rep < 40 ; rep ++) {
 		Study U(plain(std::vector < int > (80, 1)), 120);
 		U.mutatedCopies();
-		const int H = 80, ind = putils::getRandom(H), states = 1 + putils::getRandom(12);
-		const int left = putils::getRandom(100), right = left + putils::getRandom(120 - left);
+		const int H = 80, ind = putils::getRandom(H), states = 1 + putils::getRandom(12), left = putils::getRandom(100), right = left + putils::getRandom(120 - left);
 		const chaplotype & t = U.GH.vecH[ind];
 		std::vector < bool > input = randomBits(H, 0.7), before = randomBits(H, 0.1), hamming = before, match = before;
 		U.GH.subsetHaplotypes_hamming_ALL(input, ind, states, left, right, hamming);
