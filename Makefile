@@ -24,7 +24,7 @@ FUZZ_SECONDS ?= 60
 TSAN_TESTS = work_queue|Thread|cli_convert.FromGraphs|cli_phase.EveryFormatPhasesAndKeepsGenotypes|cli_pir.AssembleExampleReads|cli_pir.MutationInclusion|cli_interop.PipelineVcf
 # The address checker skips the long accuracy runs on whole cohorts, whose code the shorter
 # runs of the suite go through.
-ASAN_SKIP = cli_phase_accuracy.DuohmmFamilies|cli_phase_accuracy.ExampleCohort|cli_phase_accuracy.ModelsAndSelections|cli_workflow.ChunkedExampleLigates
+ASAN_SKIP = cli_phase_accuracy.DuohmmFamilies|cli_phase_accuracy.ModelsAndSelections|cli_workflow.ChunkedExampleLigates
 
 # A checked build runs slower: more time for each test.
 CHECKED = -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSORVANE_TEST_TIMEOUT=900

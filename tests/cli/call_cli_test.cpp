@@ -1,45 +1,17 @@
 #include "cli/example_subset.h"
-#include "test_utils.h"
 
 #include <algorithm>
-#include <map>
 
 using namespace testutils;
-
-namespace {
 
 using exsubset::E;
 using exsubset::LAST_BP;
 
-// The example's 2x likelihoods up to LAST_BP as low.gen and low.sample, and the first 100
-// samples as the inclusion list "list".
-void writeLowCoverage(const TempDir & d) {
-	std::string gen;
-	for (const std::string & l : lines(readCompressed(E + "/lowcov_2x.gen.gz"))) {
-		std::vector < std::string > t = words(l);
-		int pos = std::stoi(t[2]);
-		if (pos > LAST_BP) break;
-		for (const std::string & w : t) gen += w + " ";
-		gen.back() = '\n';
-	}
-	d.write("low.gen", gen);
-	const std::string sample = readCompressed(E + "/lowcov_2x.sample");
-	d.write("low.sample", sample);
-	std::vector < std::string > rows = lines(sample);
-	std::string list;
-	for (int i = 0 ; i < 100 ; i ++) list += words(rows[2 + i])[1] + "\n";
-	d.write("list", list);
-}
-
-}
-
-// Option refusals; bad GEN lines stop the reader before any output; triples of zeros are
-// missing genotypes, which stop the checks at high rates unless forced.
+// Bad GEN lines stop the reader before any output; triples of zeros are missing genotypes.
 TEST(cli_call, Checks) {
 	TempDir d;
 	d.write("s.haps", "x");
-	const std::string likelihoods = "Genotype likelihoods have to be specified via --input-gen (use glforge program!)";
-	const std::string io = " --input-gen in --output-max out ";
+	const std::string likelihoods = "Genotype likelihoods have to be specified via --input-gen (use glforge program!)", io = " --input-gen in --output-max out ";
 	std::string sample = "ID_1 ID_2 missing\n0 0 0\n";
 	for (int i = 1 ; i <= 10 ; i ++) sample += "IND000" + std::to_string(i - 1) + " IND000" + std::to_string(i - 1) + " 0\n";
 	d.write("in.sample", sample);
@@ -51,8 +23,7 @@ TEST(cli_call, Checks) {
 		refusal(io + "--no-mcmc", "To get rid of the MCMC scheme, you must specify a reference panel of haplotypes via --input-ref"),
 		refusal(io + "--duohmm", "The --duohmm option is not available with -call: this mode phases duos and trios together, and the pedigree refinement needs every sample phased alone"),
 	});
-	// 20 sites of 10 samples with clear calls, but for sample `ind` at sites `first` to
-	// `last`, which get `triple`; a triple of two numbers makes the line one field short.
+	// 20 sites of 10 samples with clear calls, but for sample `ind` at sites `first` to `last`.
 	auto write = [&](int ind, int first, int last, const std::string & triple) {
 		std::string gen;
 		for (int s = 1 ; s <= 20 ; s ++) {
@@ -78,30 +49,26 @@ TEST(cli_call, Checks) {
 		RunResult r = runSorvane("-call --input-gen in " + c.force + " --burn 1 --prune 1 --main 1 --states 5 --seed 1 --output-max out -L log", d.path);
 		EXPECT_TRUE(r.status == c.status && has(r.out + r.err, c.message) && exists(d.file("out.haps")) == (c.status == 0)) << c.triple << " " << c.force << "\n" << r.out;
 	}
-	// The forced run counts the zero triples as missing and calls them.
 	EXPECT_TRUE(has(d.read("log.ind.mm"), "IND0000\t3\n")) << d.read("log.ind.mm");
 	std::vector < std::string > called = lines(d.read("out.haps"));
 	ASSERT_EQ(called.size(), 20u);
 	for (const std::string & l : called) EXPECT_EQ(words(l).size(), 25u);
 }
 
-// Scaffolds from the truth for 25 unrelated samples and the duo and trio members among the
-// first 100, as two pairs of files: their haplotypes come out as given, in order; the others
-// are called; one thread and a seed repeat the run.
+// Scaffolded samples come out as given, the others are called; a seed repeats the run.
 TEST(cli_call, ScaffoldAndRepeatability) {
 	TempDir d;
-	writeLowCoverage(d);
-	// Samples of the first 100 without parents or children: their graphs take the scaffold.
-	std::vector < std::vector < std::string > > samples;
-	for (const std::string & l : lines(d.read("low.sample"))) samples.push_back(words(l));
-	std::vector < int > unrelated;
-	for (int i = 0 ; i < 100 && unrelated.size() < 25 ; i ++) {
+	// The example's 2x likelihoods up to LAST_BP, its first 100 samples as "list".
+	runOk("zcat " + E + "/lowcov_2x.gen.gz | awk '$3 <= " + std::to_string(LAST_BP) + "' > low.gen && cp " + E + "/lowcov_2x.sample low.sample"
+		" && awk 'NR > 2 && NR <= 102 { print $2 }' low.sample > list", d.path);
+	const std::vector < std::vector < std::string > > samples = exsubset::table(d.file("low.sample"));
+	std::vector < int > fixed;
+	for (int i = 0 ; i < 100 && fixed.size() < 25 ; i ++) {
 		bool related = samples[2 + i][3] != "0" || samples[2 + i][4] != "0";
 		for (unsigned int j = 2 ; j < samples.size() ; j ++) related = related || samples[j][3] == samples[2 + i][1] || samples[j][4] == samples[2 + i][1];
-		if (!related) unrelated.push_back(i);
+		if (!related) fixed.push_back(i);
 	}
-	ASSERT_EQ(unrelated.size(), 25u);
-	std::vector < int > fixed = unrelated;
+	ASSERT_EQ(fixed.size(), 25u);
 	auto index = [&](const std::string & id) { for (int j = 0 ; j < 100 ; j ++) if (samples[2 + j][1] == id) return j; return -1; };
 	for (int i = 0 ; i < 100 ; i ++) {
 		const int f = index(samples[2 + i][3]), m = index(samples[2 + i][4]);
@@ -127,8 +94,7 @@ TEST(cli_call, ScaffoldAndRepeatability) {
 	for (const std::string run : { "a", "b" }) ASSERT_TRUE(succeeded(runSorvane(args + " --output-max " + run + " -L " + run, d.path)));
 	EXPECT_TRUE(hasAll(d.read("a.log"), { "  * Scaffold of haplotypes used\n", "  * 12 samples with a scaffold out of 100\n", "  * " + std::to_string(fixed.size() - 12) + " samples with a scaffold out of 100\n" }));
 	EXPECT_EQ(d.read("a.haps"), d.read("b.haps"));
-	const std::map < int, std::vector < int > > truth = exsubset::Haplotypes(E + "/truth").alleles;
-	const std::map < int, std::vector < int > > out = exsubset::Haplotypes(d.file("a")).alleles;
+	const std::map < int, std::vector < int > > truth = exsubset::Haplotypes(E + "/truth").alleles, out = exsubset::Haplotypes(d.file("a")).alleles;
 	ASSERT_FALSE(out.empty());
 	long wrong = 0, n = 0;
 	for (const auto & s : out) for (int i = 0 ; i < 100 ; i ++) {

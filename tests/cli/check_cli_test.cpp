@@ -1,6 +1,5 @@
 #include "test_utils.h"
 
-
 using namespace testutils;
 
 static std::string smallVcf(int n_samples) {
@@ -26,7 +25,6 @@ TEST(cli_check, SmallCohortWarningAndChecks) {
 	EXPECT_TRUE(succeeded(r) && !has(r.err, warning) && has(d.read("a.log"), "  * Pedigree information not taken into account\n")) << r.err;
 	EXPECT_TRUE(refused(runSorvane("-check --input-vcf s50.vcf --input-thr 0.5", d.path), "You must specify a --input-thr value comprised between 0.5 and 1"));
 
-	// A truncated compressed input ends the run with a clear error, never a partial read.
 	testutils::writeCompressed(d.file("full.vcf.gz"), smallVcf(60));
 	const std::string gz = d.read("full.vcf.gz");
 	d.write("cut.vcf.gz", gz.substr(0, gz.size() - 12));

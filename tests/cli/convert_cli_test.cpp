@@ -1,15 +1,10 @@
 #include "cli/example_subset.h"
-#include "test_utils.h"
-
-#include <map>
-#include <set>
 
 using namespace testutils;
 
 namespace {
 
-// Phases the example subset into a.haps/a.sample and the graphs a.graph, singletons as the
-// model left them; the positions of the sites.
+// Phases the example subset into a.haps/a.sample and a.graph; the positions of the sites.
 std::vector < int > phaseWithGraphs(const TempDir & d) {
 	exsubset::writeSubset(d);
 	exsubset::phaseSubset(d, "--input-ped " + exsubset::E + "/cohort --thread 1 --seed 5 --no-rare-phasing --output-graph a.graph", "a");
@@ -23,29 +18,20 @@ const std::string small_haps = "1 rs1 100 A G 0 1 1 1 0 0\n1 rs2 200 C T 1 0 0 1
 
 }
 
-// One run's graphs. Damaged, or with a sets file whose tables cannot be written, they stop
-// the run before any output, naming the file. Whole, they give back the run's most likely
-// haplotypes (gzip-compressed by name), but for swaps of a pair where both pass through one
-// fragment; sampled ones, on two threads, carry the genotypes; the VCF holds the most likely
-// ones with their phase confidence. Pair tables over three windows, one given out of order:
-// per record one line a distinct combination with as many indices as the record has
-// haplotypes, probabilities and frequencies summing to one; no replicate, empty tables.
+// Damaged graphs stop the run before any output; whole ones give back the run's haplotypes.
 TEST(cli_convert, FromGraphs) {
 	TempDir d;
 	std::vector < int > p = phaseWithGraphs(d);
 	ASSERT_GT(p.size(), 40u);
-	const std::string graph = d.read("a.graph");
-	const std::string window = " " + std::to_string(p[1]) + " " + std::to_string(p[2]) + "\n";
+	const std::string graph = d.read("a.graph"), window = " " + std::to_string(p[1]) + " " + std::to_string(p[2]) + "\n";
 	std::string flipped = graph;
 	flipped[graph.size() / 2] ^= 0x10;
-	const std::vector < std::pair < std::string, std::string > > cases = {
+	d.write("sets", "w1" + window);
+	for (const auto & c : std::vector < std::pair < std::string, std::string > > {
 		{ flipped, "Graph file [b.graph] is corrupted: its checksum does not match its content" },
 		{ graph.substr(0, graph.size() - 1), "Graph file [b.graph] ends inside its checksum: the file is truncated" },
 		{ graph + "\n", "Graph file [b.graph] goes on after its checksum" },
-		{ graph.substr(0, graph.size() / 2), "Graph file [b.graph], graph " },
-	};
-	d.write("sets", "w1" + window);
-	for (const auto & c : cases) {
+		{ graph.substr(0, graph.size() / 2), "Graph file [b.graph], graph " } }) {
 		d.write("b.graph", c.first);
 		EXPECT_TRUE(refused(runSorvane("-convert --input-graph b.graph --input-sets sets --output-max m -L c", d.path), c.second));
 		EXPECT_FALSE(exists(d.file("m.haps")) || exists(d.file("m.sample")) || exists(d.file("w1.pairs.gz"))) << c.second;
@@ -56,10 +42,8 @@ TEST(cli_convert, FromGraphs) {
 	EXPECT_FALSE(has(r.out, "Sampling haplotypes") || exists(d.file("w1.pairs.gz")));
 	ASSERT_TRUE(succeeded(runSorvane("-convert --input-graph a.graph --output-max m.haps.gz m.sample --output-sample s --output-vcf v.vcf --output-haps h --thread 2 --seed 1 --no-rare-phasing -L c", d.path)));
 	EXPECT_EQ(d.read("m.sample"), d.read("a.sample"));
-	// Entries of a that m has with the two alleles swapped, and those that differ otherwise.
 	const exsubset::Haplotypes a(d.file("a"));
-	std::string text = readCompressed(d.file("m.haps.gz"));
-	d.write("u.haps", text);
+	d.write("u.haps", readCompressed(d.file("m.haps.gz")));
 	d.write("u.sample", d.read("m.sample"));
 	const exsubset::Haplotypes m(d.file("u"));
 	ASSERT_EQ(m.alleles.size(), a.alleles.size());
@@ -111,18 +95,14 @@ TEST(cli_convert, FromGraphs) {
 		EXPECT_EQ(readCompressed(d.file(w + suffix)), "") << w << suffix;
 }
 
-
-
-// Every refusal of the file checks, before anything is read. A run whose last output fails
-// replaces none of the files before it.
+// A run whose last output fails replaces none of the files before it.
 TEST(cli_convert, Checks) {
 	TempDir d;
 	d.write("in.haps", small_haps);
 	d.write("in.sample", small_sample);
 	d.write("g.graph", "not read");
 	d.write("keep.haps", "kept\n");
-	const std::string one_input = "You must specify exactly one input file with --input-graph or --input-haps", graph_out = "You must specify at least one output file with --output-max, --output-vcf, --output-sample or --input-sets";
-	const std::string cannot = " is impossible to open, check file existence or reading permissions";
+	const std::string one_input = "You must specify exactly one input file with --input-graph or --input-haps", graph_out = "You must specify at least one output file with --output-max, --output-vcf, --output-sample or --input-sets", cannot = " is impossible to open, check file existence or reading permissions";
 	std::vector < Row > refusals;
 	for (const auto & c : std::vector < std::pair < std::string, std::string > > {
 		{ "--output-haps o", one_input },

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <map>
 
 using namespace testutils;
 
@@ -23,23 +22,19 @@ std::string subsetArgs() {
 
 testutils::RunResult phaseSubset(const testutils::TempDir & d, const std::string & args, const std::string & stem) {
 	RunResult r = runSorvane(args + subsetArgs() + "--output-max " + stem + " -L " + stem, d.path);
-	EXPECT_EQ(r.status, 0) << args << "\n" << r.out << r.err;
+	EXPECT_TRUE(succeeded(r)) << args;
 	return r;
 }
 
 std::map < std::string, std::map < int, int > > vcfGenotypes() {
-	std::ifstream f(E + "/cohort.vcf");
 	std::map < std::string, std::map < int, int > > G;
 	std::vector < std::string > names;
-	std::string l;
-	while (std::getline(f, l)) {
-		if (l.compare(0, 2, "##") == 0) continue;
-		std::vector < std::string > t = words(l);
-		if (t[0] == "#CHROM") { names.assign(t.begin() + 9, t.end()); continue; }
-		int pos = std::stoi(t[1]);
+	for (const std::vector < std::string > & t : table(E + "/cohort.vcf")) {
+		if (t[0] == "#CHROM") names.assign(t.begin() + 9, t.end());
+		if (t[0][0] == '#') continue;
 		for (unsigned int i = 0 ; i < names.size() ; i ++) {
 			const std::string & gt = t[9 + i];
-			G[names[i]][pos] = (gt[0] == '.' || gt[2] == '.') ? -1 : (gt[0] - '0') + (gt[2] - '0');
+			G[names[i]][std::stoi(t[1])] = (gt[0] == '.' || gt[2] == '.') ? -1 : (gt[0] - '0') + (gt[2] - '0');
 		}
 	}
 	return G;

@@ -5,37 +5,26 @@
 
 #include <map>
 #include <set>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace exsubset {
 
 const std::string E = SORVANE_EXAMPLE_DATA;
-// The example's reference panel as options.
 const std::string PANEL = " --input-ref " + E + "/reference.haplotypes " + E + "/reference.legend " + E + "/reference.samples ";
 
-// The subset: 23 samples with two duos and one trio (16 unrelated, 2 duo and 1 trio graphs
-// with a pedigree, 23 unrelated ones from the VCF) over the first 100 kb, up to LAST_BP.
+// The subset: 23 samples with two duos and one trio over the first 100 kb, up to LAST_BP.
 extern const int LAST_BP;
 
-// Writes the sample list "subset" into the folder.
 void writeSubset(const testutils::TempDir & d);
-// Options that restrict a run to the subset, with short iterations.
 std::string subsetArgs();
-// Runs sorvane on the subset with `args`, writing HAPS/SAMPLE and log under `stem`; must succeed.
 testutils::RunResult phaseSubset(const testutils::TempDir & d, const std::string & args, const std::string & stem);
 // Unphased genotypes of the example VCF: sample -> position -> ALT count, -1 when missing.
 std::map < std::string, std::map < int, int > > vcfGenotypes();
-// Checks the shape of a HAPS/SAMPLE pair of the subset and that its genotypes are kept.
-// Returns the number of sites.
+// Checks the shape of a HAPS/SAMPLE pair of the subset and its genotypes; its number of sites.
 int checkPhased(const testutils::TempDir & d, const std::string & stem);
 
-// Faults of the phase confidence of a phased VCF (a value in [0.5, 1] at each heterozygous
-// genotype but the first of its sample, "." elsewhere), then the number of values.
+// Faults of the phase confidence of a phased VCF ([0.5, 1] at heterozygotes), and their number.
 std::pair < int, int > confidenceFaults(const testutils::TempDir & d, const std::string & vcf);
 
-// The blank-separated fields of the non-empty lines of a file.
 std::vector < std::vector < std::string > > table(const std::string & file);
 
 // A HAPS/SAMPLE pair: sample ids, and per position the two alleles and those of all haplotypes.
@@ -48,17 +37,12 @@ struct Haplotypes {
 	int index(const std::string & id) const;
 };
 
-// Each sample's two haplotypes add up to its genotype in the example VCF wherever that is
-// not missing.
+// Each sample's two haplotypes add up to its non-missing genotype in the example VCF.
 void expectGenotypesKept(const Haplotypes & out);
 
-// Positions of two sites, per sample.
 typedef std::map < std::string, std::set < std::pair < int, int > > > site_pairs;
 
-// Switch error of the given samples against the simulated truth, at the written sites
-// heterozygous in the truth and in the estimate (a missing genotype filled in as a
-// homozygote has no phase); `pairs` counts the consecutive pairs of such sites, or only
-// those of them listed for the sample in `only`.
+// Switch error against the truth; `pairs` counts the pairs of heterozygotes, or those in `only`.
 double switchError(const Haplotypes & out, const Haplotypes & truth, const std::vector < std::string > & ids, long & pairs, const site_pairs * only = nullptr);
 
 }

@@ -7,7 +7,7 @@ using namespace testutils;
 
 namespace {
 
-// The logs in a folder named from the date and a random identifier.
+// The default logs in a folder, named from the date and a random identifier.
 int defaultLogs(const TempDir & d) {
 	int n = 0;
 	for (const std::string & f : d.files()) n += std::regex_match(f, std::regex("sorvane_[0-9]{8}_[0-9]{2}h[0-9]{2}m[0-9]{2}s_.{36}\\.log"));
@@ -16,8 +16,6 @@ int defaultLogs(const TempDir & d) {
 
 }
 
-// Usage on standard error with exit 1 when bare, on standard output with exit 0 for help; a
-// mode's help without colours, with its defaults; a bad option gets the parser's message.
 TEST(cli_frame, UsageHelpVersionAndParseErrors) {
 	TempDir d;
 	RunResult r = runSorvane("", d.path);
@@ -28,19 +26,14 @@ TEST(cli_frame, UsageHelpVersionAndParseErrors) {
 	EXPECT_TRUE(r.status == 0 && r.out.find('\033') == std::string::npos && hasAll(r.out, { "--input-thr arg (=0.9) ", "--rho arg (=0.0004) ", "--window ] arg (=2) " })) << r.out;
 	r = runSorvane("--version", d.path);
 	EXPECT_TRUE(r.status == 0 && r.out == sorvane::version() + "\n" && r.out.compare(0, 15, "sorvane 2.0.904") == 0) << r.out;
-	for (const auto & b : { std::make_pair < std::string, std::string > ("--bogus-option 3", "Phaser mode : unrecognised option '--bogus-option'\nThe options of this mode: sorvane -phase --help\n"),
-			std::make_pair < std::string, std::string > ("-check --thread notanumber", "Summarizer mode : the argument ('notanumber') for option '--thread' is invalid") }) {
+	for (const auto & b : std::vector < std::pair < std::string, std::string > > { { "--bogus-option 3", "Phaser mode : unrecognised option '--bogus-option'\nThe options of this mode: sorvane -phase --help\n" },
+			{ "-check --thread notanumber", "Summarizer mode : the argument ('notanumber') for option '--thread' is invalid" } }) {
 		r = runSorvane(b.first, d.path);
 		EXPECT_TRUE(r.status == 1 && has(r.err, b.second)) << b.first << "\n" << r.err;
 	}
-}
-
-// The log records the command line and the settings; errors go to standard error and to
-// the log. A run refused before its work leaves no default log; one that reached it does.
-TEST(cli_frame, LogFileNamesAndContent) {
-	TempDir d;
+	// A run refused before its work leaves no default log; one that reached it does.
 	d.write("in.vcf", "x");
-	RunResult r = runCommand(std::string(SORVANE_BIN) + " --input-vcf in.vcf --output-max out --output-log x --seed 5 > /dev/null 2> err.txt; cat err.txt", d.path);
+	r = runCommand(std::string(SORVANE_BIN) + " --input-vcf in.vcf --output-max out --output-log x --seed 5 > /dev/null 2> err.txt; cat err.txt", d.path);
 	EXPECT_TRUE(has(r.out, "\nERROR: ")) << r.out;
 	std::string log = d.read("x.log");
 	EXPECT_TRUE(hasAll(log, { "Options : --input-vcf in.vcf --output-max out --output-log x --seed 5\n", "\nERROR: ", "  * MCMC: 35 iterations [7 B + 1 runs of 8 P + 20 M]\n" }));

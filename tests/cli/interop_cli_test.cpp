@@ -1,7 +1,4 @@
 #include "cli/example_subset.h"
-#include "test_utils.h"
-
-#include <map>
 
 using namespace testutils;
 
@@ -9,7 +6,6 @@ namespace {
 
 using exsubset::E;
 
-// Phases the example subset, as VCF and HAPS/SAMPLE with the stem given.
 void phase(const TempDir & d, const std::string & input, const std::string & stem, const std::string & more = "", int threads = 1) {
 	exsubset::phaseSubset(d, input + " --thread " + std::to_string(threads) + " --seed 3 --output-vcf " + stem + ".vcf.gz " + more, stem);
 }
@@ -20,8 +16,7 @@ void subsetVcf(const TempDir & d, const std::string & chr = "20") {
 	runOk("bcftools view -I -S subset -t 20:1-" + std::to_string(exsubset::LAST_BP) + " " + E + "/cohort.vcf.gz | sed 's/^20\\t/" + chr + "\\t/; s/<ID=20>/<ID=" + chr + ">/' | bgzip > x.vcf.gz && tabix -f x.vcf.gz", d.path);
 }
 
-// Per site: position, then per sample its genotype as unordered allele letters ("AG"), or
-// "." when missing.
+// Per site: position, then per sample its genotype as unordered letters ("AG"), "." when missing.
 std::vector < std::vector < std::string > > genotypes(const TempDir & d, const std::string & vcf) {
 	std::vector < std::vector < std::string > > rows;
 	for (const std::string & l : lines(runOk("bcftools query -f '%POS[ %TGT]\\n' " + vcf, d.path))) {
@@ -33,10 +28,7 @@ std::vector < std::vector < std::string > > genotypes(const TempDir & d, const s
 
 }
 
-// A chromosome 20 as pipelines write it (contig length, AC, AN and DP in INFO, missing
-// genotypes, multiallelic records, a spanning deletion, an indel): the phased VCF keeps the
-// header's declarations, counts AC and AN again, leaves out the three records it cannot
-// phase; as BGZF and as BCF, its index serves counts.
+// A VCF as pipelines write it: header kept, AC and AN counted again, unphasable records left out.
 TEST(cli_interop, PipelineVcf) {
 	TempDir d;
 	subsetVcf(d);
@@ -62,9 +54,8 @@ TEST(cli_interop, PipelineVcf) {
 	EXPECT_EQ(std::stoi(runOk(counted + "grep -vc '^#'", d.path)), n_records - (n_records - 1) / 50);
 }
 
-// The subset from a VCF and from plink2's BED and PED files of it: REF and ALT where plink2
-// puts them, the input's genotypes; plink2 reads back the phase; streamed, the same VCF.
-TEST(cli_interop, PlinkAlleleOrderAndSampleFiles) {
+// From plink2's BED and PED files: REF and ALT where plink2 puts them; plink2 reads back the phase.
+TEST(cli_interop, PlinkFilesAndOneChromosomeAtATime) {
 	TempDir d;
 	subsetVcf(d);
 	runOk("plink2 --vcf x.vcf.gz --make-bed --out b && plink2 --vcf x.vcf.gz --export ped --out p && plink2 --bfile b --export vcf --out bx && plink2 --pedmap p --export vcf --out px", d.path);
@@ -88,27 +79,7 @@ TEST(cli_interop, PlinkAlleleOrderAndSampleFiles) {
 		EXPECT_TRUE(r.out == runOk(query + "v.vcf.gz", d.path) && has(r.err, "  * LOGfile : [s.log]\n")) << stream << "\n" << r.err;
 	}
 	EXPECT_TRUE(has(d.read("b.sample"), "ID_1 ID_2 missing father mother sex plink_pheno\n0 0 0 D D D B\n0 IND0001 0 0 0 0 NA\n")) << d.read("b.sample");
-}
-
-// The genetic map in the layouts people download gives the same haplotypes.
-TEST(cli_interop, GeneticMapLayouts) {
-	TempDir d;
-	subsetVcf(d, "chr20");
-	const std::string map = E + "/genetic_map.txt";
-	runOk("(echo 'Chromosome Position(bp) Rate(cM/Mb) Map(cM)' ; echo 'chr19 1 1 1' ; tail -n +2 " + map + " | sed 's/^/20 /' ; echo '21 1 1 1') > wide.txt", d.path);
-	runOk("tail -n +2 " + map + " > bare.txt && (echo '19 x 1 1' ; tail -n +2 " + map + " | awk '{ print \"chr20 .\", $3, $1 }') > plink.map", d.path);
-	phase(d, "--input-vcf x.vcf.gz", "three", "--input-map " + map);
-	for (std::string layout : { "wide.txt", "bare.txt", "plink.map" }) {
-		phase(d, "--input-vcf x.vcf.gz", layout, "--input-map " + layout);
-		EXPECT_EQ(d.read(layout + ".haps"), d.read("three.haps")) << layout;
-	}
-}
-
-// A file of two chromosomes is refused by every reader, naming --region; with it, each
-// chromosome, or a stretch of one, phases as its own file does. A map of none of the sites is refused.
-TEST(cli_interop, OneChromosomeAtATime) {
-	TempDir d;
-	subsetVcf(d);
+	// Two chromosomes are refused by every reader, naming --region; with it, each phases as its own file.
 	runOk("mv x.vcf.gz x20.vcf.gz && mv x.vcf.gz.tbi x20.vcf.gz.tbi", d.path);
 	subsetVcf(d, "21");
 	runOk("mv x.vcf.gz x21.vcf.gz && bcftools concat -Oz -o two.vcf.gz x20.vcf.gz x21.vcf.gz && tabix two.vcf.gz && bcftools view -Ob -o two.bcf two.vcf.gz && bcftools index two.bcf"
@@ -131,3 +102,17 @@ TEST(cli_interop, OneChromosomeAtATime) {
 		EXPECT_EQ(d.read("r21.haps"), d.read("alone21.haps")) << two;
 	}
 }
+
+TEST(cli_interop, GeneticMapLayouts) {
+	TempDir d;
+	subsetVcf(d, "chr20");
+	const std::string map = E + "/genetic_map.txt";
+	runOk("(echo 'Chromosome Position(bp) Rate(cM/Mb) Map(cM)' ; echo 'chr19 1 1 1' ; tail -n +2 " + map + " | sed 's/^/20 /' ; echo '21 1 1 1') > wide.txt", d.path);
+	runOk("tail -n +2 " + map + " > bare.txt && (echo '19 x 1 1' ; tail -n +2 " + map + " | awk '{ print \"chr20 .\", $3, $1 }') > plink.map", d.path);
+	phase(d, "--input-vcf x.vcf.gz", "three", "--input-map " + map);
+	for (std::string layout : { "wide.txt", "bare.txt", "plink.map" }) {
+		phase(d, "--input-vcf x.vcf.gz", layout, "--input-map " + layout);
+		EXPECT_EQ(d.read(layout + ".haps"), d.read("three.haps")) << layout;
+	}
+}
+

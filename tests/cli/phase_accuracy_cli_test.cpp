@@ -1,9 +1,6 @@
 #include "cli/example_subset.h"
-#include "test_utils.h"
 
 #include <algorithm>
-#include <map>
-#include <set>
 #include <tuple>
 
 using namespace testutils;
@@ -11,8 +8,7 @@ using namespace exsubset;
 
 namespace {
 
-// The example cohort's samples in file order, the father and mother of each ("0": none),
-// and the samples in no duo or trio.
+// The example's samples in file order, their parents ("0": none), and those in no duo or trio.
 struct Cohort {
 	std::vector < std::string > ids, unrelated;
 	std::map < std::string, std::pair < std::string, std::string > > parents;
@@ -30,24 +26,32 @@ struct Cohort {
 
 }
 
-// The whole example cohort from its PED files on two threads: genotypes and sample order
-// kept, trios Mendel consistent with the father's allele first, and a low switch error of
-// the unrelated samples against the simulated truth (expected below 1 %).
-TEST(cli_phase_accuracy, ExampleCohort) {
+// Low switch error of each model and selection; from PED files, the father's allele first.
+TEST(cli_phase_accuracy, ModelsAndSelections) {
 	TempDir d;
-	ASSERT_TRUE(succeeded(runSorvane("--input-ped " + E + "/cohort --input-map " + E + "/genetic_map.txt --thread 2 --seed 1 --output-max out -L log", d.path)));
-	const std::map < std::string, std::map < int, int > > G = vcfGenotypes();
-	const Haplotypes out(d.file("out")), truth(E + "/truth");
 	const Cohort cohort;
+	const Haplotypes truth(E + "/truth");
+	const std::string vcf = "--input-vcf " + E + "/cohort.vcf.gz" + PANEL + "--thread 1", short_run = " --burn 2 --prune 2 --main 4";
+	const std::vector < std::tuple < std::string, std::string, double > > runs = {
+		{ "ped", "--input-ped " + E + "/cohort --thread 2", 0.03 }, { "auto", vcf + short_run, 0.03 }, { "hamming", vcf + short_run + " --selection hamming", 0.03 },
+		{ "graph", "--input-ped " + E + "/cohort --thread 1 --model-version1 --burn 3 --prune 4 --main 8", 0.03 },
+		{ "panel", vcf + " --no-mcmc", 0.04 } };
+	std::map < std::string, double > rate;
+	for (const auto & [name, args, bound] : runs) {
+		ASSERT_TRUE(succeeded(runSorvane(args + " --input-map " + E + "/genetic_map.txt --seed 1 --output-max " + name + " -L " + name, d.path))) << name;
+		const Haplotypes out(d.file(name));
+		ASSERT_EQ(out.ids, cohort.ids);
+		expectGenotypesKept(out);
+		long pairs;
+		rate[name] = switchError(out, truth, cohort.unrelated, pairs);
+		EXPECT_GT(pairs, 20000);
+		EXPECT_LT(rate[name], bound) << name;
+	}
+	EXPECT_LT(rate["auto"], rate["hamming"] * 1.1) << rate["auto"] << " " << rate["hamming"];
+	const std::map < std::string, std::map < int, int > > G = vcfGenotypes();
+	const Haplotypes out(d.file("ped"));
 	const std::vector < std::string > & ids = cohort.ids;
-	ASSERT_EQ(out.ids, ids);
 	ASSERT_EQ(out.alleles.size(), G.begin()->second.size());
-	expectGenotypesKept(out);
-	long pairs;
-	EXPECT_LT(switchError(out, truth, cohort.unrelated, pairs), 0.03);
-	EXPECT_GT(pairs, 20000);
-	// A child's first allele is one of its father's, its second one of its mother's, wherever
-	// the three genotypes are known and Mendel consistent.
 	int n_trio_sites = 0;
 	for (const auto & s : out.alleles) for (unsigned int c = 0 ; c < ids.size() ; c ++) {
 		const std::pair < std::string, std::string > & p = cohort.parents.at(ids[c]);
@@ -63,36 +67,7 @@ TEST(cli_phase_accuracy, ExampleCohort) {
 	EXPECT_GT(n_trio_sites, 5000);
 }
 
-// The other models and selections on the whole example: the switch error of the unrelated
-// samples stays low, and the PBWT selection against the panel is not worse than the Hamming
-// one beyond noise.
-TEST(cli_phase_accuracy, ModelsAndSelections) {
-	TempDir d;
-	const Cohort cohort;
-	const Haplotypes truth(E + "/truth");
-	const std::string vcf = "--input-vcf " + E + "/cohort.vcf.gz" + PANEL, short_run = " --burn 2 --prune 2 --main 4";
-	const std::vector < std::tuple < std::string, std::string, double > > runs = {
-		{ "auto", vcf + short_run, 0.03 }, { "hamming", vcf + short_run + " --selection hamming", 0.03 },
-		{ "graph", "--input-ped " + E + "/cohort --model-version1 --burn 3 --prune 4 --main 8", 0.03 },
-		{ "panel", vcf + " --no-mcmc", 0.04 } };
-	std::map < std::string, double > rate;
-	for (const auto & [name, args, bound] : runs) {
-		ASSERT_TRUE(succeeded(runSorvane(args + " --input-map " + E + "/genetic_map.txt --thread 1 --seed 1 --output-max " + name + " -L " + name, d.path))) << name;
-		const Haplotypes out(d.file(name));
-		ASSERT_EQ(out.ids, cohort.ids);
-		expectGenotypesKept(out);
-		long pairs;
-		rate[name] = switchError(out, truth, cohort.unrelated, pairs);
-		EXPECT_GT(pairs, 20000);
-		EXPECT_LT(rate[name], bound) << name;
-	}
-	EXPECT_LT(rate["auto"], rate["hamming"] * 1.1) << rate["auto"] << " " << rate["hamming"];
-}
-
-// Families phased from the population alone, then with --duohmm: the transmitted haplotype of
-// each child (the first from the father, the second from the mother) becomes nearly exact,
-// the switch error costs no more than noise, and the crossover table has one row of
-// probabilities per meiosis.
+// With --duohmm the transmitted haplotypes become nearly exact; one crossover row per meiosis.
 TEST(cli_phase_accuracy, DuohmmFamilies) {
 	TempDir d;
 	std::vector < std::vector < std::string > > related = table(E + "/families_truth.sample");
@@ -131,8 +106,7 @@ TEST(cli_phase_accuracy, DuohmmFamilies) {
 	}
 }
 
-// A child genotype turned from 0/0 into 1/1 where both parents are heterozygous (Mendel
-// consistent, so kept) stands in the error report of --duohmm with a probability near 1.
+// A child's 0/0 turned into 1/1 between heterozygous parents is reported with a probability near 1.
 TEST(cli_phase_accuracy, DuohmmReportsCorruptedGenotype) {
 	TempDir d;
 	std::vector < std::vector < std::string > > fam = table(E + "/families.fam");

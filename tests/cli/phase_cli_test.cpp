@@ -1,21 +1,16 @@
 #include "cli/example_subset.h"
-#include "test_utils.h"
 
 #include <algorithm>
-#include <map>
 #include <tuple>
 
 using namespace testutils;
 using namespace exsubset;
 
-// Each genotype format phases the same samples and sites, with duos and a trio among them.
-// A thread a sample is more than the batches can use: the 19 PED units are phased at most 18
-// at a time, so that each keeps the 2 haplotypes of an unrelated sample to copy from.
+// Each format phases the same samples and sites; the 19 PED units are phased at most 18 at a time.
 TEST(cli_phase, EveryFormatPhasesAndKeepsGenotypes) {
 	TempDir d;
 	writeSubset(d);
-	const std::string families = "  * 0 haploids / 16 unrelateds / 2 duos / 1 trios\n";
-	const std::string lowered = "  * Threads lowered from 23 to 18: no more samples can be phased at once while each keeps at least 2 haplotypes to copy from\n";
+	const std::string families = "  * 0 haploids / 16 unrelateds / 2 duos / 1 trios\n", lowered = "  * Threads lowered from 23 to 18: no more samples can be phased at once while each keeps at least 2 haplotypes to copy from\n";
 	struct Run { std::string name, args, units, threads; };
 	const std::vector < Run > runs = {
 		{ "vcf", "--input-vcf " + E + "/cohort.vcf.gz --input-map " + E + "/genetic_map.txt --thread 2", "  * 0 haploids / 23 unrelateds / 0 duos / 0 trios\n", "" },
@@ -30,7 +25,6 @@ TEST(cli_phase, EveryFormatPhasesAndKeepsGenotypes) {
 		EXPECT_TRUE(hasAll(log, { run.units, run.threads, "Main iteration [2/2]\n" }));
 		EXPECT_EQ(has(log, " genotypes in Mendel errors set missing\n"), run.units == families) << run.name;
 		EXPECT_EQ(has(log, "Threads lowered"), !run.threads.empty()) << run.name;
-		// Redirected, the screen gets plain lines: no colour, no "\r".
 		EXPECT_EQ(r.out.find_first_of("\r\033"), std::string::npos) << r.out;
 		int n = checkPhased(d, run.name);
 		if (sites < 0) sites = n;
@@ -38,9 +32,7 @@ TEST(cli_phase, EveryFormatPhasesAndKeepsGenotypes) {
 	}
 }
 
-// One thread and one seed give the same files (the FNV-1a hash of the HAPS file without rare
-// variant placement); with few haplotypes to copy from, the automatic selection is the Hamming
-// one; placed singletons keep every genotype.
+// One thread and one seed give the same files; few haplotypes make the automatic selection Hamming.
 TEST(cli_phase, SeedAndRarePhasing) {
 	TempDir d;
 	writeSubset(d);
@@ -59,39 +51,28 @@ TEST(cli_phase, SeedAndRarePhasing) {
 	EXPECT_TRUE(has(d.read("p.log"), "\n  * Conditioning haplotypes: longest local matches (PBWT) among "));
 }
 
-// A failed write, two outputs of one name or an output that is an input end the run naming
-// the file, and every existing file stays as it was.
 TEST(cli_phase, FailedOrClashingOutputsChangeNothing) {
 	TempDir d;
 	writeSubset(d);
-	const std::string ped = E + "/cohort";
-	const std::string base = "--input-ped " + ped + subsetArgs() + "--seed 1 -L log ";
-	const std::string full = "Writing to file [/dev/full] failed: No space left on device\n";
-	const std::pair < std::string, std::string > cases[] = {
+	const std::string ped = E + "/cohort", base = "--input-ped " + ped + subsetArgs() + "--seed 1 -L log ", full = "Writing to file [/dev/full] failed: No space left on device\n";
+	d.write("b.haps", "kept\n");
+	for (const auto & c : std::vector < std::pair < std::string, std::string > > {
 		{ "--output-max /dev/full /dev/full", full },
 		{ "--output-max b --output-graph /dev/full", full },
 		{ "--output-max b --duohmm --output-duohmm-errors /dev/full", full },
 		{ "--output-max b --duohmm --output-duohmm-errors b.haps", "The output file [b.haps] is written by both --output-duohmm-errors and --output-max\n" },
-		{ "--output-max b --output-graph " + ped + ".map", "The output file [" + ped + ".map] of --output-graph is an input file of --input-ped: writing it would replace the input\n" },
-	};
-	d.write("b.haps", "kept\n");
-	for (const auto & c : cases) {
+		{ "--output-max b --output-graph " + ped + ".map", "The output file [" + ped + ".map] of --output-graph is an input file of --input-ped: writing it would replace the input\n" } }) {
 		EXPECT_TRUE(refused(runSorvane(base + c.first, d.path), c.second)) << c.first;
 		EXPECT_EQ(d.read("b.haps"), "kept\n") << c.first;
 	}
 }
 
-// --duohmm works from every format that carries a pedigree, with the same result: a child's
-// allele from its father sits on haplotype 0, from its mother on haplotype 1, but at a few
-// sites (6 here, under 1 %) that the model takes for genotyping errors.
+// --duohmm gives the same result from every pedigree format: the father's allele on haplotype 0.
 TEST(cli_phase, DuohmmOnEveryPedigreeFormat) {
 	TempDir d;
 	writeSubset(d);
 	const std::map < std::string, std::map < int, int > > G = vcfGenotypes();
-	// Child, parent, haplotype of the child that the parent gave.
-	const std::vector < std::tuple < std::string, std::string, int > > links = {
-		{ "IND0004", "IND0003", 0 }, { "IND0011", "IND0010", 1 }, { "IND0058", "IND0056", 0 }, { "IND0058", "IND0057", 1 },
-	};
+	const std::vector < std::tuple < std::string, std::string, int > > links = { { "IND0004", "IND0003", 0 }, { "IND0011", "IND0010", 1 }, { "IND0058", "IND0056", 0 }, { "IND0058", "IND0057", 1 } };
 	std::string first;
 	for (std::string input : { "--input-gen " + E + "/cohort.gen " + E + "/cohort.sample", "--input-ped " + E + "/cohort", "--input-bed " + E + "/cohort" }) {
 		const std::string stem = input.substr(8, 3);
@@ -117,8 +98,6 @@ TEST(cli_phase, DuohmmOnEveryPedigreeFormat) {
 	}
 }
 
-// Data that cannot be phased stop the run once read, before any phasing or output: --duohmm
-// without parents' columns, impossible pedigrees, bad copying states files.
 TEST(cli_phase, DataRefusedBeforePhasing) {
 	TempDir d;
 	writeSubset(d);
@@ -146,7 +125,6 @@ TEST(cli_phase, DataRefusedBeforePhasing) {
 		{ "copy", "IND0001 1200000 IND0002\n", vcf, "Line 1 of copy: the position 1200000 is after the last site" },
 		{ "copy", "IND0001 0 IND0002 IND0001\n", vcf, "Line 1 of copy: sample IND0001 cannot copy from itself" },
 		{ "copy", first, vcf, "No copying states given for sample IND0002 in copy" },
-		// Read from the PED file, the subset has its duos and trio.
 		{ "copy", "IND0003 0 IND0001\n", pedsub, "Line 1 of copy: sample IND0003 is phased with its family, under the name of its child IND0004: give that name instead" },
 	};
 	for (const Case & c : cases) {

@@ -1,12 +1,10 @@
 #include "cli/example_subset.h"
-#include "test_utils.h"
 
 #include <sys/stat.h>
 
 using namespace testutils;
 
-// Each case either stops with its message, or passes every option and file check: the
-// runs that pass stop later, past the checks, on the dummy input.
+// A run that passes every option and file check stops later, on the dummy input.
 static Row passes(const std::string & args, const std::string & message) {
 	return Row { args, 1, "Parameters :", message };
 }
@@ -17,9 +15,7 @@ TEST(cli_phase_options, ValueChecks) {
 	for (std::string f : { "in.vcf", "ref.hap", "ref.legend", "ref.sample", "b.bed", "b.bim", "b.fam", "g.gen" }) d.write(f, "x");
 	ASSERT_EQ(mkdir(d.file("adir").c_str(), 0755), 0);
 	const std::string cannot = " is impossible to open, check file existence or reading permissions", inputs = " unphased input file with --input-bed, --input-ped, --input-gen or --input-vcf";
-	const std::string io = "--input-vcf in.vcf --output-max out ";
-	const std::string ref = "--input-ref ref.hap ref.legend ref.sample ";
-	const std::string window_in = "The input window coordinates are incorrect (must have --input-from >= 0 & --input-to > 0 & --input-from < input-to";
+	const std::string io = "--input-vcf in.vcf --output-max out ", window_in = "The input window coordinates are incorrect (must have --input-from >= 0 & --input-to > 0 & --input-from < input-to";
 	expectRows(sorvane, d, {
 		refusal(io + "--seed -1", "Random number generator needs a positive seed value"),
 		passes(io + "--seed 0", "positive seed"),
@@ -66,7 +62,7 @@ TEST(cli_phase_options, ValueChecks) {
 		refusal(io + "--selection pbwt --model-version1", "The --selection pbwt option applies to the window model only, not to --model-version1 or --input-copy-states"),
 		passes(io + "--selection pbwt", "--selection"),
 		refusal(io + "--no-mcmc", "To get rid of the MCMC scheme, you must specify a reference panel of haplotypes via --input-ref"),
-		passes(io + ref + "--no-mcmc", "MCMC scheme"),
+		passes(io + "--input-ref ref.hap ref.legend ref.sample --no-mcmc", "MCMC scheme"),
 		refusal("--seed 1 --output-max out", "You must specify at least one" + inputs),
 		refusal(io + "--input-gen g", "You must specify no more than one" + inputs),
 		refusal("--input-vcf in.vcf", "You must specify at least one output file with --output-max, --output-vcf and/or --output-graph"),
@@ -78,10 +74,6 @@ TEST(cli_phase_options, ValueChecks) {
 		refusal("--input-vcf in.vcf --output-max nodir/o", "nodir/o.haps is impossible to create, check writing permissions"),
 		refusal("--input-vcf in.vcf --output-graph nodir/g.bin", "nodir/g.bin is impossible to create, check writing permissions"),
 	});
-}
-
-TEST(cli_phase_options, SampleCountWithoutPanel) {
-	TempDir d;
 	const std::string stop = "You cannot phase less than 10 samples wihout using a reference panel!";
 	d.write("nine", "IND0001\nIND0002\nIND0003\nIND0004\nIND0005\nIND0006\nIND0007\nIND0008\nIND0009\n");
 	d.write("ten", d.read("nine") + "IND0010\n");

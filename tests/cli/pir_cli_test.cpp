@@ -1,16 +1,12 @@
 #include "cli/example_subset.h"
-#include "test_utils.h"
 
-#include <cstdio>
-#include <set>
 
 using namespace exsubset;
 using namespace testutils;
 
 namespace {
 
-// The PIR file of the example reads: its text, its samples, and per sample the pairs of
-// sites that one of its reads covers.
+// The example reads: the PIR text, its samples, and per sample the pairs of sites a read joins.
 struct ExampleReads {
 	std::string text;
 	std::vector < std::string > ids;
@@ -45,9 +41,7 @@ int count(const std::string & text, const std::string & part) {
 
 }
 
-// The example reads: -assemble phases their samples with a lower switch error than -phase
-// on the same data and seed, and a much lower one at the pairs of heterozygotes that a read
-// joins (about 6 % against 1 %); reproducible on one thread, and as good on two.
+// -assemble beats -phase on the same seed, most at the pairs a read joins; reproducible, as good on two threads.
 TEST(cli_pir, AssembleExampleReads) {
 	TempDir d;
 	const ExampleReads reads;
@@ -71,16 +65,12 @@ TEST(cli_pir, AssembleExampleReads) {
 		ASSERT_EQ(out.ids, reads.ids);
 		const double assembled_joined = switchError(out, truth, reads.ids, joined, &reads.joined);
 		EXPECT_LT(assembled_joined, 0.05) << run;
-		// Two threads draw in no fixed order: the comparison with -phase is made on the
-		// seeded run only.
+		// Two threads draw in no fixed order: only the seeded run is compared with -phase.
 		if (run == "one") { EXPECT_TRUE(switchError(out, truth, reads.ids, pairs) < phased_all && assembled_joined < phased_joined / 2); }
 	}
 }
 
-// -mutinclude from the truth: genotypes as a VCF (heterozygotes 0/1), a scaffold without every
-// third site, the example reads. The fresh heterozygotes that reads join to the scaffold go
-// nearly all onto the true haplotype; IND0003, without reads, keeps 0/1 at -1; scaffold sites
-// stay; the same on two threads; unknown samples passed over.
+// -mutinclude puts the fresh heterozygotes reads join onto the true haplotype; without reads, 0/1 at -1.
 TEST(cli_pir, MutationInclusion) {
 	TempDir d;
 	const Haplotypes truth(E + "/truth");
@@ -96,13 +86,13 @@ TEST(cli_pir, MutationInclusion) {
 		const int p = s.first, fresh = positions.size() % 3 == 1;
 		positions.push_back(p);
 		vcf += "\n20\t" + std::to_string(p) + "\t.\t" + s.second.first + "\t" + s.second.second + "\t.\tPASS\t.\tGT";
-		if (!fresh) haps += "20 20:" + std::to_string(p) + " " + std::to_string(p) + " " + s.second.first + " " + s.second.second;
+		std::string row = "20 20:" + std::to_string(p) + " " + std::to_string(p) + " " + s.second.first + " " + s.second.second;
 		for (const std::string & id : ids) {
 			const int a = truth.alleles.at(p)[2 * truth.index(id)], b = truth.alleles.at(p)[2 * truth.index(id) + 1];
 			vcf += a + b == 0 ? "\t0/0" : (a + b == 1 ? "\t0/1" : "\t1/1");
-			if (!fresh) haps += " " + std::to_string(a) + " " + std::to_string(b);
+			row += " " + std::to_string(a) + " " + std::to_string(b);
 		}
-		if (!fresh) haps += "\n";
+		if (!fresh) haps += row + "\n";
 	}
 	d.write("g.vcf", vcf + "\n");
 	d.write("scaffold.haps", haps);
@@ -148,13 +138,10 @@ TEST(cli_pir, MutationInclusion) {
 	EXPECT_EQ(d.read("out.haps"), d.read("two.haps"));
 }
 
-// The checks of the -mutinclude files and of -assemble, each with its own message.
 TEST(cli_pir, MutationInclusionChecks) {
 	TempDir d;
 	d.write("r.pir", "MAP 0\n");
-	d.write("s.haps", "");
-	d.write("s.sample", "");
-	d.write("g.vcf", "");
+	for (std::string f : { "s.haps", "s.sample", "g.vcf" }) d.write(f, "");
 	const std::string ok = "--input-bam r.pir --input-haps s --input-vcf g.vcf ", cannot = " is impossible to open, check file existence or reading permissions";
 	expectRows(SORVANE_BIN, d, {
 		refusal("-mutinclude -L log", "You must specify a file with the list of BAM files to be used"),

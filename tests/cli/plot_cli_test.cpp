@@ -4,12 +4,10 @@
 
 using namespace testutils;
 
-// The plot script as installed beside the binary, bounded in time.
 static RunResult runPlot(const std::string & args, const std::string & dir) {
 	return testutils::runCommand("timeout 60 " + std::string(SORVANE_PLOT) + " " + args, dir);
 }
 
-// The start of the page's table row of one check, with its count.
 static std::string row(const std::string & label, long count) {
 	return "<tr><th>" + label + "</th><td>" + std::to_string(count) + "</td>";
 }
@@ -21,18 +19,7 @@ static long columnSum(const std::string & report, int column) {
 	return sum;
 }
 
-// Draws the page of `prefix` and returns its HTML, after checking that both files hold what they should.
-static std::string drawPage(const TempDir & d, const std::string & prefix) {
-	RunResult r = runPlot(prefix, d.path);
-	EXPECT_TRUE(succeeded(r) && r.out == "Check page: " + prefix + ".qc.html (picture: " + prefix + ".qc.png)\n") << r.out;
-	EXPECT_EQ(d.read(prefix + ".qc.png").substr(0, 8), "\x89PNG\r\n\x1a\n");
-	std::string html = d.read(prefix + ".qc.html");
-	EXPECT_TRUE(has(html, "<img alt=\"check reports\" src=\"data:image/png;base64,iVBORw0KGgo")) << html.substr(0, 2000);
-	return html;
-}
-
-// 31 samples at 20 sites: a trio with Mendel errors at sites 0 to 3, parents P1 and P2 with
-// two children, and a sample MISS with 6 missing genotypes (30%).
+// 31 samples at 20 sites: a trio with 4 Mendel errors, P1 and P2 with two children, MISS 30% missing.
 static std::string plantedPed() {
 	struct Person { std::string ped; int father, mother; };
 	std::vector < Person > people = { { "F1 DAD 0 0 1", -1, -1 }, { "F1 MUM 0 0 2", -1, -1 }, { "F1 KID DAD MUM 1", 0, 1 },
@@ -67,18 +54,16 @@ TEST(cli_plot, PlantedFaults) {
 	d.write("cohort.map", map);
 	d.write("miss.txt", "MISS\n");
 
-	// Each fault stops the check at its own step, so two runs leave their reports under one
-	// prefix: Mendel reports without MISS, then missingness reports with it.
-	// Parents with two children sit in two trios: reported and refused, unless pedigrees are ignored.
-	RunResult r = runSorvane("-check --input-ped cohort --exclude-ind miss.txt -L qc", d.path);
-	EXPECT_TRUE(refused(r, "  * 2 samples are included in several duos/trios, check list in qc.inc.me\n"));
+	// Two runs leave their reports under one prefix: Mendel reports without MISS, then missingness with it.
+	EXPECT_TRUE(refused(runSorvane("-check --input-ped cohort --exclude-ind miss.txt -L qc", d.path), "  * 2 samples are included in several duos/trios, check list in qc.inc.me\n"));
 	EXPECT_TRUE(d.read("qc.inc.me") == "id\nP1\nP2\n" && has(d.read("qc.log"), "  * 1 trios with high Mendel error rate (> 5%)\n")) << d.read("qc.log");
 	EXPECT_TRUE(succeeded(runSorvane("-check --input-ped cohort --exclude-ind miss.txt --noped -L noped", d.path)) && !exists(d.file("noped.inc.me")));
-	r = runSorvane("-check --input-ped cohort -L qc", d.path);
-	EXPECT_TRUE(refused(r, "1 individuals with high rates of missing data (>10%)"));
-
-	std::string html = drawPage(d, "qc");
-	// The counts of the reports: 6 missing genotypes, 4 Mendel errors.
+	EXPECT_TRUE(refused(runSorvane("-check --input-ped cohort -L qc", d.path), "1 individuals with high rates of missing data (>10%)"));
+	RunResult r = runPlot("qc", d.path);
+	EXPECT_TRUE(succeeded(r) && r.out == "Check page: qc.qc.html (picture: qc.qc.png)\n") << r.out;
+	EXPECT_EQ(d.read("qc.qc.png").substr(0, 8), "\x89PNG\r\n\x1a\n");
+	const std::string html = d.read("qc.qc.html");
+	EXPECT_TRUE(has(html, "<img alt=\"check reports\" src=\"data:image/png;base64,iVBORw0KGgo")) << html.substr(0, 2000);
 	EXPECT_TRUE(columnSum(d.read("qc.ind.mm"), 1) == 6 && columnSum(d.read("qc.snp.me"), 2) == 4);
 	EXPECT_TRUE(hasAll(html, { row("Samples", 31) + "<td></td>", row("Missing genotypes", 6), row("Samples missing &gt; 10% of sites (stops phasing)", 1) + "<td>MISS</td>",
 			row("Sites missing &gt; 5% of samples", 0), row("Families with Mendel errors", 1) + "<td>KID</td>", row("Samples with Mendel error rate &gt; 5%", 1) + "<td>KID</td>",

@@ -23,8 +23,7 @@ const std::string VCF =
 	"20\t400\t.\tA\tC\t.\tPASS\t.\tGT\t0/1\t0/1\n"
 	"20\t450\t.\tG\tT\t.\tPASS\t.\tGT\t./.\t0/1\n";
 
-// A SAM record of a read of n bases, all A of quality 30 but the given bases and qualities
-// (offsets in the read).
+// A SAM record of n bases, all A of quality 30 but the given bases and qualities (read offsets).
 std::string record(const std::string & name, int flag, int pos, int mapq, const std::string & cigar, int n,
 		const std::map < int, char > & bases, const std::map < int, char > & quals = {}, int mate = 0) {
 	std::string seq(n, 'A'), qual(n, '?');
@@ -34,7 +33,6 @@ std::string record(const std::string & name, int flag, int pos, int mapq, const 
 		+ "\t" + (mate ? "=" : "*") + "\t" + std::to_string(mate) + "\t0\t" + seq + "\t" + qual + "\n";
 }
 
-// Reads of known positions (1-based) over the sites, in no order.
 std::string handSam() {
 	return "@HD\tVN:1.6\tSO:unsorted\n@SQ\tSN:20\tLN:1000\n"
 		// A pair: 100 on the first mate, 150 and 170 on the second.
@@ -62,33 +60,27 @@ std::string handSam() {
 
 const std::string MAP = "MAP 7\n100 A G\n150 C T\n160 A AT\n170 G C\n200 T A\n400 A C\n450 G T\n";
 
-// The records of S1 and S2 in the PIR file.
 const std::string EXPECTED_S1 = "S1 5\n0 G 30 1 T 30\n0 G 30 1 T 30 3 C 30\n0 A 30 3 G 30\n1 C 30 3 C 30\n1 T 35 3 G 30\n";
 const std::string EXPECTED_S2 = "S2 7\n0 A 30 1 C 30\n0 G 30 1 T 30\n0 G 30 1 T 30 3 C 30\n0 A 30 3 G 30\n1 C 30 3 C 30\n1 T 35 3 G 30\n3 G 30 4 A 30\n";
 
-// The hand-made reads as a sorted, indexed BAM in bams/, and the VCF.
-void makeHandData(const TempDir & d) {
+
+}
+
+// The list's third column overrides --min-mapq; its file names are taken from its folder.
+// A truncated BAM file is found only once the output is begun: it still leaves no output.
+TEST(cli_readmine, HandMadeReadsAndErrors) {
+	TempDir d;
 	runOk("mkdir bams", d.path);
 	d.write("bams/s.sam", handSam());
 	d.write("sites.vcf", VCF);
 	d.write("two.vcf", VCF + "21\t100\t.\tA\tG\t.\tPASS\t.\tGT\t0/1\t0/1\n");
 	runOk("samtools sort --no-PG -o bams/s.bam bams/s.sam && samtools index bams/s.bam", d.path);
-}
-
-}
-
-// The PIR file of the hand-made reads, as compressed output, from BAM and CRAM input alike;
-// the list's third column overrides --min-mapq; its file names are taken from its folder.
-TEST(cli_readmine, HandMadeReads) {
-	TempDir d;
-	makeHandData(d);
 	d.write("bams/list.txt", "S1 s.bam -1\nS2 s.bam 5\n");
 	RunResult o = runReadmine("--bam-list bams/list.txt --vcf sites.vcf --output out.pir.gz", d.path);
 	ASSERT_TRUE(succeeded(o));
 	EXPECT_EQ(readCompressed(d.file("out.pir.gz")), MAP + EXPECTED_S1 + EXPECTED_S2);
 	EXPECT_TRUE(has(o.err, "readmine: [bams/s.bam] of S1: 9 reads used, 5 phase informative")) << o.err;
-	// The same reads as CRAM, decoded with the reference given, and as a BAM whose header does
-	// not tell its order, which its index does.
+	// The same reads as CRAM, and as a BAM whose header does not tell its order.
 	d.write("ref.fa", ">20\n" + std::string(1000, 'A') + "\n");
 	runOk("samtools view --no-PG -C -T ref.fa -o bams/s.cram bams/s.bam && samtools index bams/s.cram && samtools view --no-PG -h bams/s.bam | grep -v '^@HD'"
 		" | samtools view --no-PG -b -o bams/noso.bam && samtools index bams/noso.bam", d.path);
@@ -97,18 +89,9 @@ TEST(cli_readmine, HandMadeReads) {
 		ASSERT_TRUE(succeeded(runReadmine("--bam-list bams/one.txt --vcf sites.vcf --reference ref.fa --output one.pir", d.path)));
 		EXPECT_EQ(d.read("one.pir"), MAP + EXPECTED_S1) << bam;
 	}
-	// A region keeps the sites inside it only, their indexes counted from it, and the
-	// chromosome it names only.
 	ASSERT_TRUE(succeeded(runReadmine("--bam-list bams/list.txt --vcf two.vcf --output region.pir --region 20:150-170", d.path)));
 	EXPECT_EQ(d.read("region.pir"), "MAP 3\n150 C T\n160 A AT\n170 G C\nS1 3\n0 C 30 2 C 30\n0 T 30 2 C 30\n0 T 35 2 G 30\n"
 		"S2 3\n0 C 30 2 C 30\n0 T 30 2 C 30\n0 T 35 2 G 30\n");
-}
-
-// Each fault ends the run with status 1 and a message that names the file, and leaves no
-// output: a truncated BAM file is found only once the output is begun.
-TEST(cli_readmine, Errors) {
-	TempDir d;
-	makeHandData(d);
 	d.write("bams/garbage.bam", "not a read file\n");
 	std::string many = handSam();
 	for (int i = 0 ; i < 3000 ; i ++) many += record("f" + std::to_string(i), 0, 100 + i % 300, 60, "50M", 50, {});

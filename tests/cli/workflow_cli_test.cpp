@@ -1,12 +1,8 @@
 #include "cli/example_subset.h"
-#include "test_utils.h"
 
 using namespace testutils;
 
-// The workflow on the example cohort cut into two overlapping chunks, the binary given on
-// the command line only: the ligated, indexed result keeps every genotype, and its switch
-// error stays within half a point of the unchunked run with the same options. Alone, with
-// the example's configuration, a failing chunk shows its error in Snakemake's report.
+// Two chunks ligate within half a point of the unchunked switch error; a failing chunk shows its error.
 TEST(cli_workflow, ChunkedExampleLigates) {
 	TempDir d;
 	const std::string E = exsubset::E, options = "--burn 3 --prune 4 --main 8";

@@ -3,29 +3,24 @@
 #include <gtest/gtest.h>
 
 using genhaptest::plain;
-using genhaptest::randomBits;
+using graphtest::randomBits;
 using genhaptest::Study;
 
-// Random masks, windows and earlier selections on haploid units. The Hamming selection
-// takes the nearest allowed haplotypes by byte distance; the match selection, whose limit
-// shuts the heap once it is full, the first ones that share a whole byte with the target.
+// Hamming takes the nearest allowed haplotypes by byte distance, matching the first ones sharing a whole byte.
 TEST(genhap_set_select, NearestAndMatching) {
 	putils::initRandom(42);
 	for (int rep = 0 ; rep < 40 ; rep ++) {
 		Study U(plain(std::vector < int > (80, 1)), 120);
 		U.mutatedCopies();
-		const int H = 80, ind = putils::getRandom(H), states = 1 + putils::getRandom(12);
-		const int left = putils::getRandom(100), right = left + putils::getRandom(120 - left);
+		const int H = 80, ind = putils::getRandom(H), states = 1 + putils::getRandom(12), left = putils::getRandom(100), right = left + putils::getRandom(120 - left);
 		const chaplotype & t = U.GH.vecH[ind];
 		std::vector < bool > input = randomBits(H, 0.7), before = randomBits(H, 0.1), hamming = before, match = before;
 		U.GH.subsetHaplotypes_hamming_ALL(input, ind, states, left, right, hamming);
 		U.GH.subsetHaplotypes_pfmatch_ALL(input, ind, states, left, right, match);
 		int n_pool = 0, n_new = 0, worst_in = -1, best_out = 1000000, n_match = 0;
 		for (int h = 0 ; h < H ; h ++) {
-			if (before[h] || !input[h]) {
-				EXPECT_TRUE(hamming[h] == before[h] && match[h] == before[h]);
-				continue;
-			}
+			EXPECT_TRUE((!before[h] && input[h]) || (hamming[h] == before[h] && match[h] == before[h])) << h;
+			if (before[h] || !input[h]) continue;
 			n_pool ++;
 			const int d = U.GH.vecH[h].hamming(t, left, right);
 			if (hamming[h]) n_new ++, worst_in = std::max(worst_in, d);
@@ -38,23 +33,19 @@ TEST(genhap_set_select, NearestAndMatching) {
 	}
 }
 
-// Coverage takes at each site the haplotype with the longest run of agreement through it:
-// against the zeros of haplotype 2, haplotype 3 agrees from site 1 on, 6 and 7 at site 0 only.
+// The longest run of agreement through a site: with haplotype 2's zeros, 3 agrees from site 1 on, 6 and 7 at 0.
 TEST(genhap_set_select, Coverage) {
 	Study U(plain({ 2, 1, 1, 1, 1, 1, 1, 1 }), 16);
 	U.set(1, std::string(16, '1'));
 	U.set(3, "1000000000000000");
 	U.set(6, "0111111111111111");
 	U.set(7, "0011111111111111");
-	std::vector < bool > runs(9, false), covered;
-	runs[3] = runs[6] = runs[7] = true;
+	std::vector < bool > runs = { 0, 0, 0, 1, 0, 0, 1, 1, 0 }, covered;
 	U.GH.subsetHaplotypes_pfmatchcov_ALL(runs, 1, 1, 0, 15, covered);
 	EXPECT_EQ(covered, std::vector < bool > ({ 0, 0, 0, 1, 0, 0, 0, 0, 0 }));
 }
 
-// The choice between the two haplotypes of a neighbour, against a count site by site with the
-// same two draws, on ranges within and across the 64-site words of long haplotypes: sites
-// where only the first (second) haplotype matches decide, nothing to decide on gives -1.
+// Against a count with the same draws, in and across 64-site words: sites where one haplotype alone matches decide.
 TEST(genhap_set_select, IdentityByDescentRule) {
 	putils::initRandom(13);
 	for (int rep = 0 ; rep < 200 ; rep ++) {
@@ -77,13 +68,10 @@ TEST(genhap_set_select, IdentityByDescentRule) {
 		const bool x = (double)first / (first + both) > r1, y = (double)second / (second + both) > r2;
 		EXPECT_EQ(got, x && y ? 2 : x ? 0 : y ? 1 : -1) << left << " " << right;
 	}
-	const chaplotype z(8);
-	EXPECT_EQ(non_overlapping_hamming_distance(z, z, z, z, 3, 2), -1);
+	EXPECT_EQ(non_overlapping_hamming_distance(chaplotype(8), chaplotype(8), chaplotype(8), chaplotype(8), 3, 2), -1);
 }
 
-// The conditioning sets of a duo, an unrelated unit of its family and a trio, all selections
-// on, by Hamming distance (the IBD rule for the unrelated unit only) or by PBWT: at least the
-// minimum, never the family, whose haplotypes are exact copies, nor a closed haplotype.
+// A duo, an unrelated of its family and a trio: at least the minimum, never the family (exact copies), never closed.
 TEST(genhap_set_select, ConditioningSetsLeaveOutTheFamily) {
 	putils::initRandom(9);
 	Study U(plain({ 3, 2, 2, 4, 1, 2, 2, 2, 2, 2, 2 }, { 0, 0, 0, 1, 1, 2, 3, 4, 5, 6, 7 }), 40);
@@ -109,22 +97,16 @@ TEST(genhap_set_select, ConditioningSetsLeaveOutTheFamily) {
 	}
 }
 
-// The batch bound against every batch of small random studies, with random families,
-// masks and panel sizes: a batch of the bound's size leaves each of its graphs `need`
-// haplotypes outside the batch and the graph's family, one more graph fails some of them.
+// Every batch of the bound's size leaves each graph `need` haplotypes outside batch and family; one more fails.
 TEST(genhap_set_select, BatchBound) {
 	putils::initRandom(7);
 	for (int rep = 0 ; rep < 200 ; rep ++) {
 		const int N = 2 + putils::getRandom(5), panel = putils::getRandom(3), need = 1 + putils::getRandom(3);
-		std::vector < int > types, family;
-		for (int i = 0 ; i < N ; i ++) {
-			types.push_back(1 + putils::getRandom(4));
-			family.push_back(putils::getRandom(N));
-		}
+		std::vector < int > types(N), family(N);
+		for (int i = 0 ; i < N ; i ++) types[i] = 1 + putils::getRandom(4), family[i] = putils::getRandom(N);
 		Study U(plain(types, family), 8);
 		for (int p = 0 ; p < panel ; p ++) U.GH.vecH.push_back(chaplotype(8));
 		const std::vector < bool > mask = randomBits(U.GH.vecH.size(), 0.8);
-		// Whether every batch of T graphs leaves each of its graphs enough haplotypes.
 		auto fits = [&](int T) {
 			for (int batch = 0 ; batch < (1 << N) ; batch ++) if (__builtin_popcount(batch) == T)
 				for (int i = 0 ; i < N ; i ++) if ((batch >> i) & 1) {

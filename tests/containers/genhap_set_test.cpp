@@ -7,17 +7,11 @@
 using genhaptest::Member;
 using genhaptest::Study;
 
-namespace {
+// Unrelated u (haplotypes 0, 1), duo d of mother m2 (2 .. 4), trio c of a founder father f and a mother m
+// (5 .. 8), haploid h (9), unrelated m2 (10, 11); the duo, the haploid and m2 form family 2.
+static const std::vector < Member > FAMILIES = { { 2, 1, "u" }, { 3, 2, "d", "0", false, "m2" }, { 4, 3, "c", "f", true, "m" }, { 1, 2, "h" }, { 2, 2, "m2" } };
 
-// Unrelated u (haplotypes 0, 1), duo d of mother m2 (2 .. 4), trio c of a founder father f
-// and a mother m (5 .. 8), haploid h (9), unrelated m2 (10, 11); the duo, the haploid and m2
-// form family 2.
-const std::vector < Member > FAMILIES = { { 2, 1, "u" }, { 3, 2, "d", "0", false, "m2" }, { 4, 3, "c", "f", true, "m" }, { 1, 2, "h" }, { 2, 2, "m2" } };
-
-}
-
-// Own, father's and mother's haplotypes land on the tracks of each kind of unit, the swapped
-// site at 200 read inverted, the site at 150 not in the set.
+// Each member's haplotypes land on the unit's tracks, the swapped site at 200 inverted, 150 not in the set.
 TEST(genhap_set, GivenHaplotypesOnTheTracks) {
 	flippable = 1;
 	testutils::silenceLog();
@@ -36,8 +30,7 @@ TEST(genhap_set, GivenHaplotypesOnTheTracks) {
 	for (unsigned int h = 0 ; h < 12 ; h ++) EXPECT_EQ(U.GH.vecH[h].toString(), expected[h]) << h;
 }
 
-// Missing sites take alleles drawn from the frequency among the units that are not missing
-// there: a site where every observed allele is 0 (or 1) fills with 0 (or 1).
+// Missing sites take alleles drawn from the frequency among the units observed there: all 0 (or 1) fills with 0 (1).
 TEST(genhap_set, MissingSitesFilledByAlleleFrequency) {
 	testutils::silenceLog();
 	putils::initRandom(11);

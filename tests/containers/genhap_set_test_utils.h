@@ -2,23 +2,16 @@
 #define _GENHAP_SET_TEST_UTILS_H
 
 #include "containers/genhap_set/genhap_set.h"
-#include "objects/genotype_graph.h"
+#include "objects/genotype_graph_test_utils.h"
 #include "objects/snp_set.h"
-#include "utils/putils.h"
 
 #include <string>
 #include <vector>
 
 namespace genhaptest {
 
-// A unit: its type and family, its child's name, the father (a founder of the unit or not)
-// and the mother.
-struct Member {
-	int type, family;
-	std::string child, father = "0";
-	bool fmain = false;
-	std::string mother = "0";
-};
+// A unit: its type and family, its child's name, the father (a founder of the unit or not) and the mother.
+struct Member { int type, family; std::string child, father = "0"; bool fmain = false; std::string mother = "0"; };
 
 // Units of the given types, each its own family unless `family` says otherwise.
 inline std::vector < Member > plain(const std::vector < int > & types, std::vector < int > family = {}) {
@@ -35,13 +28,7 @@ struct Study {
 		for (int l = 0 ; l < L ; l ++) S.put(new snp("1", 100 * (l + 1), "A", "C", 3));
 		S.indexing();
 		std::vector < genotype_graph * > graphs;
-		std::vector < std::string > none;
-		for (Member m : units) {
-			graphs.push_back(new genotype_graph(m.type, m.family));
-			graphs.back()->pushChild(m.child, 0, none);
-			graphs.back()->pushFather(m.father, m.fmain, 1, none);
-			graphs.back()->pushMother(m.mother, false, 2, none);
-		}
+		for (const Member & m : units) graphs.push_back(new genotype_graph(graphtest::named(m.type, m.family, m.child, m.father, m.fmain, m.mother, false)));
 		GH.initialise(graphs, &S);
 	}
 	void set(int h, const std::string & bits) {
@@ -56,12 +43,6 @@ struct Study {
 		}
 	}
 };
-
-inline std::vector < bool > randomBits(int n, double p) {
-	std::vector < bool > v(n);
-	for (int i = 0 ; i < n ; i ++) v[i] = putils::getRandom() < p;
-	return v;
-}
 
 }
 

@@ -5,17 +5,15 @@
 
 #include <algorithm>
 
-namespace {
-
 // Sites of the match between haplotypes a and b that ends at site k, counted backwards.
-int matchLength(const chaplotype & a, const chaplotype & b, int k) {
+static int matchLength(const chaplotype & a, const chaplotype & b, int k) {
 	int n = 0;
 	while (k - n >= 0 && a[k - n] == b[k - n]) n ++;
 	return n;
 }
 
 // Mosaics of a few founders with rare mutations, so that long matches exist.
-std::vector < chaplotype > randomHaplotypes(int N, int L, int founders) {
+static std::vector < chaplotype > randomHaplotypes(int N, int L, int founders) {
 	std::vector < chaplotype > F(founders, chaplotype(L)), H(N, chaplotype(L));
 	for (chaplotype & f : F) for (int l = 0 ; l < L ; l ++) f.set(l, putils::getRandom(2));
 	for (chaplotype & h : H) for (int l = 0, f = putils::getRandom(founders) ; l < L ; l ++) {
@@ -25,11 +23,7 @@ std::vector < chaplotype > randomHaplotypes(int N, int L, int founders) {
 	return H;
 }
 
-}
-
-// At every checkpoint the order sorts the haplotypes by their sequences read backwards from
-// the checkpoint (allele 0 first at the first difference), `rank` inverts it and `start`
-// gives the match with the predecessor, all against a brute-force computation.
+// Against brute force: `order` sorts haplotypes read backwards (0 first), `rank` inverts it, `start` the matches.
 TEST(haplotype_pbwt, CheckpointsHoldTheSortedMatches) {
 	putils::initRandom(3);
 	for (int step : { 1, 7, 64 }) {
@@ -47,9 +41,7 @@ TEST(haplotype_pbwt, CheckpointsHoldTheSortedMatches) {
 	}
 }
 
-// With one checkpoint in the window, `states` picks are the allowed haplotypes with the
-// longest matches ending there: none left out matches longer than one taken. Closed and
-// already selected haplotypes are passed over, and the count is exact.
+// The `states` longest allowed matches ending at the checkpoint in the window, selected ones passed over.
 TEST(haplotype_pbwt, SelectionTakesTheLongestAllowedMatches) {
 	putils::initRandom(5);
 	const int N = 60, L = 96;
@@ -74,5 +66,4 @@ TEST(haplotype_pbwt, SelectionTakesTheLongestAllowedMatches) {
 		EXPECT_EQ(added, std::min(states, (int)std::count(allowed.begin(), allowed.end(), true) - (allowed[(target + 1) % N] ? 1 : 0)));
 		EXPECT_GE(shortest_taken, longest_left) << rep;
 	}
-
 }

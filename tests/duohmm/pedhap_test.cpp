@@ -1,23 +1,18 @@
 #include "duohmm/pedhap.h"
 #include "test_utils.h"
 
-#include <gtest/gtest.h>
 #include <sstream>
-
-using testutils::TempDir;
 
 namespace {
 
-// Simulated samples over K sites 100 kb apart, written as a HAPS/SAMPLE pair; the truth
-// keeps each child's paternal haplotype first. A child has one crossover at site `cross` in
-// each meiosis; an absent parent's haplotype is drawn.
+// Samples over K sites 100 kb apart as a HAPS/SAMPLE pair, paternal haplotype first; one
+// crossover at site `cross` per meiosis; an absent parent's haplotype is drawn.
 struct family_data {
-	int K;
+	int K = 400;
 	std::vector < std::string > ids, fathers, mothers;
 	std::vector < std::vector < int > > truth;	// two haplotypes a sample
 	unsigned int seed = 11;
 
-	explicit family_data(int _K) : K(_K) {}
 	int bit() { return ((seed = seed * 1103515245u + 12345u) >> 16) & 1; }
 	int find(const std::string & id) const { return std::find(ids.begin(), ids.end(), id) - ids.begin(); }
 	void child(const std::string & id, const std::string & dad, const std::string & mum, int cross) {
@@ -31,7 +26,7 @@ struct family_data {
 			for (int l = 0 ; l < K ; l ++) truth.back()[l] = p < n ? truth[2 * p + ((l < cross) ? first : 1 - first)][l] : bit();
 		}
 	}
-	void write(const TempDir & d, const std::vector < std::vector < int > > & haps) const {
+	void write(const testutils::TempDir & d, const std::vector < std::vector < int > > & haps) const {
 		std::string s = "ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n", h;
 		for (unsigned int i = 0 ; i < ids.size() ; i ++)
 			s += "F " + ids[i] + " 0 " + fathers[i] + " " + mothers[i] + (std::count(fathers.begin(), fathers.end(), ids[i]) || ids[i] == "X" ? " 1\n" : " 2\n");
@@ -57,18 +52,14 @@ int switches(const family_data & F, const Haplotypes & H, int i) {
 
 }
 
-// A three-generation family (GF, GM -> F; F, M -> K1, K2, K3) and a mother P of three
-// children by an absent father, each meiosis with one crossover, phased with two switch
-// errors in every sample and genotypes missing in the children. After correct: every
-// child's haplotype 0 is paternal (1 maternal for P's children) and exact, missing
-// alleles included, and the parents of several children lose their switch errors.
+// GF, GM -> F; F, M -> K1, K2, K3; P -> Q1, Q2, Q3 by an absent father; two switch errors a
+// sample. Corrected: children exact, missing alleles too; parents of several without errors.
 TEST(pedhap, CorrectsFamilies) {
-	family_data F(400);
+	family_data F;
 	for (const char * id : { "GF", "GM", "M", "P" }) F.child(id, "0", "0", 0);
 	F.child("F", "GF", "GM", 90);
 	for (int k : { 1, 2, 3 }) F.child("K" + std::to_string(k), "F", "M", k < 3 ? 50 + 80 * k : 330);
 	for (const char * id : { "Q1", "Q2", "Q3" }) F.child(id, "X", "P", 60 + 100 * (id[1] - '0'));
-	// Two switch errors per sample, the children's phases also reversed at the start.
 	std::vector < std::vector < int > > phased = F.truth;
 	for (unsigned int i = 0 ; i < F.ids.size() ; i ++) for (int l = 0 ; l < F.K ; l ++)
 		if ((l >= 100 + 7 * (int)i && l < 250 + 11 * (int)i) != (F.fathers[i] != "0" || F.mothers[i] != "0")) std::swap(phased[2 * i][l], phased[2 * i + 1][l]);
@@ -77,7 +68,7 @@ TEST(pedhap, CorrectsFamilies) {
 		missing.push_back({ k, l });
 		phased[2 * k][l] = phased[2 * k + 1][l] = 0;
 	}
-	TempDir d;
+	testutils::TempDir d;
 	F.write(d, phased);
 	testing::internal::CaptureStdout();
 	pedhap P(d.file("h"), "", 20);
@@ -93,10 +84,7 @@ TEST(pedhap, CorrectsFamilies) {
 		EXPECT_EQ(wrong, 0) << F.ids[i];
 	}
 
-	// Recombination map of the corrected families, duos and trios: a row per meiosis, child
-	// first; summed over the parent's heterozygous sites, each row counts about the one
-	// crossover (0.50 to 1.10 here, 0.78 on average: EM gives a share of each change to the
-	// switch rate).
+	// A row per meiosis, child first, counting about the one crossover at parent heterozygotes.
 	P.recombinationMap(d.file("rec"));
 	std::istringstream rec (d.read("rec"));
 	std::string line, child, parent;

@@ -8,8 +8,7 @@
 
 namespace {
 
-// Sites 8 to 12 Mb apart on the uniform 1.19 cM/Mb map, so that recombination matters; the
-// fourth shares the third's position.
+// Sites 8 to 12 Mb apart, so that recombination matters; the fourth at the third's position.
 const std::vector < int > positions = { 1000000, 9000000, 21000000, 21000000, 31000000 };
 
 std::vector < chaplotype > pairOf(const std::string & a, const std::string & b) {
@@ -18,9 +17,7 @@ std::vector < chaplotype > pairOf(const std::string & a, const std::string & b) 
 	return h;
 }
 
-// The trio model seen from outside: state bit 2 - k picks the haplotype parent k (father,
-// mother) transmits, bit 0 whether the child's haplotypes are swapped (parent k gives
-// haplotype k ^ bit 0). Each parent has its meiosis' recombination fractions and map length.
+// State bit 2 - k: the haplotype parent k transmits; parent k gives child haplotype k ^ bit 0.
 struct Family {
 	static const int N = 8, P = 2;
 	TrioHMM & M;
@@ -44,9 +41,7 @@ struct Family {
 		return T;
 	}
 
-	// Viterbi, forward-backward, xi and the M step against sums over all N^K state paths (the
-	// lowest path in enumeration order on ties). xi takes the emission of the source state at
-	// the later site: each path is weighed by E(i, l + 1) / E(j, l + 1).
+	// Viterbi, E and M steps against all N^K paths; xi weighs a path by E(i, l + 1) / E(j, l + 1).
 	void check(const std::string & what) {
 		const int K = M.K;
 		std::vector < std::vector < double > > gamma (K, std::vector < double > (N, 0)), xi (K, std::vector < double > (N * N, 0));
@@ -86,11 +81,10 @@ struct Family {
 	}
 };
 
-struct Case { std::vector < std::string > haps; float e; std::vector < float > switches; };
-
 }
 
 TEST(TrioHMM, MatchesEnumeration) {
+	struct Case { std::vector < std::string > haps; float e; std::vector < float > switches; };
 	const Case cases[] = {
 		{ { "01011", "11001", "00110", "10111", "01010", "10110" }, 0.005f, { 0.005f, 0.005f, 0.005f } },
 		{ { "01011", "11001", "00110", "10111", "11011", "00011" }, 0.05f, { 0.02f, 0.1f, 0.03f } },

@@ -5,8 +5,7 @@
 
 using namespace modeltest;
 
-// Links set, grown, read back and purged; rows opened by a fragment appended on the left;
-// a row's chances follow the left fragment's latest share.
+// Links set, grown, read back and purged; a row's chances follow the left fragment's share.
 TEST(sparse_matrix, SetGetPurge) {
 	sparse_matrix S;
 	for (auto & s : std::vector < std::vector < double > > { { 0, 2, 1, 0.1 }, { 0, 0, 1, 0.2 }, { 2, 1, 3, 0.3 }, { 0, 2, 1, 0.3 } }) S.set(s[0], s[1], s[2], 10, s[3]);
@@ -24,12 +23,8 @@ TEST(sparse_matrix, SetGetPurge) {
 	EXPECT_TRUE(S.R == std::vector < int > ({ 0, 1, 1, 2 }) && S.C == std::vector < int > ({ 2, 1 }));
 }
 
-// With one block of distinct haplotypes the graph model is the copying model over all of
-// them in one window: its matrices are the sums over all chains of fragments (130 sites:
-// rescaling at 50 and 100), every kind of unit, the masked form per track. Twin haplotypes
-// share a fragment weighed by its count on both sides: the matrices stay close. Over many
-// blocks the links only approximate the paths: every matrix is still a distribution. Blocks
-// cover the sites.
+// One block of distinct haplotypes: the copying model over all of them in one window (130
+// sites: rescaling at 50 and 100). Twins share a fragment: close. Many blocks: distributions.
 TEST(haplotype_graph, ExpectationMatchesEnumeratedChains) {
 	putils::initRandom(41);
 	struct Case { int type, L; double het; int states; bool twin; double tolerance; };
@@ -54,10 +49,8 @@ TEST(haplotype_graph, ExpectationMatchesEnumeratedChains) {
 	}
 }
 
-// The plain copying model: forward and backward give the likelihood of Scene::copying, with
-// and without a site mask (a site outside it emits nothing, as where the unit and every
-// conditioning sample are missing); columns are normalised; the mismatch posteriors lie in
-// [0, 1] and are added only at the sites of the mask.
+// Forward and backward give Scene::copying's likelihood, with and without a site mask (a
+// site outside it emits nothing); columns sum to 1; posteriors are added only in the mask.
 TEST(haplotype_list, PassesMatchEnumeration) {
 	putils::initRandom(8);
 	const int L = 7;
@@ -78,11 +71,9 @@ TEST(haplotype_list, PassesMatchEnumeration) {
 		if (mask == &every) HL.forward(h, x.M, alpha, fs), HL.backward(h, x.M, beta, bs), HL.expectation(h, x.M, result);
 		else HL.forward(h, x.M, *mask, alpha, fs), HL.backward(h, x.M, *mask, beta, bs), HL.expectation(h, x.M, *mask, result);
 		const double like = x.copying(hap, 0, false) / 4;
-		EXPECT_NEAR(std::accumulate(fs.begin(), fs.end(), 1.0, std::multiplies < double > ()) / like, 1.0, 1e-12);
-		EXPECT_NEAR(std::accumulate(bs.begin(), bs.end(), 1.0, std::multiplies < double > ()) / like, 1.0, 1e-12);
+		for (const std::vector < double > * s : { &fs, &bs }) EXPECT_NEAR(std::accumulate(s->begin(), s->end(), 1.0, std::multiplies < double > ()) / like, 1.0, 1e-12);
 		for (int l = 0 ; l < L ; l ++) {
-			EXPECT_NEAR(std::accumulate(alpha[l].begin(), alpha[l].end(), 0.0), 1.0, 1e-12);
-			EXPECT_NEAR(std::accumulate(beta[l].begin(), beta[l].end(), 0.0), 1.0, 1e-12);
+			for (const auto * m : { &alpha, &beta }) EXPECT_NEAR(std::accumulate((*m)[l].begin(), (*m)[l].end(), 0.0), 1.0, 1e-12);
 			EXPECT_TRUE((*mask)[l] ? result[l] >= 0.5 && result[l] <= 1.5 : result[l] == 0.5) << l;
 		}
 	}

@@ -29,9 +29,8 @@ TEST(hmm_parameters, ValuesOnThreeSitesComputedByHand) {
 	// Given switch probabilities replace the recombination terms and are reset; emissions stay.
 	std::vector < double > r = { 0.0, 0.3 };
 	M.update(r, 2);
-	EXPECT_DOUBLE_EQ(M.rec[0], 1e-05);
-	EXPECT_DOUBLE_EQ(M.nrec[1], 0.7);
-	EXPECT_DOUBLE_EQ(M.recN[1], 0.15);
+	const double after[] = { M.rec[0], M.nrec[1], M.recN[1] }, expected[] = { 1e-05, 0.7, 0.15 };
+	for (int i = 0 ; i < 3 ; i ++) EXPECT_DOUBLE_EQ(after[i], expected[i]) << i;
 	EXPECT_EQ(r, std::vector < double > ({ 0.0, 0.0 }));
 	EXPECT_NEAR(M.ed + M.ee, 1.0, 1e-12);
 }

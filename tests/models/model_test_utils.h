@@ -7,21 +7,16 @@
 #include "utils/putils.h"
 
 #include <algorithm>
-#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <numeric>
-#include <string>
-#include <vector>
 
 typedef std::vector < std::vector < std::vector < double > > > matrices;
-typedef std::vector < std::vector < std::vector < bool > > > mask_set;
 
 namespace modeltest {
 
-// A unit's graph built from random genotypes, and the haplotypes it copies from: the first
-// 2 * n_samples belong to study samples whose graphs carry only their Miss flags, the rest
-// to a panel; each of their alleles is 1 at rate alt.
+// A random unit's graph and the haplotypes it copies from: study samples (graphs with only
+// Miss flags), then a panel.
 struct Scene {
 	static const int n_samples = 3, n_panel = 6;
 	genhap_set GH;
@@ -29,7 +24,7 @@ struct Scene {
 	hmm_parameters M;
 	std::vector < std::vector < int > > cond;
 	std::vector < int > start, stop, segStart, segStop;
-	std::vector < mask_set > masks;
+	std::vector < std::vector < std::vector < std::vector < bool > > > > masks;
 
 	Scene(int type, int L, double het, double miss, bool oneWindow, double alt = 0.35) {
 		for (int i = 0 ; i < n_samples ; i ++) {
@@ -37,13 +32,9 @@ struct Scene {
 			for (int l = 0 ; l < L ; l ++) GH.vecG[i]->Miss.push_back(putils::getRandom() < 0.3);
 			GH.hap2ind.insert(GH.hap2ind.end(), 2, i);
 		}
-		for (int k = 0 ; k < 2 * n_samples + n_panel ; k ++) {
-			GH.vecH.push_back(chaplotype(L));
-			for (int l = 0 ; l < L ; l ++) GH.vecH[k].set(l, putils::getRandom() < alt);
-		}
-		// Members' haplotypes drawn per track; genotypes missing at rate miss.
-		static const std::vector < std::vector < int > > members[5] = { {}, { { 0 } }, { { 0, 1 } }, { { 0, 1 }, { 0, 2 } }, { { 0, 1 }, { 2, 3 }, { 0, 3 } } };
-		const std::vector < std::vector < int > > & who = members[type];
+		GH.vecH.assign(2 * n_samples + n_panel, chaplotype(L));
+		for (chaplotype & h : GH.vecH) for (int l = 0 ; l < L ; l ++) h.set(l, putils::getRandom() < alt);
+		const std::vector < std::pair < int, int > > & who = graphtest::MEMBERS[type];
 		std::vector < std::vector < bool > > A(9, std::vector < bool > (L, false));
 		for (int l = 0 ; l < L ; l ++) {
 			int h[4];
@@ -51,8 +42,8 @@ struct Scene {
 			for (unsigned int m = 0 ; m < who.size() ; m ++) {
 				// Missing at the last site too: the backward pass starts there.
 				const bool x = putils::getRandom() < miss || (miss > 0.0 && l == L - 1);
-				A[3 * m][l] = !x && h[who[m][0]];
-				A[3 * m + 1][l] = !x && who[m].size() > 1 && h[who[m][1]];
+				A[3 * m][l] = !x && h[who[m].first];
+				A[3 * m + 1][l] = !x && h[who[m].second];
 				A[3 * m + 2][l] = x;
 			}
 		}
@@ -65,11 +56,8 @@ struct Scene {
 		for (std::vector < double > * v : { &M.t, &M.rec, &M.recN, &M.nrec }) v->resize(L - 1);
 		for (double & t : M.t) t = 0.01 + putils::getRandom();
 		M.update(20, 6);
-		const int S = G->HapsC.size();
-		if (oneWindow) G->cluster(100, 1000, start, stop, segStart, segStop);
-		else G->cluster(S * 10, 30, start, stop, segStart, segStop);
-		// 4 to 8 distinct haplotypes, the first of the panel: if every state had no
-		// emission at the last site, the backward pass would have nothing left to carry.
+		G->cluster(oneWindow ? 100 : (int)G->HapsC.size() * 10, oneWindow ? 1000 : 30, start, stop, segStart, segStop);
+		// 4 to 8 distinct haplotypes, the first of the panel so that the last site emits.
 		for (unsigned int w = 0 ; w < start.size() ; w ++) {
 			cond.push_back({ 2 * n_samples + putils::getRandom(n_panel) });
 			for (unsigned int n = 4 + putils::getRandom(5) ; cond[w].size() < n ; ) {
@@ -82,8 +70,7 @@ struct Scene {
 
 	int tracks() const { return G->type < 3 ? 1 : G->type; }
 
-	// A model's matrices for track j, the masked form for duos and trios or if asked; cells
-	// start at -1 so that a cell left unwritten shows.
+	// Track j's matrices, masked for duos and trios or if asked; unwritten cells stay -1.
 	template < class Model > matrices expect(Model & model, hmm_parameters & P, int j, bool masked = false) {
 		matrices prob(G->HapsC.size() + 1, std::vector < std::vector < double > > (8, std::vector < double > (8, -1.0)));
 		if (G->type < 3 && !masked) model.expectation(G.get(), P, prob);
@@ -91,10 +78,8 @@ struct Scene {
 		return prob;
 	}
 
-	// Li and Stephens likelihood of a full haplotype over the sites of window w. Where the
-	// unit and a conditioning haplotype's sample are both missing there is no emission,
-	// except at the window's last site with lastQuirk, where the backward pass starts such a
-	// state at 0.
+	// Li and Stephens likelihood of hap over window w; no emission where the unit and the
+	// copied sample are both missing (0 at the window's last site with lastQuirk).
 	double copying(const std::vector < int > & hap, int w, bool lastQuirk) const {
 		const std::vector < int > & C = cond[w];
 		std::vector < double > alpha(C.size(), 1.0), next(C.size());
@@ -110,10 +95,8 @@ struct Scene {
 		return std::accumulate(alpha.begin(), alpha.end(), 0.0);
 	}
 
-	// Reference matrices of track j: every window enumerates all chains of fragments, one per
-	// segment, that the links allow (every pair for haploid and unrelated units, the track's
-	// mask for duos and trios), and adds the likelihood of each chain's haplotype to the cells
-	// of its fragment pairs; a later window overwrites.
+	// Track j's matrices by enumerating, per window, every chain of fragments the mask allows;
+	// each chain adds its likelihood to its fragment pairs; a later window overwrites.
 	matrices reference(int j) const {
 		const int S = G->HapsC.size(), W = start.size();
 		auto links = [&](int s, int p, int h) {
@@ -148,8 +131,6 @@ struct Scene {
 		return ref;
 	}
 
-	// Every cell of the graph's shape within relative (times the reference cell) plus absolute
-	// tolerance; each group's cells sum to 1.
 	void compare(const matrices & prob, const matrices & ref, double relative, double absolute, const std::string & what) const {
 		const int S = G->HapsC.size();
 		for (int g = 0 ; g <= S ; g ++) {
@@ -163,12 +144,6 @@ struct Scene {
 		}
 	}
 };
-
-// The text of the exception f throws, or "no exception".
-inline std::string failure(const std::function < void () > & f) {
-	try { f(); } catch (std::exception & e) { return e.what(); }
-	return "no exception";
-}
 
 }
 

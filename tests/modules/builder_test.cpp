@@ -4,8 +4,7 @@
 
 using graphtest::dump;
 
-// Each kind of unit takes the vectors of its members in order, a scaffold marked in its
-// header; the graphs are the same on 1 and 3 threads.
+// Each kind of unit built from its members' vectors (scaffold in the header), on 1 and 3 threads.
 TEST(builder, UnitsOfEachKind) {
 	testutils::silenceLog();
 	genotest::Store st;

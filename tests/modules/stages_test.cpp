@@ -1,14 +1,11 @@
 #include "containers/genhap_set/genhap_set.h"
 #include "input/genotype_test_utils.h"
 #include "modules/likelihood_maker.h"
-#include "objects/genotype_graph.h"
-#include "utils/putils.h"
+#include "objects/genotype_graph_test_utils.h"
 
 namespace {
 
-// n random units over L sites, of kinds haploid, unrelated, duo, trio in turn; duos of a
-// father and of a mother in turn. Each member is a sample of its own output order with random
-// genotype likelihoods.
+// n random units of kinds 1 to 4 in turn, each member with random genotype likelihoods.
 struct Study {
 	snp_set S;
 	genhap_set GH;
@@ -21,40 +18,27 @@ struct Study {
 		std::vector < genotype_graph * > graphs;
 		std::vector < std::string > none;
 		for (int i = 0, type = 1 ; i < n ; type = 1 + (++ i) % 4) {
-			std::vector < std::vector < bool > > A(9, std::vector < bool > (L));
-			for (auto & v : A) for (int l = 0 ; l < L ; l ++) v[l] = putils::getRandom() < 0.3;
 			samples.push_back({});
 			for (int m = 0 ; m < std::max(1, type - 1) ; m ++) {
 				samples[i].push_back(likes.size());
 				likes.push_back(std::vector < float > (3 * L));
 				for (float & x : likes.back()) x = 0.05 + putils::getRandom();
 			}
-			genotype_graph * g = new genotype_graph(type, i);
+			genotype_graph * g = new genotype_graph(graphtest::Unit(type, false, L, 0.3).g);
 			std::string name = "u" + std::to_string(i);
+			g->index = i;
 			g->pushChild(name, samples[i].back(), none);
-			if (type == 1) g->buildHap(A[0], A[2]);
-			else if (type == 2) g->buildUnr(A[0], A[1], A[2]);
-			else if (type == 3) g->buildDuo(A[0], A[1], A[2], A[3], A[4], A[5]);
-			else g->buildTrio(A[0], A[1], A[2], A[3], A[4], A[5], A[6], A[7], A[8]);
 			if (type == 4 || (type == 3 && i % 8 == 2)) g->pushFather(name, true, samples[i][0], none);
 			if (type == 4 || (type == 3 && i % 8 != 2)) g->pushMother(name, true, samples[i][type - 3], none);
 			graphs.push_back(g);
 		}
 		GH.initialise(graphs, &S);
 	}
-
-	std::vector < float > probs() {
-		std::vector < float > p;
-		for (genotype_graph * g : GH.vecG) p.insert(p.end(), g->probs.begin(), g->probs.end());
-		return p;
-	}
 };
 
 }
 
-// On 1 and 2 threads, emission weights come from the likelihoods of the right members, the
-// parent of a duo being the father if there is one; the screen's progress lines are worded
-// differently on several threads.
+// Emission weights from the right members' likelihoods, on 1 and 2 threads (other wording).
 TEST(stages, LikelihoodsOnOneAndTwoThreads) {
 	testutils::silenceLog();
 	for (int T : { 1, 2 }) {

@@ -1,23 +1,9 @@
-#include "objects/chaplotype.h"
-#include "utils/putils.h"
+#include "objects/genotype_graph_test_utils.h"
 #include "test_utils.h"
 
-#include <algorithm>
+using graphtest::randomBits;
 
-namespace {
-
-std::vector < bool > randomBits(int n, double p1) {
-	std::vector < bool > v(n);
-	for (int i = 0 ; i < n ; i ++) v[i] = putils::getRandom() < p1;
-	return v;
-}
-
-}
-
-// Against per-bit references over the bytes start >> 3 .. stop >> 3 (none when reversed), bits
-// past the end counting as equal: ranges ending inside a byte, short ranges under the 8-byte
-// blocks and long ones across them, on lengths that are no multiple of 8. A limit below the
-// distance gives up with 1000000000 on any non-empty range; a match needs a limit of 0 or less.
+// Per-bit references over bytes start >> 3 .. stop >> 3; a limit below the distance gives 1000000000.
 TEST(chaplotype, DistancesMatchPerBitReference) {
 	putils::initRandom(20240611);
 	EXPECT_EQ(chaplotype().hamming(chaplotype()), 0);
@@ -45,8 +31,7 @@ TEST(chaplotype, DistancesMatchPerBitReference) {
 	}
 }
 
-// A gzip round trip, an empty haplotype included; a file cut inside the bytes of the first
-// haplotype reads nothing.
+// A gzip round trip, an empty haplotype included; a file cut inside the first haplotype reads nothing.
 TEST(chaplotype, StreamRoundTrip) {
 	testutils::TempDir d;
 	putils::initRandom(5);
@@ -56,9 +41,7 @@ TEST(chaplotype, StreamRoundTrip) {
 	out.close();
 	ifile in(d.file("h.bin.gz"), true);
 	EXPECT_TRUE(r1.read(in) && r2.read(in) && r1.data == h.data && r1.size() == 77 && r2.size() == 0 && r2.data.empty());
-	in.close();
 	d.write("cut.bin", testutils::readCompressed(d.file("h.bin.gz")).substr(0, 12));
 	ifile c(d.file("cut.bin"), true);
 	EXPECT_FALSE(cut.read(c));
-	c.close();
 }

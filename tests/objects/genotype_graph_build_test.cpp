@@ -2,15 +2,13 @@
 
 #include <gtest/gtest.h>
 
-// A segment closes at the first site that would give it 9 fragments, or 11 states (33 when
-// ordered): 3 heterozygous sites, or 2 missing ones. Genotypes '0', '1', '2' (copies of the
-// second allele), '.' missing, 'h' a heterozygote stored as (1, 0); scaffold bits '0' or '1'.
+// A segment closes where it would get 9 fragments or 11 states (33 ordered): 3 heterozygous or 2 missing sites.
+// Genotypes '0', '1', '2', '.' missing, 'h' a heterozygote stored as (1, 0); scaffold bits '0' or '1'.
 TEST(genotype_graph_build, SegmentLimits) {
 	typedef std::vector < unsigned int > counts;
 	struct { std::string geno, scaffold; counts HapsS, probsC; } cases[] = {
 		{ "0022002", "", { 7 }, { 1, 1 } },
-		// The homozygous run before the fourth heterozygote stays in the first segment;
-		// between the segments, each of 4 unordered states goes to (0, 1) and to (1, 0).
+		// The run before the fourth heterozygote stays in segment 1; each of 4 unordered states goes to both orders.
 		{ "01h02001210", "", { 9, 2 }, { 4, 8, 1 } },
 		{ "01h02001210", "00000000000", { 9, 2 }, { 8, 16, 2 } },
 		// A scaffold bit keeps a heterozygote's order.

@@ -1,35 +1,30 @@
 #include "objects/genotype_graph_test_utils.h"
 #include "utils/myException.h"
 
-#include <cmath>
-#include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <numeric>
 
 using graphtest::Unit;
 
-namespace {
-
 typedef std::vector < std::vector < double > > matrix;
 typedef std::vector < matrix > tables;
 
 // Per group, cells drawn in (0, 1], or all equal to `fixed` (NaN included).
-tables random(const Unit & u, double fixed = -1.0) {
+static tables random(const Unit & u, double fixed = -1.0) {
 	tables t(u.g.probsC.size(), matrix(8, std::vector < double > (8)));
 	for (matrix & m : t) for (auto & row : m) for (double & x : row) x = fixed >= 0.0 || std::isnan(fixed) ? fixed : 1.0 - putils::getRandom();
 	return t;
 }
 
-std::vector < tables > randomT(const Unit & u, double fixed = -1.0) {
-	std::vector < tables > t;
-	for (int j = 0 ; j < u.g.type ; j ++) t.push_back(random(u, fixed));
+static std::vector < tables > randomT(const Unit & u, double fixed = -1.0) {
+	std::vector < tables > t(u.g.type);
+	for (tables & x : t) x = random(u, fixed);
 	return t;
 }
 
-// The direction that the walk after initRandom of the i-th seed takes: backward unless
-// below 0.5. The seeds lie far apart, so that first draws of consecutive runs are unrelated.
-bool backwardAt(int i) {
+// Seeds the i-th of far apart seeds and tells whether the walk then goes backward (first draw not below 0.5).
+static bool backwardAt(int i) {
 	const long seed = 1 + (long)((i + 1) * 2654435761UL % 2147483000UL);
 	putils::initRandom(seed);
 	bool backward = !(putils::getRandom() < 0.5);
@@ -37,16 +32,12 @@ bool backwardAt(int i) {
 	return backward;
 }
 
-std::string message(const std::function < void () > & f) {
+static std::string message(const std::function < void () > & f) {
 	try { f(); } catch (myException & e) { return std::string(e.what()); }
 	return "none";
 }
 
-}
-
-// Over many draws, each direction of the walk gives every path of a haploid unit (three then
-// one missing site) as often as its chance under plain matrices times emission weights; the
-// two directions differ.
+// Both (different) walk directions draw each path of a haploid unit as often as matrices times emissions say.
 TEST(genotype_graph_probs, SampledPathsFollowTheWeights) {
 	putils::initRandom(2024);
 	std::vector < bool > zero(5, false), miss = { 1, 1, 0, 1, 1 };
@@ -78,12 +69,9 @@ TEST(genotype_graph_probs, SampledPathsFollowTheWeights) {
 	}
 }
 
-// On small random units of every kind: each draw spells the genotypes; products of tiny
-// cells fall back to sums in every group (a haploid's single cell does not underflow);
-// storing adds one normalised posterior per group and call, the pair of different fragments
-// of an unordered unit counting twice. Maximize spells the path of the largest product of
-// probs (on ordered kinds the first of equal paths); forward, backward and expectation give
-// each transition its share of the total product of all paths through it.
+// Small random units of every kind: draws spell the genotypes; tiny products fall back to sums (not a haploid's);
+// storing adds a normalised posterior per group, an unordered pair of different fragments counting twice. Maximize
+// spells the largest product (ordered: the first of equals); expectation gives each transition its share of all paths.
 TEST(genotype_graph_probs, SamplingStoringMaximizeAndPosteriors) {
 	putils::initRandom(11);
 	for (int i = 0 ; i < 60 ; i ++) {
@@ -158,9 +146,7 @@ TEST(genotype_graph_probs, UnderflowMessages) {
 	}
 }
 
-// An unordered pair over four one-site segments, the third homozygous: the second group
-// holds "00/11" (0.8) and, written the other way round, "01/10" (0.2); through the
-// homozygous segment either relative phase is as likely. Ordered, the crossed one is cut off.
+// Group 1 holds "00/11" (0.8) and "01/10" (0.2); across the homozygous segment 2 either phase is as likely.
 TEST(genotype_graph_probs, PhaseConfidenceOnAHandGraph) {
 	genotype_graph g(2, 0);
 	std::vector < std::vector < bool > > het = { { 0 }, { 1 } }, hom = { { 0 } };
@@ -178,9 +164,7 @@ TEST(genotype_graph_probs, PhaseConfidenceOnAHandGraph) {
 	EXPECT_NEAR(pp[0], 0.0, 1e-6);
 }
 
-// A trio whose father and child are called homozygous for different alleles where the
-// mother is missing: the site is open and its likelihoods rule out every transition of both
-// groups, which keep equal weights.
+// Father and child homozygous for different alleles, mother missing: groups ruled out entirely keep equal weights.
 TEST(genotype_graph_probs, LikelihoodEmissions) {
 	std::vector < bool > no(1, false), yes(1, true);
 	genotype_graph g(4, 0);

@@ -2,14 +2,12 @@
 
 #include <gtest/gtest.h>
 
-// Unrelated, two segments: "01"/"10" then "0"/"1". Group 0 enters the state (0, 1); group 1
-// holds (0, 1) -> (0, 1) and its crossed twin (0, 1) -> (1, 0); group 2 leaves (0, 1).
+// Segments "01"/"10" then "0"/"1"; group 1 holds (0, 1) -> (0, 1) and its crossed twin (0, 1) -> (1, 0).
 TEST(genotype_graph, HandMadeGraph) {
 	genotype_graph g(2, 7);
 	std::vector < std::vector < bool > > seg0 = { { 0, 1 }, { 1, 0 } }, seg1 = { { 0 }, { 1 } };
 	std::vector < std::vector < int > > t0 = { { 0 }, { 0 }, { 0 }, { 1 } }, t1 = { { 0, 0 }, { 0, 1 }, { 1, 1 }, { 1, 0 } }, t2 = { { 0 }, { 0 }, { 1 }, { 0 } };
-	g.pushHaps(seg0);
-	g.pushHaps(seg1);
+	for (auto * s : { &seg0, &seg1 }) g.pushHaps(*s);
 	for (auto * t : { &t0, &t1, &t2 }) g.pushTrans(*t);
 	// Most probable neighbours, where the first of equals wins.
 	g.probs = { 1.0f, 0.5f, 0.5f, 1.0f };

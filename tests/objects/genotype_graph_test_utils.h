@@ -4,6 +4,7 @@
 #include "objects/genotype_graph.h"
 #include "utils/putils.h"
 
+#include <cmath>
 #include <functional>
 #include <set>
 #include <sstream>
@@ -12,8 +13,7 @@
 
 namespace graphtest {
 
-// The first broken invariant of a freshly built graph over n_sites sites, "" if none: those
-// of any graph, then exact capacities, missing flags and the state limits.
+// The first broken invariant of a freshly built graph, "" if none: capacities, missing flags and state limits too.
 inline std::string fault(const genotype_graph & g, int n_sites) {
 	const std::string any = g.structuralFault(n_sites);
 	if (!any.empty()) return any;
@@ -55,8 +55,7 @@ inline void allPaths(const genotype_graph & g, const std::function < void (std::
 	}
 }
 
-// Chance that a walk in the given direction draws `path`, each group in proportion to W
-// among the transitions linked to the neighbour chosen before it.
+// Chance that a walk in the given direction draws `path`, each group in proportion to W among its linked transitions.
 inline double walkChance(const genotype_graph & g, const std::vector < int > & path, bool backward, const std::function < double (int, int) > & W) {
 	const int G = g.probsC.size();
 	double p = 1.0;
@@ -72,14 +71,27 @@ inline double walkChance(const genotype_graph & g, const std::vector < int > & p
 	return p;
 }
 
+// A graph with its child, father and mother named, the parents founders of the unit or not.
+inline genotype_graph named(int type, int family, std::string child, std::string father, bool fmain, std::string mother, bool mmain) {
+	genotype_graph g(type, family);
+	std::vector < std::string > none;
+	g.pushChild(child, 0, none);
+	g.pushFather(father, fmain, 1, none);
+	g.pushMother(mother, mmain, 2, none);
+	return g;
+}
+
+inline std::vector < bool > randomBits(int n, double p) {
+	std::vector < bool > v(n);
+	for (int i = 0 ; i < n ; i ++) v[i] = putils::getRandom() < p;
+	return v;
+}
 
 // Per type of unit, the two tracks whose alleles add up to each member's genotype.
 const std::vector < std::vector < std::pair < int, int > > > MEMBERS = { {}, { { 0, 0 } }, { { 0, 1 } }, { { 0, 1 }, { 0, 2 } }, { { 0, 1 }, { 2, 3 }, { 0, 3 } } };
 
-// A unit built from random tracks (allele 1 with chance `freq`), each genotype missing with
-// chance `miss` and a family's child made homozygous at random with chance `mendel`. A holds
-// each member's allele and missing vectors, then the scaffold; geno the allele sums, -1 where
-// missing (twice the allele for a haploid); errors what the build returned.
+// A unit built from random tracks (allele 1 with chance `freq`), genotypes missing with chance `miss`, a child made
+// homozygous with chance `mendel`. A: per member alleles and missing flags, then the scaffold; geno: sums, -1 if missing.
 struct Unit {
 	genotype_graph g;
 	std::vector < std::vector < bool > > A;
@@ -109,7 +121,6 @@ struct Unit {
 		else errors = g.buildTrio(A[0], A[1], A[2], A[3], A[4], A[5], A[6], A[7], A[8]);
 	}
 
-	// "" when the tracks add up to every called genotype.
 	std::string mismatch(const std::vector < chaplotype > & H) const {
 		for (unsigned int m = 0 ; m < geno.size() ; m ++) for (unsigned int l = 0 ; l < geno[m].size() ; l ++)
 			if (geno[m][l] >= 0 && H[MEMBERS[g.type][m].first][l] + H[MEMBERS[g.type][m].second][l] != geno[m][l]) return "member " + std::to_string(m) + " site " + std::to_string(l);

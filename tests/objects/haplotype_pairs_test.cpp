@@ -1,36 +1,17 @@
-#include "objects/genotype_graph.h"
+#include "objects/genotype_graph_test_utils.h"
 #include "objects/haplotype_pairs.h"
 #include "test_utils.h"
 
-namespace {
+using graphtest::named;
 
-chaplotype bits(const std::string & s) {
-	std::vector < bool > v;
-	for (char c : s) v.push_back(c == '1');
-	return chaplotype(v);
-}
-
-genotype_graph record(int type, std::string child, std::string father, std::string mother) {
-	genotype_graph g(type, 0);
-	std::vector < std::string > none;
-	g.pushChild(child, 0, none);
-	g.pushFather(father, true, 1, none);
-	g.pushMother(mother, true, 2, none);
-	return g;
-}
-
-}
-
-// Over window sites 1 and 3, one record of each type: haplotypes that differ only outside the
-// window are one entry; an unrelated's (a, b) and (b, a) are one combination, a duo's are
-// two. Probabilities per individual, frequencies over all haplotype slots, and both files;
-// with nothing sampled both files are empty.
+// Window sites 1 and 3: haplotypes differing only outside it are one entry; an unrelated's (a, b) and (b, a) one
+// combination, a duo's two. Frequencies over all haplotype slots; with nothing sampled both files are empty.
 TEST(haplotype_pairs, CountsNormalisesAndWrites) {
 	testutils::TempDir d;
 	std::string id = d.file("w1"), empty_id = d.file("w0");
 	std::vector < int > sites = { 1, 3 };
 	haplotype_pairs W(id, sites, 4), E(empty_id, sites, 4);
-	chaplotype A = bits("0100"), B = bits("0001"), Z = bits("0000"), Y = bits("1010"), X = bits("1111"), V = bits("1101");
+	chaplotype A({ 0, 1, 0, 0 }), B({ 0, 0, 0, 1 }), Z({ 0, 0, 0, 0 }), Y({ 1, 0, 1, 0 }), X({ 1, 1, 1, 1 }), V({ 1, 1, 0, 1 });
 	W.addP(0, A, B);
 	W.addP(0, B, A);
 	W.addP(0, A, A);
@@ -43,7 +24,7 @@ TEST(haplotype_pairs, CountsNormalisesAndWrites) {
 	typedef std::vector < std::vector < int > > combos;
 	EXPECT_EQ(W.C, (std::vector < combos > { { { 0, 1 }, { 0, 0 } }, { { 2 } }, { { 0, 1, 2 }, { 1, 0, 2 } }, { { 0, 1, 2, 3 } } }));
 	EXPECT_TRUE(W.P[0] == std::vector < float > ({ 2, 1 }) && W.P[3] == std::vector < float > ({ 3 }));
-	genotype_graph G[4] = { record(2, "U", "0", "0"), record(1, "H", "0", "0"), record(3, "C", "F", "0"), record(4, "K", "P", "M") };
+	genotype_graph G[4] = { named(2, 0, "U", "0", true, "0", true), named(1, 0, "H", "0", true, "0", true), named(3, 0, "C", "F", true, "0", true), named(4, 0, "K", "P", true, "M", true) };
 	for (haplotype_pairs * x : { &W, &E }) {
 		x->normaliseProbs();
 		x->computeFrequencies();
@@ -56,5 +37,4 @@ TEST(haplotype_pairs, CountsNormalisesAndWrites) {
 	// Slots: 2 + 1 + 3 + 4; haplotype 00 holds 1 of the haploid, 1 of the duo, 1 of the trio.
 	EXPECT_EQ(testutils::readCompressed(id + ".freqs.gz"), "0 10 0.333333\n1 01 0.266667\n2 00 0.3\n3 11 0.1\n");
 	EXPECT_EQ(testutils::readCompressed(empty_id + ".pairs.gz") + testutils::readCompressed(empty_id + ".freqs.gz"), "");
-
 }

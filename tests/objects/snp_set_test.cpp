@@ -3,21 +3,20 @@
 
 #include <gtest/gtest.h>
 
-// The strand form follows the flippable switch through snp::strand.
+// The strand form follows the flippable switch; without strand, the stored order only.
 TEST(snp_set, LookupByPositionAndAlleles) {
 	unsigned char saved = flippable;
 	snp_set S;
 	for (auto s : { std::make_pair(100, "C"), std::make_pair(100, "G"), std::make_pair(200, "T"), std::make_pair(300, "T") }) S.put(new snp("1", s.first, "A", s.second, 5));
 	S.put(new snp("1", 300, "T", "A", 5));
 	S.indexing();
-	// Index of the site found (-1 for none) and the strand; the exact form gives no strand.
+	// Index of the site found (-1 for none) and the strand (99: the exact form).
 	auto look = [&](int bp, std::string a0, std::string a1, bool with_strand) {
 		int strand = 99;
 		snp * s = with_strand ? S.getByRef(bp, a0, a1, strand) : S.getByRef(bp, a0, a1);
 		return std::make_pair(s ? s->idx : -1, strand);
 	};
 	flippable = 1;
-	// Without strand, the stored order only.
 	EXPECT_TRUE(look(100, "A", "G", false) == std::make_pair(1, 99) && look(100, "G", "A", false) == std::make_pair(-1, 99) && look(101, "A", "C", false) == std::make_pair(-1, 99) && look(300, "T", "A", false) == std::make_pair(4, 99));
 	EXPECT_TRUE(look(100, "A", "G", true) == std::make_pair(1, 0) && look(100, "G", "A", true) == std::make_pair(1, 1) && look(100, "C", "G", true) == std::make_pair(-1, -2));
 	EXPECT_TRUE(look(150, "A", "C", true) == std::make_pair(-1, -3) && look(200, "T", "A", true) == std::make_pair(2, 1));
@@ -26,13 +25,10 @@ TEST(snp_set, LookupByPositionAndAlleles) {
 	flippable = 0;
 	EXPECT_TRUE(look(200, "T", "A", true) == std::make_pair(-1, -2) && look(300, "T", "A", true) == std::make_pair(4, 0));
 	flippable = saved;
-
 }
 
-// Sites get the values of their map positions, the others are interpolated: with the map's
-// mean rate outside it, a site already at exactly 0 cM staying; between equal map positions
-// and on a map position whose value is still unset; extrapolated below 0 left of the map,
-// all sites move so that the first is at 0. A second interpolation finds nothing to do.
+// Interpolated: the mean rate outside the map, a site at 0 cM staying; between equal map positions and on an unset
+// one; below 0 left of the map, all shift so that the first is at 0. A second interpolation finds nothing to do.
 TEST(snp_set, CentiMorganExactAndInterpolated) {
 	struct { std::vector < int > bps, pos; std::vector < double > cm; bool set; int n_set, n_interpolated; std::vector < double > expected; } cases[] = {
 		{ { 50, 100, 150, 200, 250, 300, 400, 400, 500 }, { 100, 200, 400 }, { 1.0, 2.0, 6.0 }, true, 4, 4, { 1.0 - 50 * 5.0 / 300, 1.0, 1.5, 2.0, 0.0, 4.0, 6.0, 6.0, 6.0 + 100 * 5.0 / 300 } },
