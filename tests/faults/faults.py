@@ -169,4 +169,7 @@ FAULTS = [
 ("F187", "panel duplicate sites", "src/input/reference_reader.cpp", "if (n_matches == 1) continue;", "if (n_matches >= 1) continue;"),
 ("F188", "GEN probability rescaling", "src/input/genotype_reader_gen.cpp", "p2 = (double)p2 / sum;", "p2 = (double)p2;"),
 ("F189", "decompose overlap", "src/utils/autils.cpp", "right(in.begin() + k - 1, in.end());", "right(in.begin() + k, in.end());"),
+# tests/utils: the tokenizer
+("F220", "bounded tokenize", "src/utils/sutils.cpp", "&& (int)out.size() < n) {", "&& (int)out.size() <= n) {"),
+("F221", "CR-only last token", "src/utils/sutils.cpp", "\t\tif (out.back().empty()) out.pop_back();\n", ""),
 ]
