@@ -4,20 +4,14 @@ using namespace genotest;
 
 namespace {
 
-std::string bytes(std::initializer_list < int > list) {
-	std::string s;
-	for (int b : list) s.push_back((char)b);
-	return s;
-}
-
 const std::string bim = "1 rs1 0 100 A G\n1 rs2 0 200 C T\n1 rs3 0 300 0 T\n1 rs4 0 400 0 C\n";
 const std::string fam = "F s1 0 0 1 -9\nF s2 s1 0 2 -9\nF s3 0 0 1 -9\nF s4 0 s3 1 -9\nF s5 0 0 2 -9\n";
 
 // Two-bit codes 0 hom first allele, 1 missing, 2 het, 3 hom second allele; samples s1..s5: site 100: 0 2 3 1 3; site 200: excluded; site 300: 3 1 2 2
 // 0; site 400: 3 3 2 1 3. Site-major: two bytes a site, the upper six bits of each second byte are padding.
-const std::string bedSM = bytes({ 0x6C, 0x1B, 0x01, 0x78, 0xAB, 0xFF, 0xFF, 0xA7, 0x00, 0x6F, 0x03 });
+const std::string bedSM("\x6C\x1B\x01\x78\xAB\xFF\xFF\xA7\x00\x6F\x03", 11);
 // Individual-major: one byte a sample, sites 100, 200, 300, 400 from the low bits up.
-const std::string bedIM = bytes({ 0x6C, 0x1B, 0x00, 0xFC, 0xD2, 0xFF, 0x61, 0xC3 });
+const std::string bedIM("\x6C\x1B\x00\xFC\xD2\xFF\x61\xC3", 8);
 
 // Reads the BED triple of the folder with sample s3 and site 200 excluded.
 void readBed(Store & S, const TempDir & d, const std::string & bed) {
@@ -41,13 +35,6 @@ const std::string vcf =
 	"1\t400\trs5\tT\tC\t.\t.\t.\tGT\t1\t0\tjunk\t.\n"
 	"1\t500\trs6\tA\tC\t.\t.\t.\tDP:GT\t7\t7:.\tjunk\t7:0|1\n"
 	"1\t600\trs7\tA\tT\t.\t.\t.\tGT:DP:GT\t0/0:3:1/1\t0/0:3:1/1\tjunk\t0|0:1:1|1\r\n";
-
-// Chromosome X: the haploid calls at 400 make A and B males.
-void readVcf(Store & S, const std::string & file) {
-	S.F.ind_exclude["C"] = false;
-	S.F.snp_exclude[150] = true;
-	S.G.readGenotypeVcf(file);
-}
 
 }
 
@@ -73,11 +60,11 @@ TEST(bed_reader, BothOrdersFiltersAndFatalMessages) {
 	testutils::silenceLog();
 	const std::string more = "F s6 0 0 1 -9\nF s7 0 0 1 -9\nF s8 0 0 1 -9\nF s9 0 0 1 -9\n";
 	expectFaults(d, { { "p.bim", bim }, { "p.fam", fam }, { "p.bed", bedSM } }, {
-		{ "p.bed", bytes({ 0x6C, 0x1C, 0x01 }) + bedSM.substr(3), "Binary file format unsupported" },
+		{ "p.bed", std::string("\x6C\x1C\x01") + bedSM.substr(3), "Binary file format unsupported" },
 		{ "p.bed", "", "Binary file format unsupported" },
 		{ "p.bed", bedSM.substr(0, bedSM.size() - 1), "Binary file SM corrupted" },
 		{ "p.bed", bedIM.substr(0, bedIM.size() - 1), "Binary file IM corrupted" },
-		{ "p.bed", bedSM + bytes({ 0 }), "Binary file corrupted : terminating bits" },
+		{ "p.bed", bedSM + std::string(1, '\0'), "Binary file corrupted : terminating bits" },
 		{ "p.fam", fam + more, "Binary file SM corrupted" },	// FAM lines too many: BED too short
 		{ "p.fam", fam + "F s6 0 0 1\n", "Line=6 found=5 fields expected=6" },
 		{ "p.bim", "1 rs1 0 100 A\n", "Line=1 found=5 fields expected=6" },
@@ -96,8 +83,11 @@ TEST(vcf_reader, FieldsCompressedTruncatedFatalAndEmptyFiles) {
 	d.write("bgzip.vcf.gz", d.read("part1.gz") + d.read("part2.gz"));
 	for (std::string name : { "v.vcf", "v.vcf.gz", "v.vcf.bz2", "bgzip.vcf.gz" }) {
 		SCOPED_TRACE(name);
+		// Chromosome X: the haploid calls at 400 make A and B males.
 		Store S(true);
-		std::string log = logOf(d, [&] { readVcf(S, d.file(name)); });
+		S.F.ind_exclude["C"] = false;
+		S.F.snp_exclude[150] = true;
+		std::string log = logOf(d, [&] { S.G.readGenotypeVcf(d.file(name)); });
 		EXPECT_EQ(S.G.ind_id, std::vector < std::string > ({ "A", "B", "D" }));
 		EXPECT_EQ(siteList(S.G.sites.get()), "100:A/G 200:C/T 300:G/A 400:T/C 500:A/C 600:A/T");
 		EXPECT_EQ(allGenotypes(S.G), "00 .. 11 11 .. 11 | 01 .. 11 00 .. 11 | 11 .. 11 .. 01 11");

@@ -69,11 +69,11 @@ struct Bytes {
 		array(g.HapsS, "HapsS");
 		record = false;
 	}
-	// The end of the last field of that text.
-	size_t endOf(const std::string & text) const {
-		size_t k = fields.size() - 1;
-		while (fields[k].text != text) k --;
-		return fields[k].end;
+	// The start of the first field of that text.
+	size_t startOf(const std::string & text) const {
+		size_t k = 0;
+		while (fields[k].text != text) k ++;
+		return k ? fields[k - 1].end : 0;
 	}
 };
 
@@ -216,7 +216,7 @@ TEST(graph_reader, Versions22To20) {
 		{ sound + "x", "goes on after its checksum" },
 		{ b.data + "\xAA\x15\x15\x15", "is corrupted: its checksum does not match its content" },
 		{ std::string(sound).replace(tail, 2, "\xFF\x3F"), "is corrupted: its checksum does not match its content" },
-		{ std::string(sound).replace(b.endOf("read #probs failed") - 4, 4, "\xFF\xFF\xFF\xFF"), "graph 1 of 1 (sample kid): read #probs failed" },
+		{ std::string(sound).replace(b.startOf("read #probs failed"), 4, "\xFF\xFF\xFF\xFF"), "graph 1 of 1 (sample kid): read #probs failed" },
 		{ withCrc(b.data.substr(0, tail) + "\xFF\x3F"), "" },	// a tail with more bits set passes
 	};
 	for (const auto & c : cases) EXPECT_TRUE(c.second.empty() ? faultOf(d, c.first) == "" : has(faultOf(d, c.first), c.second)) << c.second;
@@ -240,9 +240,7 @@ TEST(graph_reader, Versions22To20) {
 	// maximisation and sampling go through.
 	const std::string bare = sound.substr(0, sound.size() - 4);
 	for (const std::string * data : { &sound, &bare }) for (size_t i = 0 ; i < data->size() ; i ++) {
-		std::string flipped = *data;
-		flipped[i] ^= 0xFF;
-		d.write("g.bin", flipped);
+		d.write("g.bin", std::string(*data).replace(i, 1, 1, (char)((*data)[i] ^ 0xFF)));
 		const std::string fault = readFault([&](graph_reader & R) {
 			R.readBinaryGraph(d.file("g.bin"));
 			genhap_set GH;
@@ -286,9 +284,7 @@ TEST(graph_reader, CorruptCountsFailWithoutHugeAllocation) {
 	std::unique_ptr < genotype_graph > g(smallGraph());
 	const Bytes b = file(true, *g);
 	for (const auto & c : std::vector < std::pair < std::string, std::string > > { { "reading header1", "reading header1" }, { "read #trans failed", "read trans [0-9]+ failed" } }) {
-		size_t k = 0;
-		while (b.fields[k].text != c.first) k ++;
-		d.write("c.bin", std::string(b.data).replace(b.fields[k - 1].end, 4, "\xFF\xFF\xFF\x7F"));
+		d.write("c.bin", std::string(b.data).replace(b.startOf(c.first), 4, "\xFF\xFF\xFF\x7F"));
 		EXPECT_LOG_ERROR({
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 			long pages = 0;

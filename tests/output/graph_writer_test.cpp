@@ -52,18 +52,16 @@ TEST(graph_writer, RoundTrip) {
 	set.initialise(graphs, &sites);
 
 	TempDir d;
-	graph_writer W(set, "ID_1 ID_2 missing sex", "");
-	W.writeBinaryGraph(d.file("g.bin"));
+	graph_writer(set, "ID_1 ID_2 missing sex", "").writeBinaryGraph(d.file("g.bin"));
 	graph_reader R;
 	R.readBinaryGraph(d.file("g.bin"));
-	snp_set * S = R.S.get();
 	genhap_set read;
-	read.initialise(R.vecG, S);
+	read.initialise(R.vecG, R.S.get());
 
 	EXPECT_EQ(R.header1 + "/" + R.header2, "ID_1 ID_2 missing sex/");
-	ASSERT_EQ(S->size(), L);
+	ASSERT_EQ(R.S->size(), L);
 	for (int l = 0 ; l < L ; l ++) {
-		snp * a = sites.getByIndex(l), * b = S->getByIndex(l);
+		snp * a = sites.getByIndex(l), * b = R.S->getByIndex(l);
 		EXPECT_TRUE(b->chr + b->id + b->a0 + b->a1 + std::to_string(b->bp) + std::to_string(b->idx) == a->chr + a->id + a->a0 + a->a1 + std::to_string(a->bp) + std::to_string(a->idx)
 			&& b->cm == a->cm && b->properties == a->properties) << l;
 	}
