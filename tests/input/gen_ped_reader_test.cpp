@@ -66,8 +66,7 @@ TEST(gen_reader, HighestProbabilityChrXSixColumnLayoutAndFaults) {
 
 	const std::string sample = "ID_1 ID_2 missing\n0 0 0\na A 0\nb B 0\n";
 	const std::string gen = "1 r1 100 A C 1 0 0 0 0 1\n1 r2 200 A C 0 1 0 0.1 0.1 0.8\n";
-	d.write("c.sample", sample);
-	expectFaults(d, { { "f.gen", gen }, { "f.sample", sample } }, {
+	expectFaults(d, { { "f.gen", gen }, { "f.sample", sample }, { "c.sample", sample } }, {
 		{ "f.gen", "", "No site read from \\[.*/f\\.gen\\]\n" },
 		{ "f.gen", "1 r1 4296011665 A C 1 0 0 0 0 1\n", "Position 4296011665 at line 1 of \\[.*/f\\.gen\\] is out of range: positions go up to 2147483647" },
 		{ "f.sample", "ID_1 ID_2 missing ID_father ID_mother\n0 0 0 D D\na A 0 0 0\nb B 0 0 B\n", "Individual B is given as its own parent" },
@@ -81,12 +80,11 @@ TEST(gen_reader, HighestProbabilityChrXSixColumnLayoutAndFaults) {
 
 TEST(ped_reader, AllelesMissingCodePedigreeAndFatalMessages) {
 	TempDir d;
-	const std::string map = "p.map.bz2", ped = "p.ped.bz2";
-	writeFiles(d, { { map, pedMap }, { ped, pedFile } });
+	writeFiles(d, { { "p.map.bz2", pedMap }, { "p.ped.bz2", pedFile } });
 	Store S(true);
 	S.F.ind_exclude["skip"] = false;
 	S.F.snp_exclude[150] = true;
-	std::string log = logOf(d, [&] { S.G.readGenotypePed(d.file(ped), d.file(map), "0"); });
+	std::string log = logOf(d, [&] { S.G.readGenotypePed(d.file("p.ped.bz2"), d.file("p.map.bz2"), "0"); });
 
 	EXPECT_TRUE(S.G.ind_id == std::vector < std::string > ({ "dad", "mum", "kid" }) && S.G.ind_fields[2] == std::vector < std::string > ({ "F1", "0", "dad", "mum", "1", "NA" }));
 	EXPECT_TRUE(S.G.ind_male == std::vector < bool > ({ true, false, true }) && S.G.ind_father == std::vector < int > ({ -1, -1, 0 }) && S.G.ind_mother == std::vector < int > ({ -1, -1, 1 }));

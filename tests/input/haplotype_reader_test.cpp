@@ -7,11 +7,6 @@ namespace {
 
 const std::string header = "ID_1 ID_2 missing father mother sex plink_pheno\n0 0 0 D D D B\n";
 
-void readHaps(filter_reader & F, const TempDir & d) {
-	haplotype_reader H(F);
-	H.readHaplotypeImpute(d.file("h.haps"), d.file("h.sample"));
-}
-
 }
 
 // Both layouts mixed line by line, a sample excluded by the filters (its digits skipped), sites refused by the filters, two identical sites kept,
@@ -53,6 +48,7 @@ TEST(haplotype_reader, EmptySamplesSiteOrderAndFatalMessages) {
 	EXPECT_TRUE(H.ind_id.empty());
 	EXPECT_EQ(siteList(H.sites.get()), "100:A/C 200:A/C");
 
+	auto read = [&] { haplotype_reader(F).readHaplotypeImpute(d.file("h.haps"), d.file("h.sample")); };
 	expectFaults(d, { { "h.sample", header }, { "h.haps", "1 a 100 A C 0 1 0 1 0 1\n1 b 200 A C 0 1 0 1\n" } }, {
 		{ "h.haps", "1 a 100 A C\n1 b 200 A C 0 1\n", "Line=2 found=7 fields, expected=5 or 6" },
 		// The order is checked in the file as well, before the filters.
@@ -62,8 +58,8 @@ TEST(haplotype_reader, EmptySamplesSiteOrderAndFatalMessages) {
 		{ "h.sample", header + "1 s1 0\n2 s2\n", "Line=2 found=2 fields, expected more that 3" },
 		{ "h.sample", header + "1 s1 0\n2 s2 0\n3 s1 0\n", "Two individuals or more have the following ID : s1" },
 		{ "h.sample", "ID_1 ID_2 missing\n", "Sample file \\[.*h.sample\\] lacks its two header lines" },
-	}, [&] { readHaps(F, d); });
+	}, read);
 	writeFiles(d, { { "h.sample", header + "1 s1 0\n" }, { "h.haps", "1 a 100 A C 0 1\n1 b 200 A C 0 2\n" } });
-	EXPECT_LOG_ERROR(readHaps(F, d), "Allele code \\[2\\] at line 2 of \\[.*h.haps\\]: a haplotype allele is 0 or 1");
+	EXPECT_LOG_ERROR(read(), "Allele code \\[2\\] at line 2 of \\[.*h.haps\\]: a haplotype allele is 0 or 1");
 	EXPECT_LOG_ERROR(haplotype_reader(F).readHaplotypeImpute(d.file("none.haps"), d.file("h.sample")), "Impossible to open file \\[.*none.haps\\]");
 }
