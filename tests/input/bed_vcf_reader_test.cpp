@@ -13,7 +13,6 @@ const std::string bedSM("\x6C\x1B\x01\x78\xAB\xFF\xFF\xA7\x00\x6F\x03", 11);
 // Individual-major: one byte a sample, sites 100, 200, 300, 400 from the low bits up.
 const std::string bedIM("\x6C\x1B\x00\xFC\xD2\xFF\x61\xC3", 8);
 
-// Reads the BED triple of the folder with sample s3 and site 200 excluded.
 void readBed(Store & S, const TempDir & d, const std::string & bed) {
 	S.F.ind_exclude["s3"] = false;
 	S.F.snp_exclude[200] = true;

@@ -60,7 +60,6 @@ inline std::string allGenotypes(genotype_reader & G) {
 	return s;
 }
 
-// Sites as "bp:a0/a1" joined by blanks.
 inline std::string siteList(snp_set * S) {
 	std::string s;
 	for (int l = 0 ; l < S->size() ; l ++) {

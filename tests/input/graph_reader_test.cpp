@@ -69,7 +69,6 @@ struct Bytes {
 		array(g.HapsS, "HapsS");
 		record = false;
 	}
-	// The start of the first field of that text.
 	size_t startOf(const std::string & text) const {
 		size_t k = 0;
 		while (fields[k].text != text) k ++;
@@ -95,7 +94,6 @@ std::string readFault(const std::function < void (graph_reader &) > & read) {
 	return fault;
 }
 
-// Writes `data` to g.bin in the folder and reads it: the fault, "" when the read succeeds.
 std::string faultOf(const TempDir & d, const std::string & data) {
 	d.write("g.bin", data);
 	return readFault([&](graph_reader & R) { R.readBinaryGraph(d.file("g.bin")); });
@@ -256,9 +254,7 @@ TEST(graph_reader, Versions22To20) {
 	// Version 2.0: site and sample lists in text, graphs of the short record. Each line takes three orders; the type comes from the graph file (2,
 	// though the list says 1).
 	Bytes v20;
-	v20.put((unsigned char)0xAA, "");
-	v20.put((unsigned char)0x55, "");
-	v20.put((int32_t)2, "");
+	v20.add(std::string("\xAA\x55\x02\x00\x00\x00", 6), "");
 	for (int i = 0 ; i < 2 ; i ++) v20.graph(*original, false);
 	d.write("sites.txt", "1 100 A C\n1 100 A G\n1 250 G T\n");
 	d.write("samples.txt", "2 kid dad mum\n1 solo 0 0\n");

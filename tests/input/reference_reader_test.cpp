@@ -22,7 +22,6 @@ std::unique_ptr < snp_set > studySites(const std::vector < site > & list) {
 	return S;
 }
 
-// Reads p.hap, p.legend and p.samples with the log inside the folder, where reports go too.
 void readPanel(filter_reader & F, snp_set * S, const TempDir & d) {
 	LOG.open(d.file("run"));
 	reference_reader R(F, S);
