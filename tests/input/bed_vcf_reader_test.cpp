@@ -72,8 +72,7 @@ TEST(bed_reader, BothOrdersFiltersAndFatalMessages) {
 	}, [&] { Store S; readBed(S, d, "p.bed"); });
 }
 
-// Plain, compressed and multi-member files read alike; a BGZF file cut at a block boundary is told from a complete one by its last, empty block
-// (plain gzip is read through the streams, which throw on a truncated file).
+// Plain, compressed and multi-member files read alike; a BGZF file cut at a block boundary fails for want of its last, empty block.
 TEST(vcf_reader, FieldsCompressedTruncatedFatalAndEmptyFiles) {
 	TempDir d;
 	// bgzip writes a series of gzip members; cut the file inside a data line.

@@ -17,10 +17,9 @@ const std::string pedFile =
 
 TEST(gen_reader, ThresholdCallsSamplesAndPedigree) {
 	TempDir d;
-	const std::string sample = "s.sample.bz2", gen = "s.gen.bz2";
-	testutils::writeCompressed(d.file(sample), "ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n"
+	testutils::writeCompressed(d.file("s.sample.bz2"), "ID_1 ID_2 missing ID_father ID_mother sex\n0 0 0 D D D\n"
 		"F1 dad 0 0 0 1\nF1 mum 0 0 0 2\nF1 kid 0 dad mum 1\nF2 skip 0 0 0 2\n");
-	testutils::writeCompressed(d.file(gen),
+	testutils::writeCompressed(d.file("s.gen.bz2"),
 		"1 rs1 100 A G 1 0 0 0 1 0 0 0 2 x y z\n"
 		"1 rs2 150 A G a b c a b c a b c a b c\n"
 		"1 rs3 200 C T 0 0 0 0.04 0.92 0.04 0.5 0.5 1.0 0 0 0\n"
@@ -29,13 +28,12 @@ TEST(gen_reader, ThresholdCallsSamplesAndPedigree) {
 	S.F.ind_exclude["skip"] = false;
 	S.F.snp_exclude[150] = true;
 	testutils::silenceLog();
-	S.G.readGenotypeImpute(d.file(gen), d.file(sample), 0.9, true);
+	S.G.readGenotypeImpute(d.file("s.gen.bz2"), d.file("s.sample.bz2"), 0.9, true);
 
 	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false, true }));
 	EXPECT_EQ(std::make_pair(S.G.ind_father[2], S.G.ind_mother[2]), std::make_pair(0, 1));
 	EXPECT_EQ(siteList(S.G.sites.get()), "100:A/G 200:C/T 300:T/T");
-	// Site 200: an all-zero triple and a triple summing to 2 (normalised to 0.25, 0.25, 0.5) fail the threshold. Site 300 has identical alleles:
-	// passing calls are 00.
+	// Site 200: an all-zero triple and a triple summing to 2 (normalised to 0.25, 0.25, 0.5) fail the threshold. Site 300 has identical alleles: calls are 00.
 	EXPECT_EQ(allGenotypes(S.G), "00 .. 00 | 01 01 00 | 11 .. 00");
 	// Passed calls keep their one-hot triple, failed ones the normalised probabilities.
 	EXPECT_EQ(S.G.likelihoods[0], std::vector < float > ({ 1, 0, 0, 0.332f, 0.334f, 0.334f, 0, 1, 0 }));
@@ -57,8 +55,7 @@ TEST(gen_reader, HighestProbabilityChrXSixColumnLayoutAndFaults) {
 
 	EXPECT_EQ(S.G.ind_male, std::vector < bool > ({ true, false }));
 	EXPECT_EQ(siteList(S.G.sites.get()), "100:A/C 200:G/G 300:A/A 400:A/C");
-	// The all-zero triple of the man calls heterozygous. At 300 the six-column layout compares the position with the first allele, so "A A" keeps its
-	// calls.
+	// The man's all-zero triple calls heterozygous. At 300 the six-column layout compares the position with the first allele: "A A" keeps its calls.
 	EXPECT_EQ(allGenotypes(S.G), "01 00 11 11 | 00 00 01 01");
 	// A man on X keeps 0 as second likelihood.
 	EXPECT_EQ(S.G.likelihoods[0], std::vector < float > ({ 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 1 }));

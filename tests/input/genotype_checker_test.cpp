@@ -7,8 +7,7 @@ using namespace genotest;
 
 namespace {
 
-// One study member: genotypes one character per site, '0' homozygous first allele, '1' heterozygous, '2' homozygous second allele, '.' missing;
-// parents by identifier, "0" for none.
+// One study member: a genotype character per site ('0', '1', '2' copies of the second allele, '.' missing); parents by identifier, "0" for none.
 struct Member { std::string id, geno, father = "0", mother = "0"; bool male = false; };
 
 // A hand-made study on sites rs0, rs1... at positions 100, 200... with alleles A/C, its members added and their parents resolved.
@@ -147,8 +146,8 @@ TEST_F(genotype_checker_test, MissingnessLimitsAndForce) {
 	EXPECT_TRUE(has(log(), "  * 2 individuals with high rates of missing data (>5%)\n"));
 
 	std::vector < std::pair < int, int > > cells = { { 10, 1 }, { 11, 1 } }, site_cells, ind_cells;
-	for (int i = 0 ; i < 10 ; i ++) cells.push_back({ i, 0 });
 	for (int k = 0 ; k < 20 ; k ++) {
+		if (k < 10) cells.push_back({ k, 0 });
 		site_cells.push_back({ k, 3 });
 		ind_cells.push_back({ 7, k });
 	}
@@ -178,8 +177,7 @@ TEST_F(genotype_checker_test, MonomorphicSitesAndSingletons) {
 	}
 }
 
-// The child with more heterozygous sites goes first: P is phased by his own record, as the child of his founders; the other way round, P would be in
-// two records.
+// The child with more heterozygous sites goes first: P is phased by his own record, as the child of his founders; the other way, P is in two records.
 TEST_F(genotype_checker_test, BuildOrder) {
 	Study gen3(1, { { "GF", "0" }, { "GM", "0" }, { "P", "0", "GF", "GM" }, { "S", "0" }, { "C", "0", "P", "S" } });
 	gen3.G.ind_order = { 10, 11, 12, 13, 14 };

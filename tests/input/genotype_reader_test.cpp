@@ -33,8 +33,7 @@ TEST(genotype_reader, PutIndAndPutSnpRefusals) {
 	S.F.initialise(-10, 1000);
 	S.F.snp_exclude[50] = true;
 	S.F.snp_exclude[120] = true;
-	// Lower but excluded (not compared), negative (silently excluded) or outside the window: refused; the same position with other alleles, or the
-	// same alleles swapped: taken.
+	// Lower but excluded (not compared), negative (silently excluded) or outside the window: refused; the same position with other or swapped alleles: taken.
 	for (const auto & c : std::vector < std::pair < int, std::string > > { { 100, "A C" }, { 50, "" }, { -1, "" }, { 2000, "" }, { 100, "A G" }, { 100, "C A" }, { 110, "A C,G" } })
 		EXPECT_EQ(S.G.putSnp("1", c.first, c.second.empty() ? "A" : c.second.substr(0, 1), c.second.empty() ? "C" : c.second.substr(2), 5) != nullptr, !c.second.empty()) << c.first;
 	EXPECT_EQ(siteList(S.G.sites.get()), "100:A/C 100:A/G 100:C/A 110:A/C,G");

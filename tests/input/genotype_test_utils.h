@@ -19,8 +19,7 @@ struct Store {
 	explicit Store(bool chrX = false) : G(F, chrX) {}
 };
 
-// Runs `read` with the log in run.log of the folder, screen off, and returns what was logged. Reports named after the log are written to the folder
-// too.
+// Runs `read` with the log in run.log of the folder, screen off, and returns what was logged; reports named after the log go to the folder too.
 inline std::string logOf(const TempDir & d, const std::function < void () > & read) {
 	LOG.muteC();
 	LOG.unmuteL();

@@ -16,8 +16,7 @@ using namespace genotest;
 
 namespace {
 
-// A binary file built field by field. Each field keeps its end and the text of the fault of a file cut inside it; a field of a graph record fails as
-// "read <text> failed".
+// A binary file built field by field. Each field keeps its end and the fault of a file cut inside it; in a graph record, "read <text> failed".
 struct Bytes {
 	struct Field { size_t end; std::string text; };
 	std::string data;
@@ -171,8 +170,7 @@ TEST(graph_reader, Versions22To20) {
 	TempDir d;
 	testutils::silenceLog();
 	std::unique_ptr < genotype_graph > original(smallGraph());
-	writeSmall(d.file("w.bin"));
-	writeSmall(d.file("w.bin.gz"));
+	for (std::string name : { "w.bin", "w.bin.gz" }) writeSmall(d.file(name));
 	ASSERT_EQ(d.read("w.bin"), withCrc(file(true, *original).data));
 	EXPECT_EQ(testutils::readCompressed(d.file("w.bin.gz")), d.read("w.bin"));
 
@@ -234,8 +232,7 @@ TEST(graph_reader, Versions22To20) {
 		EXPECT_TRUE(has(faultOf(d, file(true, g).data), "fault: Graph file [" + d.file("g.bin") + "], graph 1 of 1 (sample kid): " + c.second)) << c.second;
 	}
 
-	// Every byte of a written file flipped in turn: the checksum makes each read fail. Without it, a read either fails or gives graphs that
-	// maximisation and sampling go through.
+	// Every byte of a written file flipped in turn: with the checksum each read fails; without, a read fails or gives graphs that solving and sampling take.
 	const std::string bare = sound.substr(0, sound.size() - 4);
 	for (const std::string * data : { &sound, &bare }) for (size_t i = 0 ; i < data->size() ; i ++) {
 		d.write("g.bin", std::string(*data).replace(i, 1, 1, (char)((*data)[i] ^ 0xFF)));
@@ -251,8 +248,7 @@ TEST(graph_reader, Versions22To20) {
 		EXPECT_TRUE(data != &sound || fault != "") << "byte " << i;
 	}
 
-	// Version 2.0: site and sample lists in text, graphs of the short record. Each line takes three orders; the type comes from the graph file (2,
-	// though the list says 1).
+	// Version 2.0: site and sample lists in text, graphs of the short record; each line takes three orders; the type comes from the graph (2, the list says 1).
 	Bytes v20;
 	v20.add(std::string("\xAA\x55\x02\x00\x00\x00", 6), "");
 	for (int i = 0 ; i < 2 ; i ++) v20.graph(*original, false);

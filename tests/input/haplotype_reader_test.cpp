@@ -9,8 +9,7 @@ const std::string header = "ID_1 ID_2 missing father mother sex plink_pheno\n0 0
 
 }
 
-// Both layouts mixed line by line, a sample excluded by the filters (its digits skipped), sites refused by the filters, two identical sites kept,
-// compressed files.
+// Both layouts mixed line by line, a sample excluded (its digits skipped), sites refused by the filters, two identical sites kept, compressed files.
 TEST(haplotype_reader, LayoutsAndFilters) {
 	const std::string sample = header + "f1 s1 0 0 0 1 -9\nf2 s2 0 0 0 2 -9\nf3 s3 0 0 0 0 -9\r\n";
 	const std::string haps = "1 rs100 100 A C 0 1 1 1 1 0\n1 rs200 id200 200 G T 1 1 0 0 0 0\n1 rs300 300 A G 1 1 1 1 1 1\n"

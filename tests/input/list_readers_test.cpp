@@ -18,8 +18,7 @@ void makeSites(snp_set & S) {
 
 }
 
-// The same map in each layout: it starts at position 0 and distance 0, repeats a position, mixes tabs and CR LF ends; the 4-column layouts have lines
-// of other chromosomes.
+// One map in each layout: from position 0 and distance 0, a repeated position, tabs and CR LF ends; the 4-column layouts hold other chromosomes too.
 TEST(gmap_reader, LayoutsAndFatalMessages) {
 	const std::string rows = "0 0.0 0\n1000\t1.5\t0.0015\r\n1000 0 0.0015\n  5000 2.0  0.0095  \n";
 	const std::string wide = "chr pos rate cM\n19 10 1 0.5\nchr20 0 0.0 0\n20\t1000\t1.5\t0.0015\r\n20 1000 0 0.0015\n  chr20 5000 2.0  0.0095  \n21 1 1 1\n";

@@ -51,8 +51,7 @@ TEST(reference_reader, AlignedPanelAtStudyResolution) {
 	EXPECT_EQ(siteList(R.ref_sites), "100:A/C 150:C/G 200:T/G 300:A/G 300:A/T 400:C/T");
 	snp * r = R.ref_sites->getByIndex(5);
 	EXPECT_EQ(r->chr + " " + r->id + " " + std::to_string(r->source), "r400 r400 6");
-	// Bit 1 is the study's second allele: the swapped site at index 1 reads inverted, "?" reads as the first allele and the site without a haplotype
-	// line stays 0.
+	// Bit 1 is the study's second allele: swapped site 1 reads inverted, "?" reads as the first allele, the site without a haplotype line stays 0.
 	EXPECT_EQ(R.hap0, std::vector < std::vector < bool > > ({ { 0, 1, 1, 0 }, { 1, 1, 1, 0 } }));
 	EXPECT_EQ(R.hap1, std::vector < std::vector < bool > > ({ { 1, 0, 0, 0 }, { 0, 1, 0, 0 } }));
 

@@ -8,8 +8,7 @@ using testutils::TempDir;
 
 namespace {
 
-// A graph of each kind (haploid, unrelated, scaffolded, duo, trio) built from random genotypes, some missing and some Mendel errors, with random
-// probabilities.
+// A graph of each kind (haploid, unrelated, scaffolded, duo, trio) from random genotypes, some missing, some Mendel errors, with random probabilities.
 genotype_graph * randomGraph(int kind, int L, int famID) {
 	std::vector < std::vector < bool > > G(9, std::vector < bool > (L));
 	for (int k = 0 ; k < 9 ; k ++) for (int l = 0 ; l < L ; l ++) G[k][l] = putils::getRandom() < (k % 3 == 2 ? 0.1 : 0.3);
@@ -31,8 +30,7 @@ genotype_graph * randomGraph(int kind, int L, int famID) {
 
 }
 
-// Graphs of every kind written and read back are identical in all fields the format holds: no missing bits and no scaffold after reading. Sites come
-// back with their first identifier and their properties.
+// Graphs of every kind read back identical in all fields the format holds (no missing bits, no scaffold); sites with their first identifier and properties.
 TEST(graph_writer, RoundTrip) {
 	testutils::silenceLog();
 	putils::initRandom(31);

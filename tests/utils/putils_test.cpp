@@ -3,8 +3,7 @@
 
 #include <gtest/gtest.h>
 
-// Expected draws computed independently from the minimal standard generator with its 32-word shuffle table. Seed 0 is taken as 1, and re-seeding
-// restarts the sequence.
+// Expected draws computed independently from the minimal standard generator with its 32-word shuffle table; seed 0 is taken as 1, re-seeding restarts.
 TEST(putils, GeneratorSequenceIsFixedBySeed) {
 	const std::pair < int, std::vector < double > > draws[] = { { 1, { 0.41599935685098144, 0.09196489075755929, 0.7564104859514211, 0.5297001933351626 } },
 		{ 42, { 0.4719729877412193, 0.5390094013600654 } }, { 0, { 0.41599935685098144 } } };
@@ -18,8 +17,7 @@ TEST(putils, GeneratorSequenceIsFixedBySeed) {
 		const int k = putils::getRandom(5);
 		EXPECT_TRUE(x > 0.0 && x < 1.0 && k >= 0 && k < 5) << x << " " << k;
 	}
-	// Sampling walks the cumulative mass: the first draw of seed 1, 0.416, picks index 1 of four equal masses; all the mass on one element always
-	// picks it; a zero sum falls through to the last index.
+	// Sampling walks the cumulative mass: seed 1's first draw, 0.416, picks index 1 of four equal masses; a lone mass always wins; a zero sum gives the last.
 	putils::initRandom(1);
 	std::vector < double > flat = { 1.0, 1.0, 1.0, 1.0 }, spike = { 0.0, 3.0, 0.0, 0.0 }, zeros = { 0.0, 0.0, 0.0 };
 	EXPECT_EQ(putils::sample(flat, 4.0), 1);

@@ -21,13 +21,11 @@ static std::string readAll(const std::string & name) {
 	return all;
 }
 
-// The compression of an input is told by its first bytes, whatever its name, from a pipe too, which cannot be rewound.
-// A compressed file cut short fails.
+// The compression of an input is told by its first bytes, whatever its name, from a pipe too, which cannot be rewound; a compressed file cut short fails.
 TEST(streams, CompressionToldByFirstBytesAndBrokenFilesFail) {
 	TempDir d;
 	const std::string text = makeText(50000);
-	testutils::writeCompressed(d.file("a.gz"), text);
-	testutils::writeCompressed(d.file("a.bz2"), text);
+	for (std::string name : { "a.gz", "a.bz2" }) testutils::writeCompressed(d.file(name), text);
 	for (const auto & m : std::vector < std::pair < std::string, std::string > > { { "plain.gz", text }, { "gzip.txt", d.read("a.gz") }, { "bzip2.gz", d.read("a.bz2") } }) {
 		d.write(m.first, m.second);
 		EXPECT_EQ(readAll(d.file(m.first)), text) << m.first;

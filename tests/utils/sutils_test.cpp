@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-// Blanks around and between fields, a carriage return of a CR LF line end, other separators; the bounded form stops early and leaves carriage returns
-// alone.
+// Blanks around and between fields, the CR of a CR LF line end, other separators; the bounded form stops early and leaves carriage returns alone.
 TEST(sutils, Tokenize) {
 	std::vector < std::string > t = { "stale" };
 	for (const auto & c : std::vector < std::pair < std::string, std::string > > { { "", "" }, { " \t  ", "" }, { "a\tb\r", "a|b" }, { "  x  y\t\tz ", "x|y|z" }, { "a b \r", "a|b" } }) {

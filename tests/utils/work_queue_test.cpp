@@ -26,8 +26,7 @@ TEST(work_queue, RunAndDrainTakeEveryItemOnce) {
 	}
 }
 
-// A batch opens before its items and closes after all of them: none of the next batch runs before; on one worker the steps come in plain order. Every
-// item is timed.
+// A batch opens before its items and closes after all of them, before any of the next; on one worker the steps come in plain order. Every item is timed.
 TEST(work_queue, BatchesEndInABarrier) {
 	for (int T : { 1, 3 }) {
 		work_queue W (T);
