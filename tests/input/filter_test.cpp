@@ -4,8 +4,7 @@
 
 using namespace genotest;
 
-// Windows (end exclusive) and lists from files, plain and compressed: excluded beats included, a list line keeps its trailing blank, an identifier
-// listed twice counts once. The writer's filters take the reader's lists and a window of their own.
+// Windows (end exclusive) and lists, plain and compressed: excluded beats included, a list line keeps its trailing blank, an identifier twice counts once; the writer takes the reader's lists and its own window.
 TEST(filters, WindowsAndLists) {
 	TempDir d;
 	writeFiles(d, { { "snp_in", "100\n200 trailing words\n300\nnotanumber\n" }, { "snp_out", "200\n" }, { "ind_in.gz", "S1\nS2 \nS3\nS1\n" },

@@ -129,8 +129,7 @@ TEST_F(genotype_checker_test, HaploidHeterozygousOnChromosomeX) {
 	EXPECT_EQ(st.geno(0).substr(0, 3) + " " + st.geno(1).substr(0, 5) + " " + st.geno(2).substr(0, 4), ".00 00..2 1022");
 }
 
-// 2 of 20 is exactly 10%: above 5% but below the stop. Above 10% the stop names the count above 5%, after the reports are written, unless forced;
-// fully missing stops even then, but is only logged from likelihoods.
+// 2 of 20 (10%) is above 5% but no stop; above 10% the stop, after the reports, names the count above 5% unless forced; fully missing stops even so, but likelihoods only log it.
 TEST_F(genotype_checker_test, MissingnessLimitsAndForce) {
 	Study limit(20, grid({ { 0, 0 }, { 0, 1 }, { 1, 5 }, { 2, 5 } }));
 	genotype_checker(limit.G, limit.R, false, false).checkMissingAndMAF(false);

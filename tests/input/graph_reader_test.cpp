@@ -164,8 +164,7 @@ void writeSmall(const std::string & name) {
 
 }
 
-// The writer's file byte by byte, its checksum last, plain and compressed; both versions read back, with or without the checksum; a file cut inside
-// any field fails with that field's text; malformed heads, tails and checksums.
+// The writer's file byte by byte, checksum last, plain and compressed; both versions read back, with or without checksum; a file cut inside any field fails with that field's text; malformed heads, tails, checksums.
 TEST(graph_reader, Versions22To20) {
 	TempDir d;
 	testutils::silenceLog();

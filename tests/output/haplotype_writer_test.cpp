@@ -13,10 +13,9 @@ namespace {
 
 typedef std::vector < std::string > fields;
 
-// A trio whose child stands before his parents in input order, a duo whose father is not in the main panel, a haploid individual placed before an
-// unrelated one in vecG but after it in input order, and an unrelated individual excluded by the output filter. Six sites: plain, six-column GEN, VCF
-// with three properties (and header lines), from plink files (reference allele second) with two properties, one excluded by position and one outside
-// the output window.
+// A trio whose child stands before his parents in input order, a duo whose father is not in the main panel, a haploid individual placed before an unrelated
+// one in vecG but after it in input order, and an unrelated individual excluded by the output filter. Six sites: plain, six-column GEN, VCF with three
+// properties (and header lines), from plink files (reference allele second) with two properties, one excluded by position and one outside the window.
 struct Cohort {
 	snp_set sites;
 	genhap_set set;

@@ -5,8 +5,7 @@
 
 using testutils::TempDir;
 
-// The log takes ".log" unless the name has it; what goes to the log and what to the screen. A log opened for later keeps its lines in memory: a
-// failure before start() writes no file unless the log must be kept.
+// ".log" added unless named so; log and screen outputs. A log opened for later holds its lines: a failure before start() writes no file unless kept.
 TEST(lfile, NamesOutputAndHeldLines) {
 	TempDir d;
 	for (const auto & c : { std::make_pair("a.log", "a.log"), std::make_pair("a.txt", "a.txt.log") }) {
@@ -44,8 +43,7 @@ TEST(lfile, NamesOutputAndHeldLines) {
 	EXPECT_FALSE(testutils::exists(d.file("dropped.log")));
 }
 
-// Off a terminal the screen gets no colour, and a line rewritten with "\r" only in the state it has when it ends, whether "\r" comes before or after
-// the text.
+// Off a terminal: no colour, and a line rewritten with "\r" shows only its last state, whether "\r" comes before or after the text.
 TEST(lfile, PlainScreenOffTerminal) {
 	lfile L;
 	L.muteL();

@@ -6,8 +6,7 @@
 #include <stdexcept>
 #include <thread>
 
-// A task that throws stops the claiming of further items and its exception reaches the caller; the pool takes the next call. Each item runs once, on
-// a worker of the pool, and progress counts come in order; the records of a drain are all taken.
+// A throwing task stops the claims and its exception reaches the caller; the pool serves the next call. Items run once on a worker, counts in order; a drain takes all.
 TEST(work_queue, RunAndDrainTakeEveryItemOnce) {
 	for (int T : { 1, 3 }) for (int n : { 0, 50 }) {
 		work_queue W (T);
@@ -37,8 +36,6 @@ TEST(work_queue, BatchesEndInABarrier) {
 			[&](int i, int) { std::lock_guard < std::mutex > lock (m); EXPECT_TRUE(i >= first && i < last) << i; steps += "i"; },
 			[&](int, int l) { EXPECT_EQ(l, last); first = last = -1; steps += "c"; });
 		EXPECT_EQ(steps, "oiiiicoiiiicoiic");
-		EXPECT_EQ(W.batch_count, 3);
-		EXPECT_EQ(W.items_timed, 10);
-		EXPECT_LE(W.itemQuantile(0.0), W.itemQuantile(1.0));
+		EXPECT_TRUE(W.batch_count == 3 && W.items_timed == 10 && W.itemQuantile(0.0) <= W.itemQuantile(1.0)) << W.batch_count << " " << W.items_timed;
 	}
 }
