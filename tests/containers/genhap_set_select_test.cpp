@@ -97,6 +97,24 @@ TEST(genhap_set_select, ConditioningSetsLeaveOutTheFamily) {
 	}
 }
 
+// The transform's walks reach a duplicate of the target first; the IBD rule keeps neither of its haplotypes, and the window still fills.
+TEST(genhap_set_select, TransformLeavesOutADuplicate) {
+	putils::initRandom(5);
+	Study U(plain(std::vector < int > (12, 2)), 64);
+	U.mutatedCopies();
+	genhap_set & GH = U.GH;
+	GH.vecH[2] = GH.vecH[1];
+	GH.vecH[3] = GH.vecH[0];
+	GH.pbwt.build(GH.vecH, 64, 8);
+	for (bool ibd : { false, true }) {
+		std::vector < bool > mask(GH.vecH.size(), true), selected;
+		GH.subsetHaplotypes_relatives(mask, 0);
+		GH.subsetHaplotypes_pbwt(mask, 0, 6, 0, 63, selected, ibd);
+		EXPECT_EQ(std::count(selected.begin(), selected.end(), true), 6);
+		EXPECT_EQ(selected[2] || selected[3], !ibd);
+	}
+}
+
 // Every batch of the bound's size leaves each graph `need` haplotypes outside batch and family; one more fails.
 TEST(genhap_set_select, BatchBound) {
 	putils::initRandom(7);

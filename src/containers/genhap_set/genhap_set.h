@@ -18,7 +18,8 @@ class snp_set;
 class genhap_set {
 public:
 	// Conditioning states that each selection adds per window, in the order they run,
-	// whether unrelated units take the IBD-aware Hamming selection, the fewest states a
+	// whether unrelated units take both haplotypes of another only by the IBD-aware rule (in
+	// the Hamming and the transform selections), the fewest states a
 	// window may have, and whether the `hamming` states are the longest local matches of the
 	// transform `pbwt` instead.
 	struct state_counts {
@@ -68,7 +69,7 @@ public:
 	void subsetHaplotypes_hamming_IBD(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
 	void subsetHaplotypes_pfmatch_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
 	void subsetHaplotypes_pfmatchcov_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
-	void subsetHaplotypes_pbwt(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
+	void subsetHaplotypes_pbwt(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected, bool ibd);
 	void subsetHaplotypes_random(std::vector < bool > & input, int states, std::vector < bool > & selected);
 	// Conditioning haplotypes of unit ind for each window left[k] .. right[k], ascending:
 	// chosen among those open in `open`, never from the unit's own family.

@@ -124,10 +124,38 @@ void genhap_set::subsetHaplotypes_pfmatch_ALL(std::vector < bool > & input, int 
 	});
 }
 
-void genhap_set::subsetHaplotypes_pbwt(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected) {
+// With `ibd`, an unrelated individual takes both haplotypes of another unrelated individual
+// under the rule of the IBD-aware Hamming selection, decided when the second one is reached;
+// a haplotype it leaves out is not taken again in the window. Without it, the two
+// haplotypes of a duplicate sample (or of a sibling over a stretch shared on both sides)
+// explain the target's genotypes alone, and each of the two copies the other's phase.
+void genhap_set::subsetHaplotypes_pbwt(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected, bool ibd) {
 	sorvane_assert(input.size() == vecH.size());
 	prepare(input, selected);
-	pbwt.select(input, ind2hap[ind], left, right, states, selected);
+	if (!ibd || vecG[ind]->type != 2) {
+		pbwt.select(input, ind2hap[ind], left, right, states, selected);
+		return;
+	}
+	const chaplotype & t0 = vecH[ind2hap[ind][0]], & t1 = vecH[ind2hap[ind][1]];
+	std::vector < int > barred;
+	auto admit = [&](int h, std::vector < bool > & taken, int & added) {
+		if (std::find(barred.begin(), barred.end(), h) != barred.end()) return false;
+		if (h >= (int)hap2ind.size() || vecG[hap2ind[h]]->type != 2) return true;
+		const int a0 = ind2hap[hap2ind[h]][0], a1 = ind2hap[hap2ind[h]][1], other = (h == a0) ? a1 : a0;
+		if (!taken[other]) return true;
+		// The rule compares a0 with the target haplotype it resembles more.
+		const bool crossed = vecH[a0].hamming(t1, left, right) + vecH[a1].hamming(t0, left, right) < vecH[a0].hamming(t0, left, right) + vecH[a1].hamming(t1, left, right);
+		const int r = non_overlapping_hamming_distance(vecH[a0], vecH[a1], crossed ? t1 : t0, crossed ? t0 : t1, left, right);
+		const bool keep0 = (r == 0 || r == 2), keep1 = (r == 1 || r == 2);
+		if (!keep0) barred.push_back(a0);
+		if (!keep1) barred.push_back(a1);
+		if (!(other == a0 ? keep0 : keep1)) {
+			taken[other] = false;
+			added --;
+		}
+		return h == a0 ? keep0 : keep1;
+	};
+	pbwt.select(input, ind2hap[ind], left, right, states, selected, admit);
 }
 
 // The process-wide rand() stream, never seeded, drives the shuffle as the standard
@@ -282,7 +310,7 @@ void genhap_set::conditioningSets(const std::vector < bool > & open, int ind, co
 	for (unsigned int k = 0 ; k < left.size() ; k ++) {
 		selected.clear();
 		if (n.hamming > 0) {
-			if (n.pbwt) subsetHaplotypes_pbwt(mask, ind, n.hamming, left[k], right[k], selected);
+			if (n.pbwt) subsetHaplotypes_pbwt(mask, ind, n.hamming, left[k], right[k], selected, n.ibd);
 			else if (vecG[ind]->type == 2 && n.ibd) subsetHaplotypes_hamming_IBD(mask, ind, n.hamming, left[k], right[k], selected);
 			else subsetHaplotypes_hamming_ALL(mask, ind, n.hamming, left[k], right[k], selected);
 		}

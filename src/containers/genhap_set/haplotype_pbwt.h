@@ -3,6 +3,7 @@
 
 #include "objects/chaplotype.h"
 
+#include <functional>
 #include <vector>
 
 // Positional Burrows-Wheeler transform of all haplotypes, kept at checkpoint sites only,
@@ -33,8 +34,10 @@ public:
 	// the longest matches of the targets around the checkpoints of left .. right: in rounds,
 	// each round taking at every checkpoint the next nearest allowed neighbour of each
 	// target, the checkpoints visited spread over the window. A window without checkpoint
-	// uses the one nearest its middle.
-	void select(const std::vector < bool > & allowed, const std::vector < int > & targets, int left, int right, int states, std::vector < bool > & selected) const;
+	// uses the one nearest its middle. `admit`, when given, decides whether a haplotype
+	// reached by a walk joins; it may take earlier ones out of `selected`, lowering `added`.
+	using admission = std::function < bool (int h, std::vector < bool > & selected, int & added) >;
+	void select(const std::vector < bool > & allowed, const std::vector < int > & targets, int left, int right, int states, std::vector < bool > & selected, const admission & admit = nullptr) const;
 
 private:
 	// One walk away from a target through the sort order of one checkpoint: the next
