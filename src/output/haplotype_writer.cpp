@@ -150,26 +150,53 @@ void haplotype_writer::orient(const std::map < std::string, known_phase > & phas
 	}
 }
 
-// The graph's probability of a pair falls short of the share of pairs written right: the
+// The graph's probability p of a pair falls short of the share of pairs written right: the
 // stored probabilities average posteriors of models that copy from few haplotypes, while the
-// written haplotypes are the best path through them. Its odds are raised to the power 3,
-// which brings the probability within 0.03 of the share right on simulated cohorts of 1000
-// individuals (bench/calibration.py; smaller cohorts stay on the cautious side), and never
-// below an even chance since the written path is the most likely one. Where the graph
-// weighs both phases alike, at a singleton whose allele no other haplotype carries, the phase
-// is the placement from the haplotypes around it, right in 6 to 7 cases of 10 on simulated
-// cohorts of 100 to 1000, or a toss when singletons were left as maximised.
-static const double odds_power = 3.0, placed_singleton = 0.6;
+// written haplotypes are the best path through them. PP is the logistic map
+// logit(PP) = shift + slope * logit(p), never below an even chance since the written path is
+// the most likely one, with a map of its own for pairs whose rarer site has a minor allele
+// count of at most 10 in the haplotypes. Both were fitted on simulated cohorts of 60 to 1000
+// samples, constant or growing, common or all sites (bench/README.md, "Phase confidence"),
+// where one power of the odds had left the smaller cohorts cautious by up to 0.27. Where the
+// graph weighs both phases alike, mostly at a singleton whose allele no other haplotype
+// carries, the phase is the placement from the haplotypes around it, right less often as the
+// haplotypes grow (3 cases in 4 among 120 haplotypes, fewer than 6 in 10 among 2000), or a
+// toss when singletons were left as maximised.
+struct confidence_map {
+	double shift, slope;
+};
+static const confidence_map common_pairs = { 0.75, 1.5 }, rare_pairs = { 2.0, 3.0 };
+static const int rare_count = 10;
 
-static float calibrated(double p, bool singletons_placed) {
+static double placedSingleton(int haplotypes) {
+	return std::min(0.75, std::max(0.55, 0.72 - 0.156 * (std::log10(haplotypes / 2.0) - 2.0)));
+}
+
+// `least` is the smaller minor allele count of the pair's two sites.
+static float calibrated(double p, int least, double singleton) {
 	if (std::isnan(p)) return p;
-	if (std::fabs(p - 0.5) < 0.01) return singletons_placed ? placed_singleton : 0.5;
+	if (std::fabs(p - 0.5) < 0.01) return singleton;
 	p = std::min(std::max(p, 1e-6), 1.0 - 1e-6);
-	return std::max(0.5, 1.0 / (1.0 + std::pow((1.0 - p) / p, odds_power)));
+	const confidence_map & m = least <= rare_count ? rare_pairs : common_pairs;
+	return std::max(0.5, 1.0 / (1.0 + std::exp(-m.shift - m.slope * std::log(p / (1.0 - p)))));
+}
+
+// Minor allele count of each site over all haplotypes, reading their set bits.
+static std::vector < int > minorCounts(const std::vector < chaplotype > & H, int L) {
+	std::vector < int > count (L, 0);
+	for (const chaplotype & h : H) for (int k = 0 ; k < (int)h.data.size() ; k ++)
+		for (unsigned int d = h.data[k] ; d ; d &= d - 1) {
+			const int l = 8 * k + __builtin_ctz(d);
+			if (l < L) count[l] ++;
+		}
+	for (int & c : count) c = std::min(c, (int)H.size() - c);
+	return count;
 }
 
 void haplotype_writer::phaseConfidences(const std::vector < bool > & written, bool singletons_placed, std::vector < std::vector < float > > & pp) const {
 	std::vector < const chaplotype * > c0 = columns(0), c1 = columns(1);
+	const std::vector < int > mac = minorCounts(set.vecH, written.size());
+	const double singleton = singletons_placed ? placedSingleton(set.vecH.size()) : 0.5;
 	std::vector < int > sites;
 	std::vector < unsigned char > alleles;
 	std::vector < double > p;
@@ -186,7 +213,10 @@ void haplotype_writer::phaseConfidences(const std::vector < bool > & written, bo
 			alleles.push_back(x0 | (x1 << 1));
 		}
 		set.vecG[order[k].index]->phaseConfidence(first_track[kind], second_track[kind], sites, alleles, p);
-		for (double x : p) pp[k].push_back(calibrated(x, singletons_placed));
+		// p[j] is the pair of sites[j] and sites[j + 1].
+		for (unsigned int j = 0 ; j < p.size() ; j ++) {
+			pp[k].push_back(calibrated(p[j], std::min(mac[sites[j]], mac[sites[j + 1]]), singleton));
+		}
 	}
 }
 
