@@ -69,7 +69,8 @@ public:
 	void subsetHaplotypes_hamming_IBD(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
 	void subsetHaplotypes_pfmatch_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
 	void subsetHaplotypes_pfmatchcov_ALL(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected);
-	void subsetHaplotypes_pbwt(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected, bool ibd);
+	// `joined`, when given, receives the haplotypes that joined; some may have left again.
+	void subsetHaplotypes_pbwt(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected, bool ibd, std::vector < int > * joined = nullptr);
 	void subsetHaplotypes_random(std::vector < bool > & input, int states, std::vector < bool > & selected);
 	// Conditioning haplotypes of unit ind for each window left[k] .. right[k], ascending:
 	// chosen among those open in `open`, never from the unit's own family.

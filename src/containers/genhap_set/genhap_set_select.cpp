@@ -129,11 +129,11 @@ void genhap_set::subsetHaplotypes_pfmatch_ALL(std::vector < bool > & input, int 
 // a haplotype it leaves out is not taken again in the window. Without it, the two
 // haplotypes of a duplicate sample (or of a sibling over a stretch shared on both sides)
 // explain the target's genotypes alone, and each of the two copies the other's phase.
-void genhap_set::subsetHaplotypes_pbwt(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected, bool ibd) {
+void genhap_set::subsetHaplotypes_pbwt(std::vector < bool > & input, int ind, int states, int left, int right, std::vector < bool > & selected, bool ibd, std::vector < int > * joined) {
 	sorvane_assert(input.size() == vecH.size());
 	prepare(input, selected);
 	if (!ibd || vecG[ind]->type != 2) {
-		pbwt.select(input, ind2hap[ind], left, right, states, selected);
+		pbwt.select(input, ind2hap[ind], left, right, states, selected, nullptr, joined);
 		return;
 	}
 	const chaplotype & t0 = vecH[ind2hap[ind][0]], & t1 = vecH[ind2hap[ind][1]];
@@ -155,7 +155,7 @@ void genhap_set::subsetHaplotypes_pbwt(std::vector < bool > & input, int ind, in
 		}
 		return h == a0 ? keep0 : keep1;
 	};
-	pbwt.select(input, ind2hap[ind], left, right, states, selected, admit);
+	pbwt.select(input, ind2hap[ind], left, right, states, selected, admit, joined);
 }
 
 // The process-wide rand() stream, never seeded, drives the shuffle as the standard
@@ -307,16 +307,29 @@ void genhap_set::conditioningSets(const std::vector < bool > & open, int ind, co
 	subsetHaplotypes_relatives(mask, ind);
 	sets.assign(left.size(), std::vector < int > ());
 	std::vector < bool > selected;
+	// The transform alone lists what it takes, so that a window costs its states and not a
+	// scan of every haplotype.
+	const bool listed = n.hamming > 0 && n.pbwt && n.pmatch == 0 && n.random == 0 && n.cov == 0;
+	std::vector < int > joined;
 	for (unsigned int k = 0 ; k < left.size() ; k ++) {
 		selected.clear();
+		joined.clear();
 		if (n.hamming > 0) {
-			if (n.pbwt) subsetHaplotypes_pbwt(mask, ind, n.hamming, left[k], right[k], selected, n.ibd);
+			if (n.pbwt) subsetHaplotypes_pbwt(mask, ind, n.hamming, left[k], right[k], selected, n.ibd, listed ? &joined : nullptr);
 			else if (vecG[ind]->type == 2 && n.ibd) subsetHaplotypes_hamming_IBD(mask, ind, n.hamming, left[k], right[k], selected);
 			else subsetHaplotypes_hamming_ALL(mask, ind, n.hamming, left[k], right[k], selected);
 		}
 		if (n.pmatch > 0) subsetHaplotypes_pfmatch_ALL(mask, ind, n.pmatch, left[k], right[k], selected);
 		if (n.random > 0) subsetHaplotypes_random(mask, n.random, selected);
 		if (n.cov > 0) subsetHaplotypes_pfmatchcov_ALL(mask, ind, n.cov, left[k], right[k], selected);
+		if (listed) {
+			joined.erase(std::remove_if(joined.begin(), joined.end(), [&](int h) { return !selected[h]; }), joined.end());
+			if ((int)joined.size() >= n.minimum) {
+				std::sort(joined.begin(), joined.end());
+				sets[k].assign(joined.begin(), joined.end());
+				continue;
+			}
+		}
 		// The IBD choice may drop both haplotypes of a neighbour, and a perfect match needs a
 		// whole equal byte: the nearest open haplotypes then make up the minimum, which the
 		// thread count keeps available.

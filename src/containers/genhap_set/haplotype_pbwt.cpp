@@ -90,7 +90,7 @@ int haplotype_pbwt::next(walker & w, const std::vector < bool > & allowed) const
 	return -1;
 }
 
-void haplotype_pbwt::select(const std::vector < bool > & allowed, const std::vector < int > & targets, int left, int right, int states, std::vector < bool > & selected, const admission & admit) const {
+void haplotype_pbwt::select(const std::vector < bool > & allowed, const std::vector < int > & targets, int left, int right, int states, std::vector < bool > & selected, const admission & admit, std::vector < int > * joined) const {
 	sorvane_assert(!empty() && (int)allowed.size() == N && (int)selected.size() == N);
 	int first, last;
 	checkpoints(left, right, first, last);
@@ -114,6 +114,7 @@ void haplotype_pbwt::select(const std::vector < bool > & allowed, const std::vec
 			alive ++;
 			if (!selected[h] && (!admit || admit(h, selected, added))) {
 				selected[h] = true;
+				if (joined) joined->push_back(h);
 				added ++;
 			}
 		}

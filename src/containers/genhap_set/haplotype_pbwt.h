@@ -36,8 +36,9 @@ public:
 	// target, the checkpoints visited spread over the window. A window without checkpoint
 	// uses the one nearest its middle. `admit`, when given, decides whether a haplotype
 	// reached by a walk joins; it may take earlier ones out of `selected`, lowering `added`.
+	// `joined`, when given, receives every haplotype that joined, in order.
 	using admission = std::function < bool (int h, std::vector < bool > & selected, int & added) >;
-	void select(const std::vector < bool > & allowed, const std::vector < int > & targets, int left, int right, int states, std::vector < bool > & selected, const admission & admit = nullptr) const;
+	void select(const std::vector < bool > & allowed, const std::vector < int > & targets, int left, int right, int states, std::vector < bool > & selected, const admission & admit = nullptr, std::vector < int > * joined = nullptr) const;
 
 private:
 	// One walk away from a target through the sort order of one checkpoint: the next
