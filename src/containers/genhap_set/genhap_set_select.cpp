@@ -11,6 +11,7 @@
 #include <cstring>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 
 // What the limited distances return for a candidate worse than the kept set.
 static const int FAR = 1000000000;
@@ -155,7 +156,8 @@ void genhap_set::subsetHaplotypes_pbwt(std::vector < bool > & input, int ind, in
 		}
 		return h == a0 ? keep0 : keep1;
 	};
-	pbwt.select(input, ind2hap[ind], left, right, states, selected, admit, joined);
+	// By reference: the callback is not copied into the heap for every window.
+	pbwt.select(input, ind2hap[ind], left, right, states, selected, std::ref(admit), joined);
 }
 
 // The process-wide rand() stream, never seeded, drives the shuffle as the standard
