@@ -160,12 +160,21 @@ void haplotype_segment::emissions(genotype_graph * G, int l, unsigned int act, c
 	}
 }
 
+// Fragment h shares the row of the first active fragment before it that came from the same
+// row (`from`) and carries the same allele; the fragment itself if there is none.
+static int shareRow(unsigned int act, const int * from, const int * fa, int h) {
+	for (int p = 0 ; p < h ; p ++) if (((act >> p) & 1) && from[p] == from[h] && fa[p] == fa[h]) return p;
+	return h;
+}
+
 // First site of a pass: every row is its emission.
 void haplotype_segment::startRows(unsigned int act, const int * fa) {
 	float * next = lattice[cur ^ 1].data();
 	std::fill(mix.begin(), mix.end(), 1.0f);
+	const int none[max_fragments] = { 0 };
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
-		rowS[h] = updateRow(mix.data(), 1.0f, 0.0f, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
+		rep[h] = shareRow(act, none, fa, h);
+		rowS[h] = rep[h] == h ? updateRow(mix.data(), 1.0f, 0.0f, emit.data() + fa[h] * Kp, next + h * Kp, Kp) : rowS[rep[h]];
 		rowA[h] = rowC[h] = 1.0;
 		rowB[h] = 0.0;
 	}
@@ -178,6 +187,8 @@ void haplotype_segment::startRows(unsigned int act, const int * fa) {
 void haplotype_segment::stepRows(unsigned int act, const int * fa, double nrec, double recN, bool uniform) {
 	const float * old = lattice[cur].data();
 	float * next = lattice[cur ^ 1].data();
+	int from[max_fragments];
+	std::copy(rep, rep + max_fragments, from);
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
 		double by = 1.0;
 		if (rowS[h] >= min_total) {
@@ -190,7 +201,8 @@ void haplotype_segment::stepRows(unsigned int act, const int * fa, double nrec, 
 			rowB[h] = B;
 			rowS[h] = rowS[h] * (nrec + K * recN) * by;
 		} else {
-			rowS[h] = updateRow(old + h * Kp, (float)A, (float)B, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
+			rep[h] = shareRow(act, from, fa, h);
+			rowS[h] = rep[h] == h ? updateRow(old + from[h] * Kp, (float)A, (float)B, emit.data() + fa[h] * Kp, next + h * Kp, Kp) : rowS[rep[h]];
 			rowA[h] = 1.0;
 			rowB[h] = 0.0;
 		}
@@ -205,24 +217,32 @@ void haplotype_segment::mixRows(unsigned int act, const int * fa, double nrec, d
 	const float * old = lattice[cur].data();
 	float * next = lattice[cur ^ 1].data();
 	double sums[max_fragments], mults[max_fragments], top = 1.0;
+	int src[max_fragments], shared[max_fragments];
 	unsigned int mixed = 0;
+	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) src[h] = backward ? links.backwardSources(s, h) : links.forwardSources(s, h);
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
-		const unsigned int src = backward ? links.backwardSources(s, h) : links.forwardSources(s, h);
-		if (src != mixed) {
+		shared[h] = shareRow(act, src, fa, h);
+		if (shared[h] != h) {
+			sums[h] = sums[shared[h]];
+			mults[h] = mults[shared[h]];
+			continue;
+		}
+		if ((unsigned int)src[h] != mixed) {
 			top = 0.0;
-			for (int p = 0 ; p < max_fragments ; p ++) if ((src >> p) & 1) top = std::max(top, rowC[p] * rowS[p]);
+			for (int p = 0 ; p < max_fragments ; p ++) if ((src[h] >> p) & 1) top = std::max(top, rowC[p] * rowS[p]);
 			if (!(top >= underflow)) top = 1.0;
 			std::fill(mix.begin(), mix.end(), 0.0f);
-			for (int p = 0 ; p < max_fragments ; p ++) if ((src >> p) & 1) {
+			for (int p = 0 ; p < max_fragments ; p ++) if ((src[h] >> p) & 1) {
 				const double by = rowC[p] / top;
-				addRow(old + p * Kp, (float)(rowA[p] * nrec * by), (float)((rowB[p] * nrec + rowS[p] * recN) * by), mix.data(), Kp);
+				addRow(old + rep[p] * Kp, (float)(rowA[p] * nrec * by), (float)((rowB[p] * nrec + rowS[p] * recN) * by), mix.data(), Kp);
 			}
-			mixed = src;
+			mixed = src[h];
 		}
 		sums[h] = updateRow(mix.data(), 1.0f, 0.0f, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
 		mults[h] = top;
 	}
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
+		rep[h] = shared[h];
 		rowS[h] = sums[h];
 		rowC[h] = mults[h];
 		rowA[h] = 1.0;
@@ -246,7 +266,7 @@ void haplotype_segment::appendItem(std::vector < float > & P, std::vector < int 
 	I.push_back(P.size());
 	for (int h = 0 ; h < C ; h ++) {
 		const bool on = (act >> h) & 1;
-		if (on) P.insert(P.end(), rows + h * Kp, rows + (h + 1) * Kp);
+		if (on) P.insert(P.end(), rows + rep[h] * Kp, rows + (rep[h] + 1) * Kp);
 		else P.insert(P.end(), Kp, 0.0f);
 		mults.push_back(on ? rowC[h] : 0.0);
 		if (S) S->push_back(on ? rowS[h] : 0.0);

@@ -74,6 +74,10 @@ private:
 	// Per fragment: the pending map of its row (cells * A + B), the row's sum after it, and
 	// the row's multiplier: the weight of the row is its multiplier times its sum.
 	double rowA[segment_links::max_fragments], rowB[segment_links::max_fragments], rowS[segment_links::max_fragments], rowC[segment_links::max_fragments];
+	// Per fragment: the row whose cells it shares. Fragments with the same sources and the
+	// same alleles so far in the pass have the same cells, bit for bit, so only the first of
+	// them (rep[h] == h) holds a row; the others read it. Their scalars are kept each.
+	int rep[segment_links::max_fragments];
 	// Per site: the missing flags of the conditioning haplotypes, and one emission row per
 	// allele of the unit (row a at a * Kp).
 	std::vector < unsigned char > missing;

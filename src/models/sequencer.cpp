@@ -206,9 +206,7 @@ void sequencer::processPIRs(genotype_graph * G, int & n_group, int & n_used) {
 				}
 				sum += weight[t];
 			}
-			const std::string where = " / i=" + G->name + " b=" + sutils::int2str(g) + " sp=" + sutils::double2str(sum, 10);
-			if (sum < underflow) throw myException("Underflow in sequencing" + where);
-			if (std::isnan(sum)) throw myException("NaN in sequencing" + where);
+			if (sum < underflow || std::isnan(sum)) throw myException((std::isnan(sum) ? "NaN in sequencing" : "Underflow in sequencing") + (" / i=" + G->name + " b=" + sutils::int2str(g) + " sp=" + sutils::double2str(sum, 10)));
 			for (unsigned int t = 0 ; t < G->probsC[g] ; t ++) G->probs[G->probsI[g] + t] = std::max(1e-8, weight[t] / sum);
 			n_used ++;
 		}

@@ -15,10 +15,11 @@
 // Sums below 1e-300 are taken as underflow.
 static const double underflow = 1e-300;
 
-static void checkTotal(double total, const std::string & where, const std::string & name, int g, const char * label) {
-	std::string fields = " / i=" + name + " b=" + sutils::int2str(g) + label + sutils::double2str(total, 10);
-	if (underflow > total) throw myException("Underflow in " + where + fields);
-	if (std::isnan(total)) throw myException("NaN in " + where + fields);
+// The message is only made on failure: this runs for every group of every graph.
+static void checkTotal(double total, const std::string & where, const char * direction, const std::string & name, int g, const char * label) {
+	if (!(underflow > total) && !std::isnan(total)) return;
+	const std::string fields = " / i=" + name + " b=" + sutils::int2str(g) + label + sutils::double2str(total, 10);
+	throw myException((std::isnan(total) ? "NaN in " : "Underflow in ") + where + direction + fields);
 }
 
 // Product (or sum) over the tracks of the cell that each byte selects in its track's matrix.
@@ -83,7 +84,7 @@ template < class Tables > int genotype_graph::storeWith(Tables tables, bool doub
 			fallbacks ++;
 		}
 		if (!likes.empty()) total = combineProbsWithLikes(g, w);
-		checkTotal(total, where, name, g, " p=");
+		checkTotal(total, where, "", name, g, " p=");
 		for (unsigned int k = 0 ; k < probsC[g] ; k ++) probs[probsI[g] + k] = (float)(probs[probsI[g] + k] + w[k] / total);
 	}
 	return fallbacks;
@@ -139,7 +140,7 @@ template < class Tables > int genotype_graph::sampleWith(std::vector < chaplotyp
 			fallbacks ++;
 		}
 		if (!likes.empty()) total = combineProbsWithLikes(g, w);
-		checkTotal(total, where + (backward ? "B" : "F"), name, g, " sp=");
+		checkTotal(total, where, backward ? "B" : "F", name, g, " sp=");
 		return putils::sample(w, total);
 	});
 	buildGuesses(H, indexes, path);
