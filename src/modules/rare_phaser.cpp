@@ -19,8 +19,8 @@ rare_phaser::rare_phaser(genhap_set & _GH, const std::vector < std::vector < int
 }
 
 // Whole 64-bit words of the XOR where they fit, bytes at the ends; the bits outside
-// first .. last and the bit of site l are masked out.
-int rare_phaser::distance(int a, int c, int first, int last, int l) const {
+// first .. last and the bit of site l are masked out. The bound is checked a word at a time.
+int rare_phaser::distance(int a, int c, int first, int last, int l, int bound) const {
 	const unsigned char * x = GH.vecH[a].data.data(), * y = GH.vecH[c].data.data();
 	const int b0 = first >> 3, b1 = last >> 3;
 	auto byte = [&](int k) {
@@ -41,6 +41,7 @@ int rare_phaser::distance(int a, int c, int first, int last, int l) const {
 		memcpy(&u, x + k, 8);
 		memcpy(&v, y + k, 8);
 		n += __builtin_popcountll(u ^ v);
+		if (n >= bound) return n;
 	}
 	for (; k <= b1 ; k ++) n += byte(k);
 	return n;
@@ -80,8 +81,8 @@ bool rare_phaser::farther(int a, int b, int l) const {
 	while (last + 1 < n_sites && position[last + 1] - position[l] <= radius) last ++;
 	int near[2] = { n_sites, n_sites };
 	for (int c = 0 ; c < (int)GH.vecH.size() ; c ++) if (c != a && c != b) {
-		near[0] = std::min(near[0], distance(a, c, first, last, l));
-		near[1] = std::min(near[1], distance(b, c, first, last, l));
+		near[0] = std::min(near[0], distance(a, c, first, last, l, near[0]));
+		near[1] = std::min(near[1], distance(b, c, first, last, l, near[1]));
 	}
 	if (near[0] != near[1]) return near[0] > near[1];
 	// Matches are only needed to break a tie.
@@ -106,11 +107,11 @@ int rare_phaser::partner(int h) const {
 	return pair[0] == h ? pair[1] : pair[0];
 }
 
-int rare_phaser::phase() {
+int rare_phaser::phase(work_queue & workers) {
 	LOG.println("\nPlacing singletons from the haplotypes around them");
 	const int H = GH.vecH.size();
-	std::vector < std::pair < int, int > > swaps;
-	int n_singletons = 0;
+	// Per singleton: its site and its carrier.
+	std::vector < std::pair < int, int > > singletons;
 	for (int l = 0 ; l < n_sites ; l ++) {
 		int ones = 0, last_one = -1, last_zero = -1;
 		for (int h = 0 ; h < H ; h ++) {
@@ -119,19 +120,22 @@ int rare_phaser::phase() {
 				last_one = h;
 			} else last_zero = h;
 		}
-		if (ones != 1 && ones != H - 1) continue;
-		n_singletons ++;
-		const int carrier = ones == 1 ? last_one : last_zero;
-		if (!movable(carrier, l)) continue;
-		const int other = partner(carrier);
-		if (farther(other, carrier, l)) swaps.push_back({ carrier, l });
+		if (ones == 1 || ones == H - 1) singletons.push_back({ l, ones == 1 ? last_one : last_zero });
 	}
-	for (const std::pair < int, int > & s : swaps) {
-		chaplotype & a = GH.vecH[s.first], & b = GH.vecH[partner(s.first)];
-		const int x = a.get(s.second);
-		a.set(s.second, b.get(s.second));
-		b.set(s.second, x);
+	std::vector < char > move(singletons.size(), 0);
+	workers.run(singletons.size(), [&](int i, int) {
+		const int l = singletons[i].first, carrier = singletons[i].second;
+		move[i] = movable(carrier, l) && farther(partner(carrier), carrier, l);
+	});
+	int n_moved = 0;
+	for (unsigned int i = 0 ; i < singletons.size() ; i ++) if (move[i]) {
+		const int l = singletons[i].first;
+		chaplotype & a = GH.vecH[singletons[i].second], & b = GH.vecH[partner(singletons[i].second)];
+		const int x = a.get(l);
+		a.set(l, b.get(l));
+		b.set(l, x);
+		n_moved ++;
 	}
-	LOG.println("  * " + sutils::int2str(n_singletons) + " singletons / " + sutils::int2str(swaps.size()) + " moved to the other haplotype");
-	return swaps.size();
+	LOG.println("  * " + sutils::int2str(singletons.size()) + " singletons / " + sutils::int2str(n_moved) + " moved to the other haplotype");
+	return n_moved;
 }

@@ -2,6 +2,9 @@
 #define _RARE_PHASER_H
 
 #include "containers/genhap_set/genhap_set.h"
+#include "utils/work_queue.h"
+
+#include <climits>
 
 #include <vector>
 
@@ -16,7 +19,8 @@
 // and a genotype never changes, only which of the two haplotypes holds the allele. Nor are
 // the sites whose phase reads gave: `(*pinned)[i]` lists, ascending, the sites of individual i
 // that a read joins to another of its heterozygotes.
-// Decisions are all taken on the haplotypes as they were, then applied.
+// Decisions are all taken on the haplotypes as they were, by the workers a site each, then
+// applied in site order.
 class rare_phaser {
 public:
 	// Half-width of the neighbourhood: 0.2 cM with a genetic map, 200 kb without (the best
@@ -29,10 +33,11 @@ public:
 	rare_phaser(genhap_set & GH, const std::vector < std::vector < int > > * pinned = nullptr);
 
 	// Returns the number of singletons moved to the other haplotype of their individual.
-	int phase();
+	int phase(work_queue & workers);
 
-	// Sites over which haplotypes a and c differ among first .. last, site l left out.
-	int distance(int a, int c, int first, int last, int l) const;
+	// Sites over which haplotypes a and c differ among first .. last, site l left out; once
+	// the count reaches `bound` it stops and returns a count of at least `bound`.
+	int distance(int a, int c, int first, int last, int l, int bound = INT_MAX) const;
 	// Length (cM with a map, else bp) of the longest stretch through site l, the site itself
 	// left out, over which haplotypes a and c agree.
 	double match(int a, int c, int l) const;

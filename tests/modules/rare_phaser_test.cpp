@@ -48,7 +48,8 @@ TEST(rare_phaser, SingletonGoesToTheFartherHaplotype) {
 		Cohort x(c.types, haps, c.panel);
 		const std::vector < std::vector < int > > pins = { c.pinned };
 		rare_phaser R(x.GH, &pins);
-		R.phase();
+		work_queue workers(2);
+		R.phase(workers);
 		EXPECT_EQ(x.hap(c.expected)[20], c.allele) << c.carrier << " " << c.expected;
 		for (int l = 0 ; l < 40 ; l ++) EXPECT_EQ(x.hap(0)[l] + x.hap(1)[l], haps[0][l] + haps[1][l]) << l;
 		EXPECT_TRUE(c.expected != c.carrier || x.hap(0) + x.hap(1) == haps[0] + haps[1]);

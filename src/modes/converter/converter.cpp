@@ -164,13 +164,13 @@ void converter::writeVcf(bool confidence) {
 void converter::writeGraphOutputs() {
 	if (options.count("output-max") || options.count("output-vcf")) {
 		solver(GH, workers()).solve();
-		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
+		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase(workers());
 		if (options.count("output-max")) writeHaps("output-max");
 		if (options.count("output-vcf")) writeVcf(true);
 	}
 	if (options.count("output-sample")) {
 		sampler(GH, false, workers(), true).sample();
-		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase();
+		if (!options.count("no-rare-phasing")) rare_phaser(GH).phase(workers());
 		writeHaps("output-sample");
 	}
 }

@@ -279,7 +279,7 @@ void phaser::write_files_and_finalise() {
 	logItemTimes();
 	if (options.count("output-max") || options.count("output-vcf")) {
 		solver(GH, *workers).solve();
-		if (!options.count("no-rare-phasing")) rare_phaser(GH, &read_pinned).phase();
+		if (!options.count("no-rare-phasing")) rare_phaser(GH, &read_pinned).phase(*workers);
 		if (options.count("duohmm")) refinePedigrees();
 		endStage("solving");
 		haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);
