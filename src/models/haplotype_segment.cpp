@@ -190,6 +190,15 @@ void haplotype_segment::stepRows(unsigned int act, const int * fa, double nrec, 
 	int from[max_fragments];
 	std::copy(rep, rep + max_fragments, from);
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
+		// A fragment sharing a row shares its scalars too, and its row came first.
+		if (!uniform) rep[h] = shareRow(act, from, fa, h);
+		if (rep[h] != h) {
+			rowA[h] = rowA[rep[h]];
+			rowB[h] = rowB[rep[h]];
+			rowS[h] = rowS[rep[h]];
+			rowC[h] = rowC[rep[h]];
+			continue;
+		}
 		double by = 1.0;
 		if (rowS[h] >= min_total) {
 			by = 1.0 / rowS[h];
@@ -201,8 +210,7 @@ void haplotype_segment::stepRows(unsigned int act, const int * fa, double nrec, 
 			rowB[h] = B;
 			rowS[h] = rowS[h] * (nrec + K * recN) * by;
 		} else {
-			rep[h] = shareRow(act, from, fa, h);
-			rowS[h] = rep[h] == h ? updateRow(old + from[h] * Kp, (float)A, (float)B, emit.data() + fa[h] * Kp, next + h * Kp, Kp) : rowS[rep[h]];
+			rowS[h] = updateRow(old + from[h] * Kp, (float)A, (float)B, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
 			rowA[h] = 1.0;
 			rowB[h] = 0.0;
 		}
