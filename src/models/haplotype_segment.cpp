@@ -68,7 +68,7 @@ SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__
 }
 
 haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, bool drawn_known) :
-	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), Kp(0), cur(0), cachedByte(-1), condAll(0), condAny(0) {
+	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), Kp(0), cur(0), cachedByte(-1), condAll(0), condAny(0), start_l(0) {
 }
 
 void haplotype_segment::windows(const std::vector < std::vector < int > > & cond, const std::vector < int > & segStart, const std::vector < int > & segStop, const std::vector < int > & start, const std::vector < int > & stop) {
@@ -121,22 +121,25 @@ void haplotype_segment::prepareWindow(int w) {
 	cachedByte = -1;
 }
 
-// The fragment alleles fa of site l; true if the site multiplies all cells by one emission:
-// the unit is not missing, its fragments in use agree and so do the conditioning haplotypes
-// (read from a byte cached for 8 sites).
-bool haplotype_segment::uniformSite(genotype_graph * G, int s, int i, int l, unsigned int act, int * fa) {
-	if ((l >> 3) != cachedByte) {
-		cachedByte = l >> 3;
-		unsigned char all = 0xFF, any = 0;
-		for (int k = 0 ; k < K ; k ++) {
-			const unsigned char b = condBits[k][cachedByte];
-			condByte[k] = b;
-			all &= b;
-			any |= b;
-		}
-		condAll = all;
-		condAny = any;
+// The byte of each conditioning haplotype that holds site l, read once for its 8 sites.
+void haplotype_segment::cacheByte(int l) {
+	if ((l >> 3) == cachedByte) return;
+	cachedByte = l >> 3;
+	unsigned char all = 0xFF, any = 0;
+	for (int k = 0 ; k < K ; k ++) {
+		const unsigned char b = condBits[k][cachedByte];
+		condByte[k] = b;
+		all &= b;
+		any |= b;
 	}
+	condAll = all;
+	condAny = any;
+}
+
+// The fragment alleles fa of site l; true if the site multiplies all cells by one emission:
+// the unit is not missing, its fragments in use agree and so do the conditioning haplotypes.
+bool haplotype_segment::uniformSite(genotype_graph * G, int s, int i, int l, unsigned int act, int * fa) {
+	cacheByte(l);
 	unsigned int used = 0;
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
 		fa[h] = G->getA(s, h, i);
@@ -144,6 +147,15 @@ bool haplotype_segment::uniformSite(genotype_graph * G, int s, int i, int l, uns
 	}
 	const int bit = l & 7;
 	return used != 3 && !G->Miss[l] && (((condAll >> bit) & 1) || !((condAny >> bit) & 1));
+}
+
+// What the forward pass found at site l, for the backward pass: the fragment alleles fa
+// from their mask, and whether the site is uniform.
+bool haplotype_segment::recalledSite(int l, unsigned int act, int * fa) {
+	cacheByte(l);
+	const unsigned char ones = siteOnes[l - start_l];
+	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) fa[h] = (ones >> h) & 1;
+	return siteUniform[l - start_l];
 }
 
 // The emission row of each allele that the fragments carry. Where the unit is missing, a
@@ -298,13 +310,21 @@ void haplotype_segment::forward(genotype_graph * G, hmm_parameters & M, int w) {
 	forwS.reserve(rows);
 	forwM.reserve(rows);
 	forwI.reserve(segStop[w] - segStart[w] + 1);
+	siteOnes.clear();
+	siteUniform.clear();
+	start_l = start[w];
 	int fa[max_fragments];
 	int s = segStart[w], i = 0;
 	for (int l = start[w] ; l <= stop[w] ; l ++) {
 		const unsigned int act = links.active(s);
 		// The last site of a segment is stored, so it applies its update.
 		const bool last = i == (int)G->HapsS[s] - 1;
-		const bool uniform = uniformSite(G, s, i, l, act, fa) && l > start[w] && i > 0 && !last;
+		const bool same = uniformSite(G, s, i, l, act, fa);
+		unsigned char ones = 0;
+		for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) ones |= fa[h] << h;
+		siteOnes.push_back(ones);
+		siteUniform.push_back(same);
+		const bool uniform = same && l > start[w] && i > 0 && !last;
 		if (!uniform) emissions(G, l, act, fa, M.ed, M.ee, 1.0f);
 		if (l == start[w]) startRows(act, fa);
 		else if (i == 0) mixRows(act, fa, M.nrec[l - 1], M.recN[l - 1], false, s);
@@ -330,7 +350,7 @@ void haplotype_segment::backward(genotype_graph * G, hmm_parameters & M, int w) 
 		const unsigned int act = links.active(s);
 		const bool first = i == (int)G->HapsS[s] - 1;
 		const bool stored = i == 0 && l != start[w];
-		const bool uniform = uniformSite(G, s, i, l, act, fa) && l < stop[w] && !first && !stored;
+		const bool uniform = recalledSite(l, act, fa) && l < stop[w] && !first && !stored;
 		// The last site starts from the emission divided by K; a cell without emission
 		// stays at 0 there.
 		if (l == stop[w]) {

@@ -93,6 +93,11 @@ private:
 	std::vector < unsigned char > condByte;
 	int cachedByte;
 	unsigned char condAll, condAny;
+	// Per site of the window from its first, start_l, as the forward pass found it: bit h
+	// set if fragment h carries allele 1, and whether the site is uniform.
+	int start_l;
+	std::vector < unsigned char > siteOnes;
+	std::vector < unsigned char > siteUniform;
 
 	void run(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < double > > > & prob, const std::string & form);
 	void prepareWindow(int w);
@@ -103,6 +108,8 @@ private:
 	void backward(genotype_graph * G, hmm_parameters & M, int w);
 
 	bool uniformSite(genotype_graph * G, int s, int i, int l, unsigned int act, int * fa);
+	bool recalledSite(int l, unsigned int act, int * fa);
+	void cacheByte(int l);
 	void emissions(genotype_graph * G, int l, unsigned int act, const int * fa, double match, double mismatch, float none);
 	void startRows(unsigned int act, const int * fa);
 	void stepRows(unsigned int act, const int * fa, double nrec, double recN, bool uniform);
