@@ -36,7 +36,7 @@ TEST(cli_frame, UsageHelpVersionAndParseErrors) {
 	r = runCommand(std::string(SORVANE_BIN) + " --input-vcf in.vcf --output-max out --output-log x --seed 5 > /dev/null 2> err.txt; cat err.txt", d.path);
 	EXPECT_TRUE(has(r.out, "\nERROR: ")) << r.out;
 	std::string log = d.read("x.log");
-	EXPECT_TRUE(hasAll(log, { "Options : --input-vcf in.vcf --output-max out --output-log x --seed 5\n", "\nERROR: ", "  * MCMC: 35 iterations [7 B + 1 runs of 8 P + 20 M]\n" }));
+	EXPECT_TRUE(hasAll(log, { "Options : --input-vcf in.vcf --output-max out --output-log x --seed 5\n", "\nERROR: ", "  * MCMC: 23 iterations [3 B + 1 runs of 4 P + 16 M]\n" }));
 	// The thread count warns from 51 on; screen-only lines and colours stay off the log.
 	r = runSorvane("--input-vcf in.vcf --output-max out -L x --thread 51 --input-from 1000 --input-to 2e6 --aligned", d.path);
 	EXPECT_TRUE(has(r.out, "  * LOGfile : [x.log]\n\nMODE -phase : PHASING GENOTYPE DATA\n")) << r.out;

@@ -35,9 +35,9 @@ void phaser::declare_options() {
 
 	bpo::options_description opt_mcmc ("\033[33mMCMC options\033[0m", 80, 40);
 	opt_mcmc.add_options()
-		("burn", bpo::value< int >()->default_value(7), "Number of burn-in MCMC iterations.")
-		("prune", bpo::value< int >()->default_value(8), "Number of pruning MCMC iterations.")
-		("main", bpo::value< int >()->default_value(20), "Number of main MCMC iterations.")
+		("burn", bpo::value< int >()->default_value(3), "Number of burn-in MCMC iterations.")
+		("prune", bpo::value< int >()->default_value(4), "Number of pruning MCMC iterations.")
+		("main", bpo::value< int >()->default_value(16), "Number of main MCMC iterations.")
 		("run", bpo::value< int >()->default_value(1), "Number of pruning stages")
 		("no-mcmc", "No MCMC iteration (just phase given the reference panel haplotypes).");
 
