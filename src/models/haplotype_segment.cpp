@@ -13,10 +13,10 @@ static const double underflow = 1e-300;
 // makes get there, and the row then runs down to 0.
 static const double min_total = 1e-30;
 
-// The loops of the per-site work below carry an AVX2 clone beside the baseline one, chosen
-// when the program loads. AVX2 without FMA rounds each operation as the baseline does, and
-// the partial sums are laid out in the code, so both give the same bits. Rows have a stride
-// of Kp, a multiple of 8.
+// The loops of the per-site work below carry AVX-512 and AVX2 clones beside the baseline
+// one, chosen when the program loads. Multiplications and additions are never fused into
+// one rounding (the build turns contraction off), and the partial sums are laid out in the
+// code, so all clones give the same bits. Rows have a stride of Kp, a multiple of 8.
 
 // Sum of 16 partial sums, in a fixed order.
 static inline double reduce(float * s) {
@@ -68,7 +68,7 @@ SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__
 }
 
 haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, bool drawn_known) :
-	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), Kp(0), cur(0), cachedByte(-1), condAll(0), condAny(0), start_l(0) {
+	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), Kp(0), cur(0), runP(1.0), start_l(0) {
 }
 
 void haplotype_segment::windows(const std::vector < std::vector < int > > & cond, const std::vector < int > & segStart, const std::vector < int > & segStop, const std::vector < int > & start, const std::vector < int > & stop) {
@@ -101,7 +101,7 @@ void haplotype_segment::run(genotype_graph * G, hmm_parameters & M, std::vector 
 	}
 }
 
-// Fresh zero-filled lattices sized by the window's conditioning haplotypes, and their bits
+// Fresh zero-filled lattices sized by the window's conditioning haplotypes, and their bytes
 // and missing flags at hand.
 void haplotype_segment::prepareWindow(int w) {
 	const std::vector < int > & C = (*cond)[w];
@@ -117,45 +117,46 @@ void haplotype_segment::prepareWindow(int w) {
 	missing.assign(K, 0);
 	emit.assign(2 * Kp, 0.0f);
 	mix.assign(Kp, 0.0f);
-	condByte.assign(K, 0);
-	cachedByte = -1;
-}
-
-// The byte of each conditioning haplotype that holds site l, read once for its 8 sites.
-void haplotype_segment::cacheByte(int l) {
-	if ((l >> 3) == cachedByte) return;
-	cachedByte = l >> 3;
-	unsigned char all = 0xFF, any = 0;
-	for (int k = 0 ; k < K ; k ++) {
-		const unsigned char b = condBits[k][cachedByte];
-		condByte[k] = b;
-		all &= b;
-		any |= b;
+	start_l = start[w];
+	const int first = start[w] >> 3, last = stop[w] >> 3;
+	condBytes.resize((size_t)(last - first + 1) * K);
+	condSame.assign(last - first + 1, 0);
+	for (int b = first ; b <= last ; b ++) {
+		unsigned char * bytes = condBytes.data() + (size_t)(b - first) * K;
+		unsigned char all = 0xFF, any = 0;
+		for (int k = 0 ; k < K ; k ++) {
+			bytes[k] = condBits[k][b];
+			all &= bytes[k];
+			any |= bytes[k];
+		}
+		condSame[b - first] = all | ~any;
 	}
-	condAll = all;
-	condAny = any;
 }
 
-// The fragment alleles fa of site l; true if the site multiplies all cells by one emission:
-// the unit is not missing, its fragments in use agree and so do the conditioning haplotypes.
-bool haplotype_segment::uniformSite(genotype_graph * G, int s, int i, int l, unsigned int act, int * fa) {
-	cacheByte(l);
-	unsigned int used = 0;
+// The sites of segment s, from site l0 of the window on, as the passes see them: bit h of
+// siteOnes set if fragment h carries allele 1, and siteUniform if the site multiplies all
+// cells by one emission: the unit is not missing, its fragments in use agree and so do the
+// conditioning haplotypes.
+void haplotype_segment::readSegment(genotype_graph * G, int s, int l0, unsigned int act) {
+	const int n = G->HapsS[s], first = start_l >> 3;
+	const size_t at = siteOnes.size();
+	siteOnes.resize(at + n, 0);
+	siteUniform.resize(at + n, 0);
+	unsigned char * ones = siteOnes.data() + at;
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
-		fa[h] = G->getA(s, h, i);
-		used |= 1u << fa[h];
+		const int base = G->HapsI[s] + h * n;
+		for (int i = 0 ; i < n ; i ++) ones[i] |= G->Haps.get(base + i) << h;
 	}
-	const int bit = l & 7;
-	return used != 3 && !G->Miss[l] && (((condAll >> bit) & 1) || !((condAny >> bit) & 1));
+	for (int i = 0 ; i < n ; i ++) {
+		const int l = l0 + i, used = ones[i] & act;
+		siteUniform[at + i] = (used == 0 || used == (int)act) && !G->Miss[l] && ((condSame[(l >> 3) - first] >> (l & 7)) & 1);
+	}
 }
 
-// What the forward pass found at site l, for the backward pass: the fragment alleles fa
-// from their mask, and whether the site is uniform.
-bool haplotype_segment::recalledSite(int l, unsigned int act, int * fa) {
-	cacheByte(l);
+// The fragment alleles fa of site l from its mask.
+void haplotype_segment::siteAlleles(int l, unsigned int act, int * fa) const {
 	const unsigned char ones = siteOnes[l - start_l];
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) fa[h] = (ones >> h) & 1;
-	return siteUniform[l - start_l];
 }
 
 // The emission row of each allele that the fragments carry. Where the unit is missing, a
@@ -167,7 +168,7 @@ void haplotype_segment::emissions(genotype_graph * G, int l, unsigned int act, c
 	if (miss) for (int k = 0 ; k < K ; k ++) missing[k] = condMiss[k] && (*condMiss[k])[l];
 	for (int a = 0 ; a < 2 ; a ++) if ((used >> a) & 1) {
 		float * e = emit.data() + a * Kp;
-		emissionRow(condByte.data(), l & 7, a, (float)match, (float)mismatch, e, K);
+		emissionRow(condBytes.data() + (size_t)((l >> 3) - (start_l >> 3)) * K, l & 7, a, (float)match, (float)mismatch, e, K);
 		if (miss) for (int k = 0 ; k < K ; k ++) if (missing[k]) e[k] = none;
 	}
 }
@@ -190,20 +191,21 @@ void haplotype_segment::startRows(unsigned int act, const int * fa) {
 		rowA[h] = rowC[h] = 1.0;
 		rowB[h] = 0.0;
 	}
+	runP = 1.0;
 	cur ^= 1;
 }
 
 // A site within a segment: row h goes to (row * nrec + sum * recN) * emission, divided by
-// its own sum of the site before, which moves into the row's multiplier. A uniform site
-// only composes the pending maps.
-void haplotype_segment::stepRows(unsigned int act, const int * fa, double nrec, double recN, bool uniform) {
+// its own sum of the site before, which moves into the row's multiplier.
+void haplotype_segment::stepRows(unsigned int act, const int * fa, double nrec, double recN) {
+	settleRun(act);
 	const float * old = lattice[cur].data();
 	float * next = lattice[cur ^ 1].data();
 	int from[max_fragments];
 	std::copy(rep, rep + max_fragments, from);
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
 		// A fragment sharing a row shares its scalars too, and its row came first.
-		if (!uniform) rep[h] = shareRow(act, from, fa, h);
+		rep[h] = shareRow(act, from, fa, h);
 		if (rep[h] != h) {
 			rowA[h] = rowA[rep[h]];
 			rowB[h] = rowB[rep[h]];
@@ -217,22 +219,41 @@ void haplotype_segment::stepRows(unsigned int act, const int * fa, double nrec, 
 			rowC[h] *= rowS[h];
 		}
 		const double A = rowA[h] * nrec * by, B = (rowB[h] * nrec + rowS[h] * recN) * by;
-		if (uniform) {
-			rowA[h] = A;
-			rowB[h] = B;
-			rowS[h] = rowS[h] * (nrec + K * recN) * by;
+		rowS[h] = updateRow(old + from[h] * Kp, (float)A, (float)B, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
+		rowA[h] = 1.0;
+		rowB[h] = 0.0;
+	}
+	cur ^= 1;
+}
+
+// A uniform site multiplies every row by the same emission and recombines it: normalised to
+// sum 1, a row goes to row * p + (1 - p) / K with p = nrec / (nrec + K * recN), the same for
+// all rows, so the fragments keep their weights. Only the product of the p is kept.
+void haplotype_segment::skipSite(double nrec, double recN) {
+	runP *= nrec / (nrec + K * recN);
+}
+
+// The uniform sites passed since the last update, composed into the pending maps: each row
+// keeps its sum and so its weight.
+void haplotype_segment::settleRun(unsigned int act) {
+	if (runP == 1.0) return;
+	const double spread = (1.0 - runP) / K;
+	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
+		if (rep[h] == h) {
+			rowB[h] = rowB[h] * runP + rowS[h] * spread;
+			rowA[h] *= runP;
 		} else {
-			rowS[h] = updateRow(old + from[h] * Kp, (float)A, (float)B, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
-			rowA[h] = 1.0;
-			rowB[h] = 0.0;
+			rowA[h] = rowA[rep[h]];
+			rowB[h] = rowB[rep[h]];
 		}
 	}
-	if (!uniform) cur ^= 1;
+	runP = 1.0;
 }
 
 // First site of a new segment in the pass: all allowed fragments of the segment left behind
 // feed each fragment, each in proportion to its row's weight, the heaviest source's weight
 // becoming the new row's multiplier. Fragments with the same sources share one mixed row.
+// The site before, the end of a segment, applied its update: no uniform site is pending.
 void haplotype_segment::mixRows(unsigned int act, const int * fa, double nrec, double recN, bool backward, int s) {
 	const float * old = lattice[cur].data();
 	float * next = lattice[cur ^ 1].data();
@@ -312,29 +333,26 @@ void haplotype_segment::forward(genotype_graph * G, hmm_parameters & M, int w) {
 	forwI.reserve(segStop[w] - segStart[w] + 1);
 	siteOnes.clear();
 	siteUniform.clear();
-	start_l = start[w];
 	int fa[max_fragments];
-	int s = segStart[w], i = 0;
-	for (int l = start[w] ; l <= stop[w] ; l ++) {
+	for (int s = segStart[w], l0 = start[w] ; s <= segStop[w] ; l0 += G->HapsS[s ++]) {
 		const unsigned int act = links.active(s);
-		// The last site of a segment is stored, so it applies its update.
-		const bool last = i == (int)G->HapsS[s] - 1;
-		const bool same = uniformSite(G, s, i, l, act, fa);
-		unsigned char ones = 0;
-		for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) ones |= fa[h] << h;
-		siteOnes.push_back(ones);
-		siteUniform.push_back(same);
-		const bool uniform = same && l > start[w] && i > 0 && !last;
-		if (!uniform) emissions(G, l, act, fa, M.ed, M.ee, 1.0f);
-		if (l == start[w]) startRows(act, fa);
-		else if (i == 0) mixRows(act, fa, M.nrec[l - 1], M.recN[l - 1], false, s);
-		else stepRows(act, fa, M.nrec[l - 1], M.recN[l - 1], uniform);
-		closeSite(act);
-		if (last) {
-			appendItem(forwP, forwI, forwM, &forwS, G->HapsC[s], act);
-			s ++;
-			i = 0;
-		} else i ++;
+		const int n = G->HapsS[s];
+		readSegment(G, s, l0, act);
+		for (int i = 0 ; i < n ; i ++) {
+			const int l = l0 + i;
+			// The last site of a segment is stored, so it applies its update.
+			if (i > 0 && i < n - 1 && siteUniform[l - start_l]) {
+				skipSite(M.nrec[l - 1], M.recN[l - 1]);
+				continue;
+			}
+			siteAlleles(l, act, fa);
+			emissions(G, l, act, fa, M.ed, M.ee, 1.0f);
+			if (l == start[w]) startRows(act, fa);
+			else if (i == 0) mixRows(act, fa, M.nrec[l - 1], M.recN[l - 1], false, s);
+			else stepRows(act, fa, M.nrec[l - 1], M.recN[l - 1]);
+			closeSite(act);
+		}
+		appendItem(forwP, forwI, forwM, &forwS, G->HapsC[s], act);
 	}
 }
 
@@ -345,31 +363,35 @@ void haplotype_segment::backward(genotype_graph * G, hmm_parameters & M, int w) 
 	backP.reserve((size_t)windowRows(G, w) * Kp);
 	backI.reserve(segStop[w] - segStart[w] + 1);
 	int fa[max_fragments];
-	int s = segStop[w], i = G->HapsS[s] - 1;
-	for (int l = stop[w] ; l >= start[w] ; l --) {
+	for (int s = segStop[w], l1 = stop[w] ; s >= segStart[w] ; l1 -= G->HapsS[s --]) {
 		const unsigned int act = links.active(s);
-		const bool first = i == (int)G->HapsS[s] - 1;
-		const bool stored = i == 0 && l != start[w];
-		const bool uniform = recalledSite(l, act, fa) && l < stop[w] && !first && !stored;
-		// The last site starts from the emission divided by K; a cell without emission
-		// stays at 0 there.
-		if (l == stop[w]) {
-			emissions(G, l, act, fa, M.edN, M.eeN, 0.0f);
-			startRows(act, fa);
-		} else {
-			if (!uniform) emissions(G, l, act, fa, M.ed, M.ee, 1.0f);
-			if (first) mixRows(act, fa, M.nrec[l], M.recN[l], true, s);
-			else stepRows(act, fa, M.nrec[l], M.recN[l], uniform);
+		const int n = G->HapsS[s];
+		for (int i = n - 1 ; i >= 0 ; i --) {
+			const int l = l1 - (n - 1 - i);
+			// The first site of a segment but the window's first is stored.
+			const bool stored = i == 0 && l != start[w];
+			if (i < n - 1 && !stored && siteUniform[l - start_l]) {
+				skipSite(M.nrec[l], M.recN[l]);
+				continue;
+			}
+			siteAlleles(l, act, fa);
+			// The last site starts from the emission divided by K; a cell without emission
+			// stays at 0 there.
+			if (l == stop[w]) {
+				emissions(G, l, act, fa, M.edN, M.eeN, 0.0f);
+				startRows(act, fa);
+			} else {
+				emissions(G, l, act, fa, M.ed, M.ee, 1.0f);
+				if (i == n - 1) mixRows(act, fa, M.nrec[l], M.recN[l], true, s);
+				else stepRows(act, fa, M.nrec[l], M.recN[l]);
+			}
+			closeSite(act);
+			if (stored) appendItem(backP, backI, backM, nullptr, G->HapsC[s], act);
 		}
-		closeSite(act);
-		if (l == 0) {
+		if (l1 - n + 1 == 0) {
 			backS.assign(G->HapsC[0], 0.0);
 			for (int h = 0 ; h < (int)G->HapsC[0] ; h ++) if ((act >> h) & 1) backS[h] = rowC[h] * rowS[h];
 		}
-		if (i == 0) {
-			if (stored) appendItem(backP, backI, backM, nullptr, G->HapsC[s], act);
-			if (-- s >= 0) i = G->HapsS[s] - 1;
-		} else i --;
 	}
 	std::reverse(backI.begin(), backI.end());
 }

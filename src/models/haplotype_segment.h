@@ -22,8 +22,9 @@
 // relative weights in double. Rows have a stride of Kp cells, K rounded up to 8, whose padding has no
 // emission and so stays 0. A site where the unit is not missing, its fragments in use carry
 // one allele and all conditioning haplotypes carry one allele multiplies every cell by the
-// same emission, which the normalisation cancels: such a site only updates a pending
-// affine map of each row (row * A + B), applied at the next site that needs the cells.
+// same emission, which the normalisation cancels: a run of such sites only multiplies a
+// factor common to all rows, composed into a pending affine map of each row (row * A + B)
+// at the next site that needs the cells.
 class haplotype_segment {
 public:
 	genhap_set & GH;
@@ -88,12 +89,14 @@ private:
 	// (null for a panel haplotype).
 	std::vector < const unsigned char * > condBits;
 	std::vector < const std::vector < bool > * > condMiss;
-	// Cached byte of each conditioning haplotype, for the 8 sites it holds, and the bits of
-	// these sites where all of them carry 1 (condAll) or some carries 1 (condAny).
-	std::vector < unsigned char > condByte;
-	int cachedByte;
-	unsigned char condAll, condAny;
-	// Per site of the window from its first, start_l, as the forward pass found it: bit h
+	// Per byte of the window's sites, from the one holding start_l: the K bytes of the
+	// conditioning haplotypes, one after the other (byte b at b * K), and a byte with bit
+	// set where all of them agree (condSame).
+	std::vector < unsigned char > condBytes;
+	std::vector < unsigned char > condSame;
+	// Product of nrec / (nrec + K * recN) over the uniform sites passed since the last update.
+	double runP;
+	// Per site of the window from its first, start_l, as the forward pass read it: bit h
 	// set if fragment h carries allele 1, and whether the site is uniform.
 	int start_l;
 	std::vector < unsigned char > siteOnes;
@@ -107,12 +110,13 @@ private:
 	void forward(genotype_graph * G, hmm_parameters & M, int w);
 	void backward(genotype_graph * G, hmm_parameters & M, int w);
 
-	bool uniformSite(genotype_graph * G, int s, int i, int l, unsigned int act, int * fa);
-	bool recalledSite(int l, unsigned int act, int * fa);
-	void cacheByte(int l);
+	void readSegment(genotype_graph * G, int s, int l0, unsigned int act);
+	void siteAlleles(int l, unsigned int act, int * fa) const;
 	void emissions(genotype_graph * G, int l, unsigned int act, const int * fa, double match, double mismatch, float none);
 	void startRows(unsigned int act, const int * fa);
-	void stepRows(unsigned int act, const int * fa, double nrec, double recN, bool uniform);
+	void stepRows(unsigned int act, const int * fa, double nrec, double recN);
+	void skipSite(double nrec, double recN);
+	void settleRun(unsigned int act);
 	void mixRows(unsigned int act, const int * fa, double nrec, double recN, bool backward, int s);
 	void closeSite(unsigned int act);
 	void appendItem(std::vector < float > & P, std::vector < int > & I, std::vector < double > & mults, std::vector < double > * S, int C, unsigned int act);

@@ -3,6 +3,7 @@
 #include "objects/snp_set.h"
 #include "utils/lfile.h"
 #include "utils/sutils.h"
+#include "utils/vector_clones.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -20,7 +21,7 @@ rare_phaser::rare_phaser(genhap_set & _GH, const std::vector < std::vector < int
 
 // Whole 64-bit words of the XOR where they fit, bytes at the ends; the bits outside
 // first .. last and the bit of site l are masked out. The bound is checked a word at a time.
-int rare_phaser::distance(int a, int c, int first, int last, int l, int bound) const {
+SORVANE_POPCOUNT_CLONES int rare_phaser::distance(int a, int c, int first, int last, int l, int bound) const {
 	const unsigned char * x = GH.vecH[a].data.data(), * y = GH.vecH[c].data.data();
 	const int b0 = first >> 3, b1 = last >> 3;
 	auto byte = [&](int k) {
