@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 
 static const int max_fragments = segment_links::max_fragments;
 static const double underflow = 1e-300;
@@ -67,6 +69,26 @@ SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__
 	for (int k = 0 ; k < K ; k ++) e[k] = (((bytes[k] >> bit) & 1) == a) ? match : mismatch;
 }
 
+// Eight words of eight bytes as an 8 x 8 matrix, row i in word i and column j in byte j,
+// transposed in place: swapping the off-diagonal blocks of 4, then of 2, then of 1.
+static void transposeBytes(uint64_t * x) {
+	for (int i = 0 ; i < 4 ; i ++) {
+		const uint64_t t = ((x[i] >> 32) ^ x[i + 4]) & 0x00000000FFFFFFFFULL;
+		x[i] ^= t << 32;
+		x[i + 4] ^= t;
+	}
+	for (int i : { 0, 1, 4, 5 }) {
+		const uint64_t t = ((x[i] >> 16) ^ x[i + 2]) & 0x0000FFFF0000FFFFULL;
+		x[i] ^= t << 16;
+		x[i + 2] ^= t;
+	}
+	for (int i : { 0, 2, 4, 6 }) {
+		const uint64_t t = ((x[i] >> 8) ^ x[i + 1]) & 0x00FF00FF00FF00FFULL;
+		x[i] ^= t << 8;
+		x[i + 1] ^= t;
+	}
+}
+
 haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, bool drawn_known) :
 	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), Kp(0), cur(0), runP(1.0), start_l(0) {
 }
@@ -118,18 +140,26 @@ void haplotype_segment::prepareWindow(int w) {
 	emit.assign(2 * Kp, 0.0f);
 	mix.assign(Kp, 0.0f);
 	start_l = start[w];
-	const int first = start[w] >> 3, last = stop[w] >> 3;
-	condBytes.resize((size_t)(last - first + 1) * K);
-	condSame.assign(last - first + 1, 0);
-	for (int b = first ; b <= last ; b ++) {
-		unsigned char * bytes = condBytes.data() + (size_t)(b - first) * K;
+	const int first = start[w] >> 3, nb = (stop[w] >> 3) - first + 1;
+	condBytes.resize((size_t)nb * K);
+	int k0 = 0;
+	for (; k0 + 8 <= K ; k0 += 8) for (int b0 = 0 ; b0 < nb ; b0 += 8) {
+		const int m = std::min(8, nb - b0);
+		uint64_t x[8] = { 0 };
+		for (int i = 0 ; i < 8 ; i ++) memcpy(&x[i], condBits[k0 + i] + first + b0, m);
+		transposeBytes(x);
+		for (int j = 0 ; j < m ; j ++) memcpy(condBytes.data() + (size_t)(b0 + j) * K + k0, &x[j], 8);
+	}
+	for (; k0 < K ; k0 ++) for (int b = 0 ; b < nb ; b ++) condBytes[(size_t)b * K + k0] = condBits[k0][first + b];
+	condSame.resize(nb);
+	for (int b = 0 ; b < nb ; b ++) {
+		const unsigned char * bytes = condBytes.data() + (size_t)b * K;
 		unsigned char all = 0xFF, any = 0;
 		for (int k = 0 ; k < K ; k ++) {
-			bytes[k] = condBits[k][b];
 			all &= bytes[k];
 			any |= bytes[k];
 		}
-		condSame[b - first] = all | ~any;
+		condSame[b] = all | ~any;
 	}
 }
 
@@ -140,13 +170,24 @@ void haplotype_segment::prepareWindow(int w) {
 void haplotype_segment::readSegment(genotype_graph * G, int s, int l0, unsigned int act) {
 	const int n = G->HapsS[s], first = start_l >> 3;
 	const size_t at = siteOnes.size();
-	siteOnes.resize(at + n, 0);
+	// Eight bytes of slack, so that the last word of a fragment can be written whole.
+	siteOnes.resize(at + n + 8, 0);
 	siteUniform.resize(at + n, 0);
 	unsigned char * ones = siteOnes.data() + at;
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
-		const int base = G->HapsI[s] + h * n;
-		for (int i = 0 ; i < n ; i ++) ones[i] |= G->Haps.get(base + i) << h;
+		for (int i = 0 ; i < n ; i += 8) {
+			// Sites i .. i + 7 of fragment h, then one per byte: bit j goes to bit 8j.
+			uint64_t x = G->Haps.bits8(G->HapsI[s] + h * n + i) & (n - i >= 8 ? 0xFFu : (1u << (n - i)) - 1);
+			x = (x | (x << 28)) & 0x0000000F0000000FULL;
+			x = (x | (x << 14)) & 0x0003000300030003ULL;
+			x = (x | (x << 7)) & 0x0101010101010101ULL;
+			uint64_t w;
+			memcpy(&w, ones + i, 8);
+			w |= x << h;
+			memcpy(ones + i, &w, 8);
+		}
 	}
+	siteOnes.resize(at + n);
 	for (int i = 0 ; i < n ; i ++) {
 		const int l = l0 + i, used = ones[i] & act;
 		siteUniform[at + i] = (used == 0 || used == (int)act) && !G->Miss[l] && ((condSame[(l >> 3) - first] >> (l & 7)) & 1);

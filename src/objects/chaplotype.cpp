@@ -59,6 +59,14 @@ void chaplotype::clear() {
 	n = 0;
 }
 
+// Single bits up to a byte boundary of this haplotype, then whole bytes.
+void chaplotype::copyBits(int at, const chaplotype & src, int from, int count) {
+	int i = 0;
+	for (; i < count && ((at + i) & 7) ; i ++) set(at + i, src.get(from + i));
+	for (; i + 8 <= count ; i += 8) data[(at + i) >> 3] = src.bits8(from + i);
+	for (; i < count ; i ++) set(at + i, src.get(from + i));
+}
+
 void chaplotype::push_back(const std::vector < bool > & v) {
 	unsigned int first = n;
 	n += v.size();

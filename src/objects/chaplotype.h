@@ -30,6 +30,15 @@ public:
 		if (b) data[i >> 3] |= (unsigned char)(1 << (i & 7));
 		else data[i >> 3] &= (unsigned char)~(1 << (i & 7));
 	}
+	// Bits i .. i + 7 as one byte, bit i lowest; bits past the end read 0.
+	unsigned int bits8(int i) const {
+		const int b = i >> 3, size = data.size();
+		unsigned int v = data[b] | (b + 1 < size ? data[b + 1] << 8 : 0);
+		v >>= i & 7;
+		return (i + 8 <= (int)n ? v : v & ((1u << (n - i)) - 1)) & 0xFFu;
+	}
+	// Bits at .. at + count - 1 set to bits from .. from + count - 1 of src.
+	void copyBits(int at, const chaplotype & src, int from, int count);
 	void push_back(const std::vector < bool > & v);
 	std::string toString() const;
 

@@ -302,8 +302,7 @@ void genotype_graph::buildGuesses(std::vector < chaplotype > & H, std::vector < 
 	int cur[4] = { 0, 0, 0, 0 }, offset = 0;
 	for (unsigned int g = 0 ; g + 1 < probsI.size() ; g ++) {
 		followPath(g, path[g], cur);
-		for (int j = 0 ; j < type ; j ++)
-			for (unsigned int i = 0 ; i < HapsS[g] ; i ++) H[indexes[j]].set(offset + i, getA(g, cur[j], i));
+		for (int j = 0 ; j < type ; j ++) H[indexes[j]].copyBits(offset, Haps, HapsI[g] + cur[j] * HapsS[g], HapsS[g]);
 		offset += HapsS[g];
 	}
 }

@@ -45,3 +45,23 @@ TEST(chaplotype, StreamRoundTrip) {
 	ifile c(d.file("cut.bin"), true);
 	EXPECT_FALSE(cut.read(c));
 }
+
+// Bit ranges at every alignment, up to the last bit, against per-bit copies.
+TEST(chaplotype, BitRangesMatchPerBitReference) {
+	putils::initRandom(11);
+	const std::vector < bool > vs = randomBits(77, 0.5);
+	const chaplotype src(vs);
+	for (int i = 0 ; i < 77 ; i ++) {
+		unsigned int v = 0;
+		for (int j = 0 ; j < 8 && i + j < 77 ; j ++) v |= vs[i + j] << j;
+		ASSERT_EQ(src.bits8(i), v) << i;
+	}
+	for (int rep = 0 ; rep < 200 ; rep ++) {
+		const int from = putils::getRandom(77), count = putils::getRandom(78 - from), at = putils::getRandom(90 - count);
+		std::vector < bool > vd = randomBits(90, 0.5), ref = vd;
+		for (int i = 0 ; i < count ; i ++) ref[at + i] = vs[from + i];
+		chaplotype dst(vd);
+		dst.copyBits(at, src, from, count);
+		ASSERT_EQ(dst.data, chaplotype(ref).data) << from << " " << count << " " << at;
+	}
+}
