@@ -63,10 +63,59 @@ SORVANE_VECTOR_CLONES static double dotRow(const float * __restrict__ x, const f
 	return reduce(s);
 }
 
-// Emission row of unit allele a: `match` where bit `bit` of a conditioning haplotype's byte
-// is a, `mismatch` elsewhere.
-SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__ bytes, int bit, int a, float match, float mismatch, float * __restrict__ e, int K) {
-	for (int k = 0 ; k < K ; k ++) e[k] = (((bytes[k] >> bit) & 1) == a) ? match : mismatch;
+typedef float floats16 __attribute__((vector_size(64)));
+typedef float floats8 __attribute__((vector_size(32)));
+typedef int32_t ints16 __attribute__((vector_size(64)));
+typedef int32_t ints8 __attribute__((vector_size(32)));
+
+// updateRow with the emission row made on the fly from the site's bit row: e[k] is `one`
+// where bit k is set and `zero` where it is clear, for k < K, and 0 in the padding. The
+// cells and the sum come out bit for bit as from updateRow. bits is read up to Kp / 8 + 2.
+SORVANE_VECTOR_CLONES static double updateRowBits(const float * __restrict__ o, float a, float b, const unsigned char * __restrict__ bits, float one, float zero, float * __restrict__ c, int K, int Kp) {
+	const floats16 ones = (floats16){ 0 } + one, zeros = (floats16){ 0 } + zero;
+	const ints16 lane = { 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15 };
+	const ints16 laneBit = { 1 << 0, 1 << 1, 1 << 2, 1 << 3, 1 << 4, 1 << 5, 1 << 6, 1 << 7, 1 << 8, 1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14, 1 << 15 };
+	floats16 s = { 0 };
+	int k = 0;
+	for (; k + 16 <= Kp ; k += 16) {
+		uint16_t m;
+		floats16 ov;
+		memcpy(&m, bits + (k >> 3), 2);
+		memcpy(&ov, o + k, 64);
+		floats16 e = (((ints16){ 0 } + (int)m) & laneBit) != 0 ? ones : zeros;
+		if (k + 16 > K) e = lane < K - k ? e : (floats16){ 0 };
+		const floats16 v = (ov * a + b) * e;
+		memcpy(c + k, &v, 64);
+		s += v;
+	}
+	float t[16];
+	memcpy(t, &s, 64);
+	if (k < Kp) {
+		floats8 ov;
+		memcpy(&ov, o + k, 32);
+		const ints8 lane8 = { 0, 1, 2, 3, 4, 5, 6, 7 }, laneBit8 = { 1 << 0, 1 << 1, 1 << 2, 1 << 3, 1 << 4, 1 << 5, 1 << 6, 1 << 7 };
+		floats8 e = (((ints8){ 0 } + (int)bits[k >> 3]) & laneBit8) != 0 ? (floats8){ 0 } + one : (floats8){ 0 } + zero;
+		e = lane8 < K - k ? e : (floats8){ 0 };
+		const floats8 v = (ov * a + b) * e;
+		memcpy(c + k, &v, 32);
+		for (int j = 0 ; j < 8 ; j ++) t[j] += v[j];
+	}
+	return reduce(t);
+}
+
+// Emission row of a site from its bit row: `one` where bit k is set and `zero` where it is
+// clear, for k < K; the padding up to Kp is left as it is. bits is read up to Kp / 8 + 2.
+SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__ bits, float one, float zero, float * __restrict__ e, int K) {
+	const floats16 ones = (floats16){ 0 } + one, zeros = (floats16){ 0 } + zero;
+	const ints16 laneBit = { 1 << 0, 1 << 1, 1 << 2, 1 << 3, 1 << 4, 1 << 5, 1 << 6, 1 << 7, 1 << 8, 1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14, 1 << 15 };
+	int k = 0;
+	for (; k + 16 <= K ; k += 16) {
+		uint16_t m;
+		memcpy(&m, bits + (k >> 3), 2);
+		const floats16 v = (((ints16){ 0 } + (int)m) & laneBit) != 0 ? ones : zeros;
+		memcpy(e + k, &v, 64);
+	}
+	for (; k < K ; k ++) e[k] = ((bits[k >> 3] >> (k & 7)) & 1) ? one : zero;
 }
 
 // Eight words of eight bytes as an 8 x 8 matrix, row i in word i and column j in byte j,
@@ -89,8 +138,19 @@ static void transposeBytes(uint64_t * x) {
 	}
 }
 
+// A word as an 8 x 8 bit matrix, row i in byte i and column j in bit j, transposed: the
+// same swaps of off-diagonal blocks within one word.
+static uint64_t transposeBits(uint64_t x) {
+	uint64_t t = (x ^ (x >> 7)) & 0x00AA00AA00AA00AAULL;
+	x ^= t ^ (t << 7);
+	t = (x ^ (x >> 14)) & 0x0000CCCC0000CCCCULL;
+	x ^= t ^ (t << 14);
+	t = (x ^ (x >> 28)) & 0x00000000F0F0F0F0ULL;
+	return x ^ t ^ (t << 28);
+}
+
 haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, bool drawn_known) :
-	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), Kp(0), cur(0), runP(1.0), start_l(0) {
+	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), Kp(0), cur(0), siteRow(nullptr), siteMatch(0.0f), siteMismatch(0.0f), siteRows(false), rowBytes(0), runP(1.0), start_l(0) {
 }
 
 void haplotype_segment::windows(const std::vector < std::vector < int > > & cond, const std::vector < int > & segStart, const std::vector < int > & segStop, const std::vector < int > & start, const std::vector < int > & stop) {
@@ -140,27 +200,40 @@ void haplotype_segment::prepareWindow(int w) {
 	emit.assign(2 * Kp, 0.0f);
 	mix.assign(Kp, 0.0f);
 	start_l = start[w];
+	// Eight conditioning haplotypes by 64 sites at a time: their bytes transposed to one word
+	// per byte of sites, each word then a matrix of 8 haplotypes by 8 sites, transposed to
+	// one byte per site.
 	const int first = start[w] >> 3, nb = (stop[w] >> 3) - first + 1;
-	condBytes.resize((size_t)nb * K);
+	rowBytes = Kp / 8;
+	// Two bytes of slack: a row update reads 16 bits at a time.
+	siteBits.assign((size_t)nb * 8 * rowBytes + 2, 0);
+	// Per byte of sites: the bits set in all conditioning haplotypes, and in any of them.
+	allOnes.assign(nb, 0xFF);
+	anyOnes.assign(nb, 0);
 	int k0 = 0;
 	for (; k0 + 8 <= K ; k0 += 8) for (int b0 = 0 ; b0 < nb ; b0 += 8) {
 		const int m = std::min(8, nb - b0);
 		uint64_t x[8] = { 0 };
 		for (int i = 0 ; i < 8 ; i ++) memcpy(&x[i], condBits[k0 + i] + first + b0, m);
 		transposeBytes(x);
-		for (int j = 0 ; j < m ; j ++) memcpy(condBytes.data() + (size_t)(b0 + j) * K + k0, &x[j], 8);
-	}
-	for (; k0 < K ; k0 ++) for (int b = 0 ; b < nb ; b ++) condBytes[(size_t)b * K + k0] = condBits[k0][first + b];
-	condSame.resize(nb);
-	for (int b = 0 ; b < nb ; b ++) {
-		const unsigned char * bytes = condBytes.data() + (size_t)b * K;
-		unsigned char all = 0xFF, any = 0;
-		for (int k = 0 ; k < K ; k ++) {
-			all &= bytes[k];
-			any |= bytes[k];
+		for (int j = 0 ; j < m ; j ++) {
+			uint64_t all = x[j] & (x[j] >> 32), any = x[j] | (x[j] >> 32);
+			all &= all >> 16;
+			any |= any >> 16;
+			allOnes[b0 + j] &= all & (all >> 8);
+			anyOnes[b0 + j] |= any | (any >> 8);
+			const uint64_t y = transposeBits(x[j]);
+			for (int t = 0 ; t < 8 ; t ++) siteBits[(size_t)(8 * (b0 + j) + t) * rowBytes + (k0 >> 3)] = y >> (8 * t);
 		}
-		condSame[b] = all | ~any;
 	}
+	for (; k0 < K ; k0 ++) for (int b = 0 ; b < nb ; b ++) {
+		const unsigned char x = condBits[k0][first + b];
+		allOnes[b] &= x;
+		anyOnes[b] |= x;
+		for (int t = 0 ; t < 8 ; t ++) if ((x >> t) & 1) siteBits[(size_t)(8 * b + t) * rowBytes + (k0 >> 3)] |= 1 << (k0 & 7);
+	}
+	condSame.resize(8 * nb);
+	for (int i = 0 ; i < 8 * nb ; i ++) condSame[i] = (((allOnes[i >> 3] | ~anyOnes[i >> 3]) >> (i & 7)) & 1);
 }
 
 // The sites of segment s, from site l0 of the window on, as the passes see them: bit h of
@@ -190,7 +263,7 @@ void haplotype_segment::readSegment(genotype_graph * G, int s, int l0, unsigned 
 	siteOnes.resize(at + n);
 	for (int i = 0 ; i < n ; i ++) {
 		const int l = l0 + i, used = ones[i] & act;
-		siteUniform[at + i] = (used == 0 || used == (int)act) && !G->Miss[l] && ((condSame[(l >> 3) - first] >> (l & 7)) & 1);
+		siteUniform[at + i] = (used == 0 || used == (int)act) && !G->Miss[l] && condSame[l - 8 * first];
 	}
 }
 
@@ -200,18 +273,29 @@ void haplotype_segment::siteAlleles(int l, unsigned int act, int * fa) const {
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) fa[h] = (ones >> h) & 1;
 }
 
-// The emission row of each allele that the fragments carry. Where the unit is missing, a
-// conditioning haplotype whose sample is missing too gets `none` in place of an emission.
+// The emissions of site l. Where the unit is missing, a conditioning haplotype whose sample
+// is missing too gets `none` in place of an emission: there the rows of the alleles that the
+// fragments carry are made here. Elsewhere each row update reads the site's bit row.
 void haplotype_segment::emissions(genotype_graph * G, int l, unsigned int act, const int * fa, double match, double mismatch, float none) {
+	siteRow = siteBits.data() + (size_t)(l - (start_l & ~7)) * rowBytes;
+	siteMatch = match;
+	siteMismatch = mismatch;
+	siteRows = G->Miss[l];
+	if (!siteRows) return;
 	unsigned int used = 0;
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) used |= 1u << fa[h];
-	const bool miss = G->Miss[l];
-	if (miss) for (int k = 0 ; k < K ; k ++) missing[k] = condMiss[k] && (*condMiss[k])[l];
+	for (int k = 0 ; k < K ; k ++) missing[k] = condMiss[k] && (*condMiss[k])[l];
 	for (int a = 0 ; a < 2 ; a ++) if ((used >> a) & 1) {
 		float * e = emit.data() + a * Kp;
-		emissionRow(condBytes.data() + (size_t)((l >> 3) - (start_l >> 3)) * K, l & 7, a, (float)match, (float)mismatch, e, K);
-		if (miss) for (int k = 0 ; k < K ; k ++) if (missing[k]) e[k] = none;
+		emissionRow(siteRow, a ? siteMatch : siteMismatch, a ? siteMismatch : siteMatch, e, K);
+		for (int k = 0 ; k < K ; k ++) if (missing[k]) e[k] = none;
 	}
+}
+
+// Row c from row o: c[k] = (o[k] * a + b) * the emission of `allele` at the current site.
+double haplotype_segment::updateCells(const float * o, float a, float b, int allele, float * c) const {
+	if (siteRows) return updateRow(o, a, b, emit.data() + allele * Kp, c, Kp);
+	return updateRowBits(o, a, b, siteRow, allele ? siteMatch : siteMismatch, allele ? siteMismatch : siteMatch, c, K, Kp);
 }
 
 // Fragment h shares the row of the first active fragment before it that came from the same
@@ -228,7 +312,7 @@ void haplotype_segment::startRows(unsigned int act, const int * fa) {
 	const int none[max_fragments] = { 0 };
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
 		rep[h] = shareRow(act, none, fa, h);
-		rowS[h] = rep[h] == h ? updateRow(mix.data(), 1.0f, 0.0f, emit.data() + fa[h] * Kp, next + h * Kp, Kp) : rowS[rep[h]];
+		rowS[h] = rep[h] == h ? updateCells(mix.data(), 1.0f, 0.0f, fa[h], next + h * Kp) : rowS[rep[h]];
 		rowA[h] = rowC[h] = 1.0;
 		rowB[h] = 0.0;
 	}
@@ -260,7 +344,7 @@ void haplotype_segment::stepRows(unsigned int act, const int * fa, double nrec, 
 			rowC[h] *= rowS[h];
 		}
 		const double A = rowA[h] * nrec * by, B = (rowB[h] * nrec + rowS[h] * recN) * by;
-		rowS[h] = updateRow(old + from[h] * Kp, (float)A, (float)B, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
+		rowS[h] = updateCells(old + from[h] * Kp, (float)A, (float)B, fa[h], next + h * Kp);
 		rowA[h] = 1.0;
 		rowB[h] = 0.0;
 	}
@@ -320,7 +404,7 @@ void haplotype_segment::mixRows(unsigned int act, const int * fa, double nrec, d
 			}
 			mixed = src[h];
 		}
-		sums[h] = updateRow(mix.data(), 1.0f, 0.0f, emit.data() + fa[h] * Kp, next + h * Kp, Kp);
+		sums[h] = updateCells(mix.data(), 1.0f, 0.0f, fa[h], next + h * Kp);
 		mults[h] = top;
 	}
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {

@@ -79,8 +79,12 @@ private:
 	// same alleles so far in the pass have the same cells, bit for bit, so only the first of
 	// them (rep[h] == h) holds a row; the others read it. Their scalars are kept each.
 	int rep[segment_links::max_fragments];
-	// Per site: the missing flags of the conditioning haplotypes, and one emission row per
-	// allele of the unit (row a at a * Kp).
+	// The current site: its bit row, the two emissions, and whether the emissions are rows
+	// (the unit is missing there): then the missing flags of the conditioning haplotypes, and
+	// one emission row per allele of the unit (row a at a * Kp).
+	const unsigned char * siteRow;
+	float siteMatch, siteMismatch;
+	bool siteRows;
 	std::vector < unsigned char > missing;
 	std::vector < float > emit;
 	// Sum of the source rows at a segment boundary, or one side of an interior product.
@@ -89,11 +93,13 @@ private:
 	// (null for a panel haplotype).
 	std::vector < const unsigned char * > condBits;
 	std::vector < const std::vector < bool > * > condMiss;
-	// Per byte of the window's sites, from the one holding start_l: the K bytes of the
-	// conditioning haplotypes, one after the other (byte b at b * K), and a byte with bit
-	// set where all of them agree (condSame).
-	std::vector < unsigned char > condBytes;
+	// Per site of the window, from the first of the byte holding start_l: one bit row of
+	// rowBytes = Kp / 8 bytes, bit k set if conditioning haplotype k carries allele 1, and
+	// whether all conditioning haplotypes carry one allele (condSame).
+	int rowBytes;
+	std::vector < unsigned char > siteBits;
 	std::vector < unsigned char > condSame;
+	std::vector < unsigned char > allOnes, anyOnes;
 	// Product of nrec / (nrec + K * recN) over the uniform sites passed since the last update.
 	double runP;
 	// Per site of the window from its first, start_l, as the forward pass read it: bit h
@@ -113,6 +119,7 @@ private:
 	void readSegment(genotype_graph * G, int s, int l0, unsigned int act);
 	void siteAlleles(int l, unsigned int act, int * fa) const;
 	void emissions(genotype_graph * G, int l, unsigned int act, const int * fa, double match, double mismatch, float none);
+	double updateCells(const float * o, float a, float b, int allele, float * c) const;
 	void startRows(unsigned int act, const int * fa);
 	void stepRows(unsigned int act, const int * fa, double nrec, double recN);
 	void skipSite(double nrec, double recN);

@@ -7,10 +7,11 @@
 using namespace modeltest;
 
 // Every kind of unit against enumeration: many windows or one, missing data, emissions scaled
-// by 1e-4, rare alleles, a mismatch of 1e-12, twins (11 is 10 but for the last site).
+// by 1e-4, rare alleles, a mismatch of 1e-12, twins (11 is 10 but for the last site), and
+// sets repeated cyclically to K haplotypes, so that rows span several vectors and a remainder.
 TEST(haplotype_segment, ExpectationMatchesEnumeratedChains) {
 	putils::initRandom(31);
-	struct Case { int type, L; double het, miss; bool oneWindow; double scale = 1.0, alt = 0.35; bool twins = false; double ee = 0.0; };
+	struct Case { int type, L; double het, miss; bool oneWindow; double scale = 1.0, alt = 0.35; bool twins = false; double ee = 0.0; int K = 0; };
 	const Case cases[] = {
 		{ 1, 40, 0.0, 0.1, false }, { 2, 40, 0.2, 0.1, false }, { 2, 30, 0.3, 0.0, false },
 		{ 1, 130, 0.0, 0.02, true }, { 2, 130, 0.02, 0.01, true },
@@ -19,6 +20,7 @@ TEST(haplotype_segment, ExpectationMatchesEnumeratedChains) {
 		{ 1, 130, 0.0, 0.02, true, 1.0, 0.03 }, { 2, 130, 0.02, 0.01, true, 1.0, 0.03 }, { 3, 60, 0.05, 0.02, false, 1.0, 0.03 },
 		{ 2, 40, 0.2, 0.1, false, 1.0, 0.35, true }, { 4, 30, 0.15, 0.05, false, 1.0, 0.35, true }, { 2, 130, 0.02, 0.02, true, 1.0, 0.1, true },
 		{ 2, 60, 0.15, 0.0, false, 1.0, 0.35, false, 1e-12 }, { 4, 40, 0.1, 0.0, false, 1.0, 0.35, false, 1e-12 },
+		{ 2, 40, 0.2, 0.1, false, 1.0, 0.35, false, 0.0, 37 }, { 2, 60, 0.1, 0.02, true, 1.0, 0.1, false, 0.0, 100 }, { 4, 30, 0.15, 0.05, false, 1.0, 0.35, false, 0.0, 24 },
 	};
 	for (const Case & c : cases) for (int rep = 0 ; rep < 3 ; rep ++) {
 		Scene x(c.type, c.L, c.het, c.miss, c.oneWindow, c.alt);
@@ -28,6 +30,7 @@ TEST(haplotype_segment, ExpectationMatchesEnumeratedChains) {
 			H[11].set(c.L - 1, !H[10].get(c.L - 1));
 			for (auto & set : x.cond) for (int k : { 0, 1, 2, 6, 7, 10, 11 }) if (std::find(set.begin(), set.end(), k) == set.end()) set.push_back(k);
 		}
+		for (auto & set : x.cond) { const size_t n = set.size(); for (size_t i = 0 ; (int)set.size() < c.K ; i ++) set.push_back(set[i % n]); }
 		if (c.ee > 0.0) x.M.ee = x.M.eeN = c.ee;
 		hmm_parameters scaled = x.M;
 		for (double * e : { &scaled.ed, &scaled.ee, &scaled.edN, &scaled.eeN }) *e *= c.scale;
