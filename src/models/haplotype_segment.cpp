@@ -328,9 +328,13 @@ void haplotype_segment::stepRows(unsigned int act, const int * fa, double nrec, 
 	float * next = lattice[cur ^ 1].data();
 	int from[max_fragments];
 	std::copy(rep, rep + max_fragments, from);
+	// Rows split only where the fragments carry both alleles; elsewhere they keep their reps.
+	unsigned int ones = 0;
+	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) ones |= (unsigned int)fa[h] << h;
+	const bool split = ones != 0 && ones != act;
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) {
 		// A fragment sharing a row shares its scalars too, and its row came first.
-		rep[h] = shareRow(act, from, fa, h);
+		if (split) rep[h] = shareRow(act, from, fa, h);
 		if (rep[h] != h) {
 			rowA[h] = rowA[rep[h]];
 			rowB[h] = rowB[rep[h]];

@@ -38,6 +38,11 @@ void genhap_set::initialise(std::vector < genotype_graph * > & graphs, snp_set *
 		hap_names.push_back(vecG[i]->name);
 		vecH.push_back(chaplotype(n_sites));
 	}
+	partner.assign(hap2ind.size(), -1);
+	for (int i = 0 ; i < N ; i ++) if (vecG[i]->type == 2) {
+		partner[ind2hap[i][0]] = ind2hap[i][1];
+		partner[ind2hap[i][1]] = ind2hap[i][0];
+	}
 	linkRelatives();
 	maskFounders();
 	reference_mask.assign(founder_mask.size(), false);

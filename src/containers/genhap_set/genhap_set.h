@@ -40,6 +40,9 @@ public:
 	// Per graph, its haplotypes in track order; per graph haplotype, its graph.
 	std::vector < std::vector < int > > ind2hap;
 	std::vector < int > hap2ind;
+	// Per graph haplotype: the other haplotype of its unit if the unit is unrelated (type 2),
+	// else -1; flat, so that the selection of states need not reach into the graphs.
+	std::vector < int > partner;
 	// Per graph, the graphs of its family, itself included, ascending.
 	std::vector < std::vector < int > > relatives;
 	std::vector < bool > founder_mask;

@@ -141,9 +141,9 @@ void genhap_set::subsetHaplotypes_pbwt(std::vector < bool > & input, int ind, in
 	std::vector < int > barred;
 	auto admit = [&](int h, std::vector < bool > & taken, int & added) {
 		if (std::find(barred.begin(), barred.end(), h) != barred.end()) return false;
-		if (h >= (int)hap2ind.size() || vecG[hap2ind[h]]->type != 2) return true;
-		const int a0 = ind2hap[hap2ind[h]][0], a1 = ind2hap[hap2ind[h]][1], other = (h == a0) ? a1 : a0;
-		if (!taken[other]) return true;
+		const int other = h < (int)partner.size() ? partner[h] : -1;
+		if (other < 0 || !taken[other]) return true;
+		const int a0 = std::min(h, other), a1 = std::max(h, other);
 		// The rule compares a0 with the target haplotype it resembles more.
 		const bool crossed = vecH[a0].hamming(t1, left, right) + vecH[a1].hamming(t0, left, right) < vecH[a0].hamming(t0, left, right) + vecH[a1].hamming(t1, left, right);
 		const int r = non_overlapping_hamming_distance(vecH[a0], vecH[a1], crossed ? t1 : t0, crossed ? t0 : t1, left, right);
