@@ -20,31 +20,40 @@ static const double min_total = 1e-30;
 // one rounding (the build turns contraction off), and the partial sums are laid out in the
 // code, so all clones give the same bits. Rows have a stride of Kp, a multiple of 8.
 
-// Sum of 16 partial sums, in a fixed order.
-static inline double reduce(float * s) {
-	for (int j = 0 ; j < 8 ; j ++) s[j] += s[j + 8];
-	for (int j = 0 ; j < 4 ; j ++) s[j] += s[j + 4];
-	return ((double)s[0] + s[2]) + ((double)s[1] + s[3]);
+typedef float floats16 __attribute__((vector_size(64)));
+typedef float floats8 __attribute__((vector_size(32)));
+typedef float floats4 __attribute__((vector_size(16)));
+typedef int32_t ints16 __attribute__((vector_size(64)));
+typedef int32_t ints8 __attribute__((vector_size(32)));
+// The same vectors read from and written to rows of floats, at any float boundary.
+typedef float rows16 __attribute__((vector_size(64), aligned(4), may_alias));
+typedef float rows8 __attribute__((vector_size(32), aligned(4), may_alias));
+
+// Sum of 16 partial sums s[j], k = j mod 16, the first 8 taking the 8 of a last half block
+// too, in a fixed order, in vectors.
+static inline double reduce(const floats16 & s, const floats8 & tail) {
+	floats8 h = __builtin_shufflevector(s, s, 0, 1, 2, 3, 4, 5, 6, 7) + tail;
+	h += __builtin_shufflevector(s, s, 8, 9, 10, 11, 12, 13, 14, 15);
+	const floats4 q = __builtin_shufflevector(h, h, 0, 1, 2, 3) + __builtin_shufflevector(h, h, 4, 5, 6, 7);
+	return ((double)q[0] + q[2]) + ((double)q[1] + q[3]);
 }
 
-// One row of a lattice: c[k] = (o[k] * a + b) * e[k]; returns the sum of the row. Sixteen partial sums break the serial dependency
-// of the sum so that the loop vectorises and two vector additions are in flight at once.
+// One row of a lattice: c[k] = (o[k] * a + b) * e[k]; returns the sum of the row, kept as 16
+// partial sums (k mod 16) so that the loop runs in vectors.
 SORVANE_VECTOR_CLONES static double updateRow(const float * __restrict__ o, float a, float b, const float * __restrict__ e, float * __restrict__ c, int Kp) {
-	float s[16] = { 0.0f };
+	floats16 s = { 0 };
+	floats8 t = { 0 };
 	int k = 0;
-	for (; k + 16 <= Kp ; k += 16)
-		for (int j = 0 ; j < 16 ; j ++) {
-			const float v = (o[k + j] * a + b) * e[k + j];
-			c[k + j] = v;
-			s[j] += v;
-		}
-	if (k < Kp)
-		for (int j = 0 ; j < 8 ; j ++) {
-			const float v = (o[k + j] * a + b) * e[k + j];
-			c[k + j] = v;
-			s[j] += v;
-		}
-	return reduce(s);
+	for (; k + 16 <= Kp ; k += 16) {
+		const floats16 v = (*(const rows16 *)(o + k) * a + b) * *(const rows16 *)(e + k);
+		*(rows16 *)(c + k) = v;
+		s += v;
+	}
+	if (k < Kp) {
+		t = (*(const rows8 *)(o + k) * a + b) * *(const rows8 *)(e + k);
+		*(rows8 *)(c + k) = t;
+	}
+	return reduce(s, t);
 }
 
 // m[k] += o[k] * a + b.
@@ -54,19 +63,13 @@ SORVANE_VECTOR_CLONES static void addRow(const float * __restrict__ o, float a, 
 
 // Sum of x[k] * y[k].
 SORVANE_VECTOR_CLONES static double dotRow(const float * __restrict__ x, const float * __restrict__ y, int Kp) {
-	float s[16] = { 0.0f };
+	floats16 s = { 0 };
+	floats8 t = { 0 };
 	int k = 0;
-	for (; k + 16 <= Kp ; k += 16)
-		for (int j = 0 ; j < 16 ; j ++) s[j] += x[k + j] * y[k + j];
-	if (k < Kp)
-		for (int j = 0 ; j < 8 ; j ++) s[j] += x[k + j] * y[k + j];
-	return reduce(s);
+	for (; k + 16 <= Kp ; k += 16) s += *(const rows16 *)(x + k) * *(const rows16 *)(y + k);
+	if (k < Kp) t = *(const rows8 *)(x + k) * *(const rows8 *)(y + k);
+	return reduce(s, t);
 }
-
-typedef float floats16 __attribute__((vector_size(64)));
-typedef float floats8 __attribute__((vector_size(32)));
-typedef int32_t ints16 __attribute__((vector_size(64)));
-typedef int32_t ints8 __attribute__((vector_size(32)));
 
 // updateRow with the emission row made on the fly from the site's bit row: e[k] is `one`
 // where bit k is set and `zero` where it is clear, for k < K, and 0 in the padding. The
@@ -76,31 +79,25 @@ SORVANE_VECTOR_CLONES static double updateRowBits(const float * __restrict__ o, 
 	const ints16 lane = { 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15 };
 	const ints16 laneBit = { 1 << 0, 1 << 1, 1 << 2, 1 << 3, 1 << 4, 1 << 5, 1 << 6, 1 << 7, 1 << 8, 1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14, 1 << 15 };
 	floats16 s = { 0 };
+	floats8 t = { 0 };
 	int k = 0;
 	for (; k + 16 <= Kp ; k += 16) {
 		uint16_t m;
-		floats16 ov;
 		memcpy(&m, bits + (k >> 3), 2);
-		memcpy(&ov, o + k, 64);
 		floats16 e = (((ints16){ 0 } + (int)m) & laneBit) != 0 ? ones : zeros;
 		if (k + 16 > K) e = lane < K - k ? e : (floats16){ 0 };
-		const floats16 v = (ov * a + b) * e;
-		memcpy(c + k, &v, 64);
+		const floats16 v = (*(const rows16 *)(o + k) * a + b) * e;
+		*(rows16 *)(c + k) = v;
 		s += v;
 	}
-	float t[16];
-	memcpy(t, &s, 64);
 	if (k < Kp) {
-		floats8 ov;
-		memcpy(&ov, o + k, 32);
 		const ints8 lane8 = { 0, 1, 2, 3, 4, 5, 6, 7 }, laneBit8 = { 1 << 0, 1 << 1, 1 << 2, 1 << 3, 1 << 4, 1 << 5, 1 << 6, 1 << 7 };
 		floats8 e = (((ints8){ 0 } + (int)bits[k >> 3]) & laneBit8) != 0 ? (floats8){ 0 } + one : (floats8){ 0 } + zero;
 		e = lane8 < K - k ? e : (floats8){ 0 };
-		const floats8 v = (ov * a + b) * e;
-		memcpy(c + k, &v, 32);
-		for (int j = 0 ; j < 8 ; j ++) t[j] += v[j];
+		t = (*(const rows8 *)(o + k) * a + b) * e;
+		*(rows8 *)(c + k) = t;
 	}
-	return reduce(t);
+	return reduce(s, t);
 }
 
 // Emission row of a site from its bit row: `one` where bit k is set and `zero` where it is
@@ -191,9 +188,13 @@ void haplotype_segment::prepareWindow(int w) {
 	Kp = (K + 7) & ~7;
 	condBits.resize(K);
 	condMiss.resize(K);
+	const int first = start[w] >> 3, nb = (stop[w] >> 3) - first + 1;
 	for (int k = 0 ; k < K ; k ++) {
 		condBits[k] = H[C[k]].data.data();
 		condMiss[k] = (!drawn_known && C[k] < (int)GH.hap2ind.size()) ? &GH.vecG[GH.hap2ind[C[k]]]->Miss : nullptr;
+		// The haplotypes lie apart in memory: their window's bytes are fetched all at once.
+		for (int b = 0 ; b < nb ; b += 64) __builtin_prefetch(condBits[k] + first + b);
+		__builtin_prefetch(condBits[k] + first + nb - 1);
 	}
 	for (std::vector < float > & L : lattice) L.assign(max_fragments * Kp, 0.0f);
 	missing.assign(K, 0);
@@ -203,7 +204,6 @@ void haplotype_segment::prepareWindow(int w) {
 	// Eight conditioning haplotypes by 64 sites at a time: their bytes transposed to one word
 	// per byte of sites, each word then a matrix of 8 haplotypes by 8 sites, transposed to
 	// one byte per site.
-	const int first = start[w] >> 3, nb = (stop[w] >> 3) - first + 1;
 	rowBytes = Kp / 8;
 	// Two bytes of slack: a row update reads 16 bits at a time.
 	siteBits.assign((size_t)nb * 8 * rowBytes + 2, 0);
