@@ -207,30 +207,32 @@ void haplotype_segment::prepareWindow(int w) {
 	rowBytes = Kp / 8;
 	// Two bytes of slack: a row update reads 16 bits at a time.
 	siteBits.assign((size_t)nb * 8 * rowBytes + 2, 0);
+	unsigned char * out = siteBits.data();
+	const int stride = rowBytes;
 	// Per byte of sites: the bits set in all conditioning haplotypes, and in any of them.
 	allOnes.assign(nb, 0xFF);
 	anyOnes.assign(nb, 0);
-	int k0 = 0;
-	for (; k0 + 8 <= K ; k0 += 8) for (int b0 = 0 ; b0 < nb ; b0 += 8) {
-		const int m = std::min(8, nb - b0);
-		uint64_t x[8] = { 0 };
-		for (int i = 0 ; i < 8 ; i ++) memcpy(&x[i], condBits[k0 + i] + first + b0, m);
-		transposeBytes(x);
-		for (int j = 0 ; j < m ; j ++) {
-			uint64_t all = x[j] & (x[j] >> 32), any = x[j] | (x[j] >> 32);
-			all &= all >> 16;
-			any |= any >> 16;
-			allOnes[b0 + j] &= all & (all >> 8);
-			anyOnes[b0 + j] |= any | (any >> 8);
-			const uint64_t y = transposeBits(x[j]);
-			for (int t = 0 ; t < 8 ; t ++) siteBits[(size_t)(8 * (b0 + j) + t) * rowBytes + (k0 >> 3)] = y >> (8 * t);
+	for (int k0 = 0 ; k0 < K ; k0 += 8) {
+		// A last group of fewer than 8 repeats its last haplotype, which changes neither
+		// allOnes nor anyOnes, and keeps the bits of its own haplotypes only.
+		const int valid = std::min(8, K - k0);
+		const uint64_t keep = 0x0101010101010101ULL * ((1u << valid) - 1);
+		for (int b0 = 0 ; b0 < nb ; b0 += 8) {
+			const int m = std::min(8, nb - b0);
+			uint64_t x[8] = { 0 };
+			for (int i = 0 ; i < 8 ; i ++) memcpy(&x[i], condBits[k0 + std::min(i, valid - 1)] + first + b0, m);
+			transposeBytes(x);
+			for (int j = 0 ; j < m ; j ++) {
+				uint64_t all = x[j] & (x[j] >> 32), any = x[j] | (x[j] >> 32);
+				all &= all >> 16;
+				any |= any >> 16;
+				allOnes[b0 + j] &= all & (all >> 8);
+				anyOnes[b0 + j] |= any | (any >> 8);
+				const uint64_t y = transposeBits(x[j]) & keep;
+				unsigned char * row = out + (size_t)8 * (b0 + j) * stride + (k0 >> 3);
+				for (int t = 0 ; t < 8 ; t ++) row[t * stride] = y >> (8 * t);
+			}
 		}
-	}
-	for (; k0 < K ; k0 ++) for (int b = 0 ; b < nb ; b ++) {
-		const unsigned char x = condBits[k0][first + b];
-		allOnes[b] &= x;
-		anyOnes[b] |= x;
-		for (int t = 0 ; t < 8 ; t ++) if ((x >> t) & 1) siteBits[(size_t)(8 * b + t) * rowBytes + (k0 >> 3)] |= 1 << (k0 & 7);
 	}
 	condSame.resize(8 * nb);
 	for (int i = 0 ; i < 8 * nb ; i ++) condSame[i] = (((allOnes[i >> 3] | ~anyOnes[i >> 3]) >> (i & 7)) & 1);

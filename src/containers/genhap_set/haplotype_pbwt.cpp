@@ -100,10 +100,16 @@ void haplotype_pbwt::select(const std::vector < bool > & allowed, const std::vec
 	while (std::gcd(stride, C) != 1) stride ++;
 	std::vector < walker > walks;
 	walks.reserve((size_t)C * T);
-	for (int i = 0 ; i < C ; i ++) {
-		const int c = first + (int)(((long)i * stride) % C);
-		for (int t : targets) walks.push_back(startWalk(c, t));
+	// The rows of the checkpoints lie far apart: the targets' ranks, then their neighbours,
+	// are fetched for all walks before any is read.
+	auto checkpoint = [&](int i) { return first + (int)(((long)i * stride) % C); };
+	for (int i = 0 ; i < C ; i ++) for (int t : targets) __builtin_prefetch(&rank[(size_t)checkpoint(i) * N + t]);
+	for (int i = 0 ; i < C ; i ++) for (int t : targets) {
+		const size_t at = (size_t)checkpoint(i) * N + rank[(size_t)checkpoint(i) * N + t];
+		__builtin_prefetch(&order[at]);
+		__builtin_prefetch(&start[at]);
 	}
+	for (int i = 0 ; i < C ; i ++) for (int t : targets) walks.push_back(startWalk(checkpoint(i), t));
 	int added = 0, alive = walks.size();
 	while (added < states && alive > 0) {
 		alive = 0;
