@@ -36,10 +36,21 @@ int work_queue::size() const {
 	return threads.size() + 1;
 }
 
+// Waking a sleeping thread takes tens of microseconds, as long as the serial step between
+// two batches of small units: a thread waiting for the next call or for the workers to end
+// one first polls for a short while before it sleeps.
+static const std::chrono::microseconds poll_time (200);
+
+static void poll(const std::function < bool () > & done) {
+	const auto until = std::chrono::steady_clock::now() + poll_time;
+	while (!done() && std::chrono::steady_clock::now() < until) std::this_thread::yield();
+}
+
 // A worker sleeps until a call numbered after the last one it ran, or the end.
 void work_queue::work(int worker) {
 	unsigned long seen = 0;
 	for (;;) {
+		poll([&] { return stopping || generation != seen; });
 		{
 			std::unique_lock < std::mutex > lock (mutex);
 			wake.wait(lock, [&] { return stopping || generation != seen; });
@@ -80,6 +91,7 @@ void work_queue::together(const std::function < void (int worker) > & f) {
 		fail();
 	}
 	std::exception_ptr e;
+	poll([&] { return running == 0; });
 	{
 		std::unique_lock < std::mutex > lock (mutex);
 		idle.wait(lock, [&] { return running == 0; });

@@ -1,6 +1,7 @@
 #ifndef _WORK_QUEUE_H
 #define _WORK_QUEUE_H
 
+#include <atomic>
 #include <condition_variable>
 #include <exception>
 #include <functional>
@@ -70,9 +71,10 @@ private:
 	// The body every worker runs in the current call, numbered so that a worker runs each
 	// call once; workers still inside it; the first exception of the call.
 	std::function < void (int worker) > body;
-	unsigned long generation;
-	int running;
-	bool stopping;
+	// Written under the mutex; atomic so that a waiting thread can poll them without it.
+	std::atomic < unsigned long > generation;
+	std::atomic < int > running;
+	std::atomic < bool > stopping;
 	std::exception_ptr failure;
 	// Items of the current call of run or batches: the next to claim, the end, those finished.
 	int next_item;
