@@ -115,37 +115,6 @@ SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__
 	for (; k < K ; k ++) e[k] = ((bits[k >> 3] >> (k & 7)) & 1) ? one : zero;
 }
 
-// Eight words of eight bytes as an 8 x 8 matrix, row i in word i and column j in byte j,
-// transposed in place: swapping the off-diagonal blocks of 4, then of 2, then of 1.
-static void transposeBytes(uint64_t * x) {
-	for (int i = 0 ; i < 4 ; i ++) {
-		const uint64_t t = ((x[i] >> 32) ^ x[i + 4]) & 0x00000000FFFFFFFFULL;
-		x[i] ^= t << 32;
-		x[i + 4] ^= t;
-	}
-	for (int i : { 0, 1, 4, 5 }) {
-		const uint64_t t = ((x[i] >> 16) ^ x[i + 2]) & 0x0000FFFF0000FFFFULL;
-		x[i] ^= t << 16;
-		x[i + 2] ^= t;
-	}
-	for (int i : { 0, 2, 4, 6 }) {
-		const uint64_t t = ((x[i] >> 8) ^ x[i + 1]) & 0x00FF00FF00FF00FFULL;
-		x[i] ^= t << 8;
-		x[i + 1] ^= t;
-	}
-}
-
-// A word as an 8 x 8 bit matrix, row i in byte i and column j in bit j, transposed: the
-// same swaps of off-diagonal blocks within one word.
-static uint64_t transposeBits(uint64_t x) {
-	uint64_t t = (x ^ (x >> 7)) & 0x00AA00AA00AA00AAULL;
-	x ^= t ^ (t << 7);
-	t = (x ^ (x >> 14)) & 0x0000CCCC0000CCCCULL;
-	x ^= t ^ (t << 14);
-	t = (x ^ (x >> 28)) & 0x00000000F0F0F0F0ULL;
-	return x ^ t ^ (t << 28);
-}
-
 haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, bool drawn_known) :
 	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), Kp(0), cur(0), siteRow(nullptr), siteMatch(0.0f), siteMismatch(0.0f), siteRows(false), rowBytes(0), runP(1.0), start_l(0) {
 }
@@ -208,34 +177,26 @@ void haplotype_segment::prepareWindow(int w) {
 	// Two bytes of slack: a row update reads 16 bits at a time.
 	siteBits.assign((size_t)nb * 8 * rowBytes + 2, 0);
 	unsigned char * out = siteBits.data();
-	const int stride = rowBytes;
-	// Per byte of sites: the bits set in all conditioning haplotypes, and in any of them.
-	allOnes.assign(nb, 0xFF);
-	anyOnes.assign(nb, 0);
 	for (int k0 = 0 ; k0 < K ; k0 += 8) {
-		// A last group of fewer than 8 repeats its last haplotype, which changes neither
-		// allOnes nor anyOnes, and keeps the bits of its own haplotypes only.
+		// A last group of fewer than 8 repeats its last haplotype, whose copies are cleared.
 		const int valid = std::min(8, K - k0);
-		const uint64_t keep = 0x0101010101010101ULL * ((1u << valid) - 1);
-		for (int b0 = 0 ; b0 < nb ; b0 += 8) {
-			const int m = std::min(8, nb - b0);
-			uint64_t x[8] = { 0 };
-			for (int i = 0 ; i < 8 ; i ++) memcpy(&x[i], condBits[k0 + std::min(i, valid - 1)] + first + b0, m);
-			transposeBytes(x);
-			for (int j = 0 ; j < m ; j ++) {
-				uint64_t all = x[j] & (x[j] >> 32), any = x[j] | (x[j] >> 32);
-				all &= all >> 16;
-				any |= any >> 16;
-				allOnes[b0 + j] &= all & (all >> 8);
-				anyOnes[b0 + j] |= any | (any >> 8);
-				const uint64_t y = transposeBits(x[j]) & keep;
-				unsigned char * row = out + (size_t)8 * (b0 + j) * stride + (k0 >> 3);
-				for (int t = 0 ; t < 8 ; t ++) row[t * stride] = y >> (8 * t);
-			}
-		}
+		const unsigned char * rows[8];
+		for (int i = 0 ; i < 8 ; i ++) rows[i] = condBits[k0 + std::min(i, valid - 1)];
+		chaplotype::transpose8(rows, first, nb, out + (k0 >> 3), rowBytes);
+		if (valid < 8) for (int j = 0 ; j < 8 * nb ; j ++) out[(size_t)j * rowBytes + (k0 >> 3)] &= (1u << valid) - 1;
 	}
+	// A site is the same in all conditioning haplotypes if its row holds K ones or none.
 	condSame.resize(8 * nb);
-	for (int i = 0 ; i < 8 * nb ; i ++) condSame[i] = (((allOnes[i >> 3] | ~anyOnes[i >> 3]) >> (i & 7)) & 1);
+	const unsigned char lastByte = (K & 7) ? (1u << (K & 7)) - 1 : 0xFF;
+	for (int j = 0 ; j < 8 * nb ; j ++) {
+		const unsigned char * row = out + (size_t)j * rowBytes;
+		unsigned char any = row[rowBytes - 1], all = row[rowBytes - 1] | (unsigned char)~lastByte;
+		for (int i = 0 ; i + 1 < rowBytes ; i ++) {
+			any |= row[i];
+			all &= row[i];
+		}
+		condSame[j] = any == 0 || all == 0xFF;
+	}
 }
 
 // The sites of segment s, from site l0 of the window on, as the passes see them: bit h of

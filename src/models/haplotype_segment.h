@@ -99,7 +99,6 @@ private:
 	int rowBytes;
 	std::vector < unsigned char > siteBits;
 	std::vector < unsigned char > condSame;
-	std::vector < unsigned char > allOnes, anyOnes;
 	// Product of nrec / (nrec + K * recN) over the uniform sites passed since the last update.
 	double runP;
 	// Per site of the window from its first, start_l, as the forward pass read it: bit h

@@ -98,3 +98,50 @@ bool chaplotype::read(ifile & f) {
 	if (nbytes < 0 || (unsigned int)nbytes != byteCount(n)) return false;
 	return futils::readValues(f, data, nbytes);
 }
+
+// Eight words of eight bytes as an 8 x 8 matrix, row i in word i and column j in byte j,
+// transposed in place: swapping the off-diagonal blocks of 4, then of 2, then of 1.
+static void transposeBytes(uint64_t * x) {
+	for (int i = 0 ; i < 4 ; i ++) {
+		const uint64_t t = ((x[i] >> 32) ^ x[i + 4]) & 0x00000000FFFFFFFFULL;
+		x[i] ^= t << 32;
+		x[i + 4] ^= t;
+	}
+	for (int i : { 0, 1, 4, 5 }) {
+		const uint64_t t = ((x[i] >> 16) ^ x[i + 2]) & 0x0000FFFF0000FFFFULL;
+		x[i] ^= t << 16;
+		x[i + 2] ^= t;
+	}
+	for (int i : { 0, 2, 4, 6 }) {
+		const uint64_t t = ((x[i] >> 8) ^ x[i + 1]) & 0x00FF00FF00FF00FFULL;
+		x[i] ^= t << 8;
+		x[i + 1] ^= t;
+	}
+}
+
+// A word as an 8 x 8 bit matrix, row i in byte i and column j in bit j, transposed: the
+// same swaps of off-diagonal blocks within one word.
+static uint64_t transposeBits(uint64_t x) {
+	uint64_t t = (x ^ (x >> 7)) & 0x00AA00AA00AA00AAULL;
+	x ^= t ^ (t << 7);
+	t = (x ^ (x >> 14)) & 0x0000CCCC0000CCCCULL;
+	x ^= t ^ (t << 14);
+	t = (x ^ (x >> 28)) & 0x00000000F0F0F0F0ULL;
+	return x ^ t ^ (t << 28);
+}
+
+void chaplotype::transpose8(const unsigned char * const * rows, int first, int n, unsigned char * out, size_t stride) {
+	// Eight haplotypes by 64 sites at a time: their bytes transposed to one word per byte of
+	// sites, each word then a matrix of 8 haplotypes by 8 sites, transposed to one byte per site.
+	for (int b0 = 0 ; b0 < n ; b0 += 8) {
+		const int m = std::min(8, n - b0);
+		uint64_t x[8] = { 0 };
+		for (int i = 0 ; i < 8 ; i ++) memcpy(&x[i], rows[i] + first + b0, m);
+		transposeBytes(x);
+		for (int j = 0 ; j < m ; j ++) {
+			const uint64_t y = transposeBits(x[j]);
+			unsigned char * site = out + (size_t)8 * (b0 + j) * stride;
+			for (int t = 0 ; t < 8 ; t ++) site[t * stride] = y >> (8 * t);
+		}
+	}
+}

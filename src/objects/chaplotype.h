@@ -40,6 +40,10 @@ public:
 	// Bits at .. at + count - 1 set to bits from .. from + count - 1 of src.
 	void copyBits(int at, const chaplotype & src, int from, int count);
 	void push_back(const std::vector < bool > & v);
+	// The bytes first .. first + n - 1 of the data of 8 haplotypes, turned site by site: for
+	// each of their sites j (from site 8 * first), the byte out[j * stride] gets bit i set if
+	// haplotype rows[i] carries allele 1 there. The rows are read up to first + n.
+	static void transpose8(const unsigned char * const * rows, int first, int n, unsigned char * out, size_t stride);
 	std::string toString() const;
 
 	int hamming(const chaplotype & o) const;

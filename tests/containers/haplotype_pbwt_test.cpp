@@ -23,11 +23,12 @@ static std::vector < chaplotype > randomHaplotypes(int N, int L, int founders) {
 	return H;
 }
 
-// Against brute force: `order` sorts haplotypes read backwards (0 first), `rank` inverts it, `start` the matches.
+// Against brute force: `order` sorts haplotypes read backwards (0 first), `rank` inverts it,
+// `start` the matches; N and L not multiples of 8 nor of 64.
 TEST(haplotype_pbwt, CheckpointsHoldTheSortedMatches) {
 	putils::initRandom(3);
 	for (int step : { 1, 7, 64 }) {
-		const int N = 40, L = 150;
+		const int N = 43, L = 150;
 		std::vector < chaplotype > H = randomHaplotypes(N, L, 4);
 		haplotype_pbwt P;
 		P.build(H, L, step);

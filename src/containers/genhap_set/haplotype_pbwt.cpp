@@ -22,13 +22,24 @@ void haplotype_pbwt::build(const std::vector < chaplotype > & H, int n_sites, in
 
 	std::vector < int > a (N), d (N, 0), a1 (N), d1 (N);
 	std::iota(a.begin(), a.end(), 0);
+	// The alleles of 64 sites at a time, one row of N bits per site, so that each site reads
+	// its alleles from one short row rather than from N haplotypes apart in memory.
+	const int rowBytes = (N + 7) / 8, n_bytes = (n_sites + 7) / 8;
+	std::vector < unsigned char > chunk ((size_t)64 * rowBytes);
 	size_t c = 0;
 	for (int k = 0 ; k < n_sites && c < C ; k ++) {
+		if ((k & 63) == 0) for (int h0 = 0 ; h0 < N ; h0 += 8) {
+			// A last group of fewer than 8 repeats its last haplotype: those bits are never read.
+			const unsigned char * rows[8];
+			for (int i = 0 ; i < 8 ; i ++) rows[i] = H[h0 + std::min(i, N - h0 - 1)].data.data();
+			chaplotype::transpose8(rows, k >> 3, std::min(8, n_bytes - (k >> 3)), chunk.data() + (h0 >> 3), rowBytes);
+		}
+		const unsigned char * row = chunk.data() + (size_t)(k & 63) * rowBytes;
 		int n0 = 0, n1 = 0, p = k + 1, q = k + 1;
 		for (int i = 0 ; i < N ; i ++) {
 			p = std::max(p, d[i]);
 			q = std::max(q, d[i]);
-			if (H[a[i]][k] == 0) {
+			if (((row[a[i] >> 3] >> (a[i] & 7)) & 1) == 0) {
 				a[n0] = a[i];
 				d[n0 ++] = p;
 				p = 0;
