@@ -71,20 +71,27 @@ SORVANE_VECTOR_CLONES static double dotRow(const float * __restrict__ x, const f
 	return reduce(s, t);
 }
 
+// The emissions of conditioning haplotypes k .. k + 15 from their bits in a site's row:
+// `ones` where the bit is set, `zeros` where it is clear.
+static inline void emissions16(const unsigned char * bits, int k, const floats16 & ones, const floats16 & zeros, floats16 & e) {
+	static const ints16 laneBit = { 1 << 0, 1 << 1, 1 << 2, 1 << 3, 1 << 4, 1 << 5, 1 << 6, 1 << 7, 1 << 8, 1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14, 1 << 15 };
+	uint16_t m;
+	memcpy(&m, bits + (k >> 3), 2);
+	e = (((ints16){ 0 } + (int)m) & laneBit) != 0 ? ones : zeros;
+}
+
 // updateRow with the emission row made on the fly from the site's bit row: e[k] is `one`
 // where bit k is set and `zero` where it is clear, for k < K, and 0 in the padding. The
 // cells and the sum come out bit for bit as from updateRow. bits is read up to Kp / 8 + 2.
 SORVANE_VECTOR_CLONES static double updateRowBits(const float * __restrict__ o, float a, float b, const unsigned char * __restrict__ bits, float one, float zero, float * __restrict__ c, int K, int Kp) {
 	const floats16 ones = (floats16){ 0 } + one, zeros = (floats16){ 0 } + zero;
 	const ints16 lane = { 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15 };
-	const ints16 laneBit = { 1 << 0, 1 << 1, 1 << 2, 1 << 3, 1 << 4, 1 << 5, 1 << 6, 1 << 7, 1 << 8, 1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14, 1 << 15 };
 	floats16 s = { 0 };
 	floats8 t = { 0 };
 	int k = 0;
 	for (; k + 16 <= Kp ; k += 16) {
-		uint16_t m;
-		memcpy(&m, bits + (k >> 3), 2);
-		floats16 e = (((ints16){ 0 } + (int)m) & laneBit) != 0 ? ones : zeros;
+		floats16 e;
+		emissions16(bits, k, ones, zeros, e);
 		if (k + 16 > K) e = lane < K - k ? e : (floats16){ 0 };
 		const floats16 v = (*(const rows16 *)(o + k) * a + b) * e;
 		*(rows16 *)(c + k) = v;
@@ -104,13 +111,11 @@ SORVANE_VECTOR_CLONES static double updateRowBits(const float * __restrict__ o, 
 // clear, for k < K; the padding up to Kp is left as it is. bits is read up to Kp / 8 + 2.
 SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__ bits, float one, float zero, float * __restrict__ e, int K) {
 	const floats16 ones = (floats16){ 0 } + one, zeros = (floats16){ 0 } + zero;
-	const ints16 laneBit = { 1 << 0, 1 << 1, 1 << 2, 1 << 3, 1 << 4, 1 << 5, 1 << 6, 1 << 7, 1 << 8, 1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14, 1 << 15 };
 	int k = 0;
 	for (; k + 16 <= K ; k += 16) {
-		uint16_t m;
-		memcpy(&m, bits + (k >> 3), 2);
-		const floats16 v = (((ints16){ 0 } + (int)m) & laneBit) != 0 ? ones : zeros;
-		memcpy(e + k, &v, 64);
+		floats16 v;
+		emissions16(bits, k, ones, zeros, v);
+		*(rows16 *)(e + k) = v;
 	}
 	for (; k < K ; k ++) e[k] = ((bits[k >> 3] >> (k & 7)) & 1) ? one : zero;
 }
