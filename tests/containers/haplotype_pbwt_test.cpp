@@ -23,8 +23,8 @@ static std::vector < chaplotype > randomHaplotypes(int N, int L, int founders) {
 	return H;
 }
 
-// Against brute force: `order` sorts haplotypes read backwards (0 first), `rank` inverts it,
-// `start` the matches; N and L not multiples of 8 nor of 64.
+// Against brute force: `sorted` orders haplotypes read backwards (0 first) with the starts of
+// their matches, `rank` inverts the order; N and L not multiples of 8 nor of 64.
 TEST(haplotype_pbwt, CheckpointsHoldTheSortedMatches) {
 	putils::initRandom(3);
 	for (int step : { 1, 7, 64 }) {
@@ -34,10 +34,10 @@ TEST(haplotype_pbwt, CheckpointsHoldTheSortedMatches) {
 		P.build(H, L, step);
 		ASSERT_TRUE(P.sites.back() == L - 1 && P.sites.size() == (size_t)((L + step - 1) / step));
 		for (unsigned int c = 0 ; c < P.sites.size() ; c ++) for (int p = 0, k = P.sites[c] ; p < N ; p ++) {
-			const int h = P.order[c * N + p], n = p ? matchLength(H[P.order[c * N + p - 1]], H[h], k) : 0;
+			const int h = P.sorted[c * N + p].hap, n = p ? matchLength(H[P.sorted[c * N + p - 1].hap], H[h], k) : 0;
 			EXPECT_EQ(P.rank[c * N + h], p);
-			EXPECT_EQ(P.start[c * N + p], k + 1 - n) << step << " " << k << " " << p;
-			EXPECT_TRUE(!p || n > k || H[P.order[c * N + p - 1]][k - n] < H[h][k - n]);
+			EXPECT_EQ(P.sorted[c * N + p].start, k + 1 - n) << step << " " << k << " " << p;
+			EXPECT_TRUE(!p || n > k || H[P.sorted[c * N + p - 1].hap][k - n] < H[h][k - n]);
 		}
 	}
 }

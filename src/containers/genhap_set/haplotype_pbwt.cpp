@@ -16,9 +16,8 @@ void haplotype_pbwt::build(const std::vector < chaplotype > & H, int n_sites, in
 	for (int k = step - 1 ; k < n_sites ; k += step) sites.push_back(k);
 	if (n_sites > 0 && (sites.empty() || sites.back() != n_sites - 1)) sites.push_back(n_sites - 1);
 	const size_t C = sites.size();
-	order.resize(C * N);
+	sorted.resize(C * N);
 	rank.resize(C * N);
-	start.resize(C * N);
 
 	std::vector < int > a (N), d (N, 0), a1 (N), d1 (N);
 	std::iota(a.begin(), a.end(), 0);
@@ -52,9 +51,10 @@ void haplotype_pbwt::build(const std::vector < chaplotype > & H, int n_sites, in
 		std::copy(a1.begin(), a1.begin() + n1, a.begin() + n0);
 		std::copy(d1.begin(), d1.begin() + n1, d.begin() + n0);
 		if (k == sites[c]) {
-			std::copy(a.begin(), a.end(), order.begin() + c * N);
-			std::copy(d.begin(), d.end(), start.begin() + c * N);
-			for (int i = 0 ; i < N ; i ++) rank[c * N + a[i]] = i;
+			for (int i = 0 ; i < N ; i ++) {
+				sorted[c * N + i] = { a[i], d[i] };
+				rank[c * N + a[i]] = i;
+			}
 			c ++;
 		}
 	}
@@ -72,13 +72,12 @@ void haplotype_pbwt::checkpoints(int left, int right, int & first, int & last) c
 
 haplotype_pbwt::walker haplotype_pbwt::startWalk(int c, int target) const {
 	walker w;
-	w.order = order.data() + (size_t)c * N;
-	w.start = start.data() + (size_t)c * N;
+	w.sorted = sorted.data() + (size_t)c * N;
 	const int p = rank[(size_t)c * N + target];
 	w.up = p - 1;
-	w.up_start = w.start[p];
+	w.up_start = w.sorted[p].start;
 	w.down = p + 1;
-	w.down_start = (p + 1 < N) ? w.start[p + 1] : 0;
+	w.down_start = (p + 1 < N) ? w.sorted[p + 1].start : 0;
 	return w;
 }
 
@@ -88,13 +87,13 @@ int haplotype_pbwt::next(walker & w, const std::vector < bool > & allowed) const
 	while (w.up >= 0 || w.down < N) {
 		int h;
 		if (w.up >= 0 && (w.down >= N || w.up_start <= w.down_start)) {
-			h = w.order[w.up];
-			w.up_start = std::max(w.up_start, w.start[w.up]);
+			h = w.sorted[w.up].hap;
+			w.up_start = std::max(w.up_start, w.sorted[w.up].start);
 			w.up --;
 		} else {
-			h = w.order[w.down];
+			h = w.sorted[w.down].hap;
 			w.down ++;
-			if (w.down < N) w.down_start = std::max(w.down_start, w.start[w.down]);
+			if (w.down < N) w.down_start = std::max(w.down_start, w.sorted[w.down].start);
 		}
 		if (allowed[h]) return h;
 	}
@@ -117,8 +116,7 @@ void haplotype_pbwt::select(const std::vector < bool > & allowed, const std::vec
 	for (int i = 0 ; i < C ; i ++) for (int t : targets) __builtin_prefetch(&rank[(size_t)checkpoint(i) * N + t]);
 	for (int i = 0 ; i < C ; i ++) for (int t : targets) {
 		const size_t at = (size_t)checkpoint(i) * N + rank[(size_t)checkpoint(i) * N + t];
-		__builtin_prefetch(&order[at]);
-		__builtin_prefetch(&start[at]);
+		__builtin_prefetch(&sorted[at]);
 	}
 	for (int i = 0 ; i < C ; i ++) for (int t : targets) walks.push_back(startWalk(checkpoint(i), t));
 	int added = 0, alive = walks.size();

@@ -11,18 +11,21 @@
 // checkpoint the haplotypes are sorted by their sequences read backwards from the
 // checkpoint site, so that neighbours in that order share the longest matches ending
 // there. Layout, N haplotypes and C checkpoints, row c at c * N:
-//   order[c * N + p]  haplotype at sort position p;
-//   rank[c * N + h]   sort position of haplotype h;
-//   start[c * N + p]  first site of the match between the haplotypes at p - 1 and p that
-//                     ends at the checkpoint site (site + 1: they differ there; p = 0 has
-//                     no predecessor and holds site + 1).
+//   sorted[c * N + p].hap    haplotype at sort position p;
+//   sorted[c * N + p].start  first site of the match between the haplotypes at p - 1 and p
+//                            that ends at the checkpoint site (site + 1: they differ there;
+//                            p = 0 has no predecessor and holds site + 1);
+//   rank[c * N + h]          sort position of haplotype h.
+// A walk reads both fields of each position it passes, from one cache line.
 class haplotype_pbwt {
 public:
+	struct position {
+		int hap, start;
+	};
 	int N;
 	std::vector < int > sites;
-	std::vector < int > order;
+	std::vector < position > sorted;
 	std::vector < int > rank;
-	std::vector < int > start;
 
 	haplotype_pbwt();
 
@@ -44,8 +47,7 @@ private:
 	// One walk away from a target through the sort order of one checkpoint: the next
 	// position above and below and the first site of the match with each.
 	struct walker {
-		const int * order;
-		const int * start;
+		const position * sorted;
 		int up, down, up_start, down_start;
 	};
 
