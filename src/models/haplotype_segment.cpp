@@ -18,7 +18,7 @@ static const double min_total = 1e-30;
 // The loops of the per-site work below carry AVX-512 and AVX2 clones beside the baseline
 // one, chosen when the program loads. Multiplications and additions are never fused into
 // one rounding (the build turns contraction off), and the partial sums are laid out in the
-// code, so all clones give the same bits. Rows have a stride of Kp, a multiple of 8.
+// code, so all clones give the same bits. Rows have a stride of Kp, a multiple of 16.
 
 typedef float floats16 __attribute__((vector_size(64)));
 typedef float floats8 __attribute__((vector_size(32)));
@@ -29,11 +29,9 @@ typedef int32_t ints8 __attribute__((vector_size(32)));
 typedef float rows16 __attribute__((vector_size(64), aligned(4), may_alias));
 typedef float rows8 __attribute__((vector_size(32), aligned(4), may_alias));
 
-// Sum of 16 partial sums s[j], k = j mod 16, the first 8 taking the 8 of a last half block
-// too, in a fixed order, in vectors.
-static inline double reduce(const floats16 & s, const floats8 & tail) {
-	floats8 h = __builtin_shufflevector(s, s, 0, 1, 2, 3, 4, 5, 6, 7) + tail;
-	h += __builtin_shufflevector(s, s, 8, 9, 10, 11, 12, 13, 14, 15);
+// Sum of 16 partial sums s[j], k = j mod 16, in a fixed order, in vectors.
+static inline double reduce(const floats16 & s) {
+	const floats8 h = __builtin_shufflevector(s, s, 0, 1, 2, 3, 4, 5, 6, 7) + __builtin_shufflevector(s, s, 8, 9, 10, 11, 12, 13, 14, 15);
 	const floats4 q = __builtin_shufflevector(h, h, 0, 1, 2, 3) + __builtin_shufflevector(h, h, 4, 5, 6, 7);
 	return ((double)q[0] + q[2]) + ((double)q[1] + q[3]);
 }
@@ -42,18 +40,12 @@ static inline double reduce(const floats16 & s, const floats8 & tail) {
 // partial sums (k mod 16) so that the loop runs in vectors.
 SORVANE_VECTOR_CLONES static double updateRow(const float * __restrict__ o, float a, float b, const float * __restrict__ e, float * __restrict__ c, int Kp) {
 	floats16 s = { 0 };
-	floats8 t = { 0 };
-	int k = 0;
-	for (; k + 16 <= Kp ; k += 16) {
+	for (int k = 0 ; k < Kp ; k += 16) {
 		const floats16 v = (*(const rows16 *)(o + k) * a + b) * *(const rows16 *)(e + k);
 		*(rows16 *)(c + k) = v;
 		s += v;
 	}
-	if (k < Kp) {
-		t = (*(const rows8 *)(o + k) * a + b) * *(const rows8 *)(e + k);
-		*(rows8 *)(c + k) = t;
-	}
-	return reduce(s, t);
+	return reduce(s);
 }
 
 // m[k] += o[k] * a + b.
@@ -64,11 +56,8 @@ SORVANE_VECTOR_CLONES static void addRow(const float * __restrict__ o, float a, 
 // Sum of x[k] * y[k].
 SORVANE_VECTOR_CLONES static double dotRow(const float * __restrict__ x, const float * __restrict__ y, int Kp) {
 	floats16 s = { 0 };
-	floats8 t = { 0 };
-	int k = 0;
-	for (; k + 16 <= Kp ; k += 16) s += *(const rows16 *)(x + k) * *(const rows16 *)(y + k);
-	if (k < Kp) t = *(const rows8 *)(x + k) * *(const rows8 *)(y + k);
-	return reduce(s, t);
+	for (int k = 0 ; k < Kp ; k += 16) s += *(const rows16 *)(x + k) * *(const rows16 *)(y + k);
+	return reduce(s);
 }
 
 // The emissions of conditioning haplotypes k .. k + 15 from their bits in a site's row:
@@ -82,14 +71,12 @@ static inline void emissions16(const unsigned char * bits, int k, const floats16
 
 // updateRow with the emission row made on the fly from the site's bit row: e[k] is `one`
 // where bit k is set and `zero` where it is clear, for k < K, and 0 in the padding. The
-// cells and the sum come out bit for bit as from updateRow. bits is read up to Kp / 8 + 2.
+// cells and the sum come out bit for bit as from updateRow. bits holds Kp / 8 bytes.
 SORVANE_VECTOR_CLONES static double updateRowBits(const float * __restrict__ o, float a, float b, const unsigned char * __restrict__ bits, float one, float zero, float * __restrict__ c, int K, int Kp) {
 	const floats16 ones = (floats16){ 0 } + one, zeros = (floats16){ 0 } + zero;
 	const ints16 lane = { 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15 };
 	floats16 s = { 0 };
-	floats8 t = { 0 };
-	int k = 0;
-	for (; k + 16 <= Kp ; k += 16) {
+	for (int k = 0 ; k < Kp ; k += 16) {
 		floats16 e;
 		emissions16(bits, k, ones, zeros, e);
 		if (k + 16 > K) e = lane < K - k ? e : (floats16){ 0 };
@@ -97,18 +84,11 @@ SORVANE_VECTOR_CLONES static double updateRowBits(const float * __restrict__ o, 
 		*(rows16 *)(c + k) = v;
 		s += v;
 	}
-	if (k < Kp) {
-		const ints8 lane8 = { 0, 1, 2, 3, 4, 5, 6, 7 }, laneBit8 = { 1 << 0, 1 << 1, 1 << 2, 1 << 3, 1 << 4, 1 << 5, 1 << 6, 1 << 7 };
-		floats8 e = (((ints8){ 0 } + (int)bits[k >> 3]) & laneBit8) != 0 ? (floats8){ 0 } + one : (floats8){ 0 } + zero;
-		e = lane8 < K - k ? e : (floats8){ 0 };
-		t = (*(const rows8 *)(o + k) * a + b) * e;
-		*(rows8 *)(c + k) = t;
-	}
-	return reduce(s, t);
+	return reduce(s);
 }
 
 // Emission row of a site from its bit row: `one` where bit k is set and `zero` where it is
-// clear, for k < K; the padding up to Kp is left as it is. bits is read up to Kp / 8 + 2.
+// clear, for k < K; the padding up to Kp is left as it is. bits holds Kp / 8 bytes.
 SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__ bits, float one, float zero, float * __restrict__ e, int K) {
 	const floats16 ones = (floats16){ 0 } + one, zeros = (floats16){ 0 } + zero;
 	int k = 0;
@@ -159,7 +139,7 @@ void haplotype_segment::run(genotype_graph * G, hmm_parameters & M, std::vector 
 void haplotype_segment::prepareWindow(int w) {
 	const std::vector < int > & C = (*cond)[w];
 	K = C.size();
-	Kp = (K + 7) & ~7;
+	Kp = (K + 15) & ~15;
 	condBits.resize(K);
 	condMiss.resize(K);
 	const int first = start[w] >> 3, nb = (stop[w] >> 3) - first + 1;
@@ -179,8 +159,7 @@ void haplotype_segment::prepareWindow(int w) {
 	// per byte of sites, each word then a matrix of 8 haplotypes by 8 sites, transposed to
 	// one byte per site.
 	rowBytes = Kp / 8;
-	// Two bytes of slack: a row update reads 16 bits at a time.
-	siteBits.assign((size_t)nb * 8 * rowBytes + 2, 0);
+	siteBits.assign((size_t)nb * 8 * rowBytes, 0);
 	unsigned char * out = siteBits.data();
 	for (int k0 = 0 ; k0 < K ; k0 += 8) {
 		// A last group of fewer than 8 repeats its last haplotype, whose copies are cleared.
@@ -192,11 +171,12 @@ void haplotype_segment::prepareWindow(int w) {
 	}
 	// A site is the same in all conditioning haplotypes if its row holds K ones or none.
 	condSame.resize(8 * nb);
+	const int used = (K + 7) / 8;
 	const unsigned char lastByte = (K & 7) ? (1u << (K & 7)) - 1 : 0xFF;
 	for (int j = 0 ; j < 8 * nb ; j ++) {
 		const unsigned char * row = out + (size_t)j * rowBytes;
-		unsigned char any = row[rowBytes - 1], all = row[rowBytes - 1] | (unsigned char)~lastByte;
-		for (int i = 0 ; i + 1 < rowBytes ; i ++) {
+		unsigned char any = row[used - 1], all = row[used - 1] | (unsigned char)~lastByte;
+		for (int i = 0 ; i + 1 < used ; i ++) {
 			any |= row[i];
 			all &= row[i];
 		}

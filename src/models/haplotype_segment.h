@@ -19,7 +19,7 @@
 // The lattices are single precision, each row held near 1: its sum at each site divides the
 // coefficients of the next site's update and moves into a double multiplier of the row, so
 // that no product of emissions can run out of the float range and the fragments keep their
-// relative weights in double. Rows have a stride of Kp cells, K rounded up to 8, whose padding has no
+// relative weights in double. Rows have a stride of Kp cells, K rounded up to 16, whose padding has no
 // emission and so stays 0. A site where the unit is not missing, its fragments in use carry
 // one allele and all conditioning haplotypes carry one allele multiplies every cell by the
 // same emission, which the normalisation cancels: a run of such sites only multiplies a
