@@ -196,7 +196,7 @@ static std::vector < int > alleleCounts(const std::vector < chaplotype > & H, in
 // at a singleton makes a doubleton too, whose carriers share no more than two unrelated
 // haplotypes do around it: its phase is right little more often than a placed singleton's.
 // The two haplotypes of a true doubleton share a stretch around it, longer the more haplotypes
-// there are (the younger a doubleton is). On simulated cohorts of 2000 growing haplotypes
+// there are (a doubleton among more haplotypes is younger). On simulated cohorts of 2000 growing haplotypes
 // (bench/README.md, "Phase confidence") the pairs at a doubleton were right as a logistic of
 // the bp shared, from even below 10 kb to 0.98 above 100 kb; the PP of such a pair is held
 // below that curve, the length scaled by 2000 haplotypes over the cohort's.
