@@ -24,10 +24,8 @@ typedef float floats16 __attribute__((vector_size(64)));
 typedef float floats8 __attribute__((vector_size(32)));
 typedef float floats4 __attribute__((vector_size(16)));
 typedef int32_t ints16 __attribute__((vector_size(64)));
-typedef int32_t ints8 __attribute__((vector_size(32)));
-// The same vectors read from and written to rows of floats, at any float boundary.
+// The same vector read from and written to rows of floats, at any float boundary.
 typedef float rows16 __attribute__((vector_size(64), aligned(4), may_alias));
-typedef float rows8 __attribute__((vector_size(32), aligned(4), may_alias));
 
 // Sum of 16 partial sums s[j], k = j mod 16, in a fixed order, in vectors.
 static inline double reduce(const floats16 & s) {

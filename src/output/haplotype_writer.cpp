@@ -195,11 +195,12 @@ static std::vector < int > alleleCounts(const std::vector < chaplotype > & H, in
 // A doubleton is copied with confidence from one carrier to the other, yet a genotype error
 // at a singleton makes a doubleton too, whose carriers share no more than two unrelated
 // haplotypes do around it: its phase is right little more often than a placed singleton's.
-// The two haplotypes of a true doubleton share a stretch around it, longer the more haplotypes
-// there are (a doubleton among more haplotypes is younger). On simulated cohorts of 2000 growing haplotypes
-// (bench/README.md, "Phase confidence") the pairs at a doubleton were right as a logistic of
-// the bp shared, from even below 10 kb to 0.98 above 100 kb; the PP of such a pair is held
-// below that curve, the length scaled by 2000 haplotypes over the cohort's.
+// The two haplotypes of a true doubleton share a stretch around it, longer the more
+// haplotypes there are (a doubleton among more haplotypes is younger). On a simulated cohort
+// of 2000 growing haplotypes (bench/README.md, "Pairs at a doubleton") the pairs at a
+// doubleton were right as a logistic of the bp shared, from even below 10 kb to 0.98 above
+// 100 kb; the PP of such a pair is held below that curve, the length scaled by 2000
+// haplotypes over the cohort's.
 double haplotype_writer::doubletonCap(int shared_bp, int haplotypes, double singleton) {
 	const double d = std::max(1.0, shared_bp * 2000.0 / haplotypes);
 	return std::max(singleton, 1.0 / (1.0 + std::exp(-3.3 * (std::log10(d) - 4.0))));
