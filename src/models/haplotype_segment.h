@@ -87,7 +87,7 @@ private:
 	bool siteRows;
 	std::vector < unsigned char > missing;
 	std::vector < float > emit;
-	// Sum of the source rows at a segment boundary, or one side of an interior product.
+	// Sum of the source rows at a segment boundary; in the interior products, a row of zeros.
 	std::vector < float > mix;
 	// Per conditioning haplotype: its bytes, and the Miss flags of its sample
 	// (null for a panel haplotype).
