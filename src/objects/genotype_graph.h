@@ -129,7 +129,6 @@ private:
 	void stateKeys(size_t g, bool next, std::vector < unsigned int > & keys) const;
 	template < class SiteRule > void buildSegments(int n_sites, unsigned int max_states, SiteRule rule);
 	int buildFamily(std::vector < bool > ** A0, std::vector < bool > ** A1, std::vector < bool > ** AM);
-	void pushChain(std::vector < std::vector < std::vector < bool > > > & segHaps, std::vector < std::vector < std::vector < int > > > & segStates);
 	void followPath(int g, int choice, int * cur);
 	typedef std::vector < std::vector < double > > matrix;
 	double weight(int pos, const matrix * const * m, bool additive, bool doubling) const;
@@ -146,9 +145,11 @@ private:
 
 // Extends each fragment of `state` by one allele per track; fragments are shared between
 // states and tracks through `index` (old fragment x allele -> new fragment, -1 when none).
-void expand(std::vector < std::vector < bool > > & oldHaps, std::vector < std::vector < bool > > & newHaps, std::vector < std::vector < int > > & index, std::vector < int > & state, std::vector < std::vector < int > > & newStates, int a0, int a1);
-void expand(std::vector < std::vector < bool > > & oldHaps, std::vector < std::vector < bool > > & newHaps, std::vector < std::vector < int > > & index, std::vector < int > & state, std::vector < std::vector < int > > & newStates, int a0, int a1, int a2);
-void expand(std::vector < std::vector < bool > > & oldHaps, std::vector < std::vector < bool > > & newHaps, std::vector < std::vector < int > > & index, std::vector < int > & state, std::vector < std::vector < int > > & newStates, int a0, int a1, int a2, int a3);
+// A new fragment is the byte (old fragment << 1) + allele: its bits are those of the old
+// one with the allele appended.
+void expand(std::vector < unsigned char > & newHaps, int (* index)[2], const int * state, std::vector < int > & newStates, int a0, int a1);
+void expand(std::vector < unsigned char > & newHaps, int (* index)[2], const int * state, std::vector < int > & newStates, int a0, int a1, int a2);
+void expand(std::vector < unsigned char > & newHaps, int (* index)[2], const int * state, std::vector < int > & newStates, int a0, int a1, int a2, int a3);
 
 // Mendel compatibility of one allele per track with genotypes given as allele sums; a
 // negative genotype (missing) fits anything.

@@ -5,38 +5,38 @@
 #include <algorithm>
 #include <utility>
 
+// The fragments of an open segment hold no bits. Fragment k made at site l is the byte
+// (fragment at site l - 1 << 1) + allele, row l of a trail with 8 bytes a site, and a closed
+// segment reads its bits back from its last site to its first. Copying a fragment to extend
+// it is one byte, which keeps the build free of allocations per site.
+static const int trailRow = 8;
+
 // One allele per track. A fragment extended by an allele is made once per site and then
 // shared by every state and track that asks for it, so fragments come in order of first use.
-static void expandTracks(std::vector < std::vector < bool > > & oldHaps, std::vector < std::vector < bool > > & newHaps, std::vector < std::vector < int > > & index, std::vector < int > & state, std::vector < std::vector < int > > & newStates, const int * alleles) {
-	newStates.emplace_back(state.size());
-	std::vector < int > & next = newStates.back();
-	for (unsigned int j = 0 ; j < state.size() ; j ++) {
+static void expandTracks(std::vector < unsigned char > & newHaps, int (* index)[2], const int * state, int n, std::vector < int > & newStates, const int * alleles) {
+	for (int j = 0 ; j < n ; j ++) {
 		int & cell = index[state[j]][alleles[j]];
 		if (cell < 0) {
 			cell = newHaps.size();
-			newHaps.push_back(oldHaps[state[j]]);
-			newHaps.back().push_back(alleles[j]);
+			newHaps.push_back((unsigned char)((state[j] << 1) | alleles[j]));
 		}
-		next[j] = cell;
+		newStates.push_back(cell);
 	}
 }
 
-void expand(std::vector < std::vector < bool > > & oldHaps, std::vector < std::vector < bool > > & newHaps, std::vector < std::vector < int > > & index, std::vector < int > & state, std::vector < std::vector < int > > & newStates, int a0, int a1) {
-	sorvane_assert(state.size() == 2);
+void expand(std::vector < unsigned char > & newHaps, int (* index)[2], const int * state, std::vector < int > & newStates, int a0, int a1) {
 	const int a[2] = { a0, a1 };
-	expandTracks(oldHaps, newHaps, index, state, newStates, a);
+	expandTracks(newHaps, index, state, 2, newStates, a);
 }
 
-void expand(std::vector < std::vector < bool > > & oldHaps, std::vector < std::vector < bool > > & newHaps, std::vector < std::vector < int > > & index, std::vector < int > & state, std::vector < std::vector < int > > & newStates, int a0, int a1, int a2) {
-	sorvane_assert(state.size() == 3);
+void expand(std::vector < unsigned char > & newHaps, int (* index)[2], const int * state, std::vector < int > & newStates, int a0, int a1, int a2) {
 	const int a[3] = { a0, a1, a2 };
-	expandTracks(oldHaps, newHaps, index, state, newStates, a);
+	expandTracks(newHaps, index, state, 3, newStates, a);
 }
 
-void expand(std::vector < std::vector < bool > > & oldHaps, std::vector < std::vector < bool > > & newHaps, std::vector < std::vector < int > > & index, std::vector < int > & state, std::vector < std::vector < int > > & newStates, int a0, int a1, int a2, int a3) {
-	sorvane_assert(state.size() == 4);
+void expand(std::vector < unsigned char > & newHaps, int (* index)[2], const int * state, std::vector < int > & newStates, int a0, int a1, int a2, int a3) {
 	const int a[4] = { a0, a1, a2, a3 };
-	expandTracks(oldHaps, newHaps, index, state, newStates, a);
+	expandTracks(newHaps, index, state, 4, newStates, a);
 }
 
 bool isCompatible(int u0, int u1, int u2, int g1, int g2) {
@@ -58,38 +58,140 @@ void getCandidate(std::vector < int > & c, int a0, int a1, int b0, int b1, int d
 }
 
 // The expand form of the state's number of tracks. A haploid state is its one fragment.
-static void expandState(std::vector < std::vector < bool > > & haps, std::vector < std::vector < bool > > & newHaps, std::vector < std::vector < int > > & index, std::vector < int > & state, std::vector < std::vector < int > > & newStates, const int * a) {
-	switch (state.size()) {
-	case 1: expandTracks(haps, newHaps, index, state, newStates, a); break;
-	case 2: expand(haps, newHaps, index, state, newStates, a[0], a[1]); break;
-	case 3: expand(haps, newHaps, index, state, newStates, a[0], a[1], a[2]); break;
-	default: expand(haps, newHaps, index, state, newStates, a[0], a[1], a[2], a[3]);
+static void expandState(std::vector < unsigned char > & newHaps, int (* index)[2], const int * state, int n, std::vector < int > & newStates, const int * a) {
+	switch (n) {
+	case 1: expandTracks(newHaps, index, state, 1, newStates, a); break;
+	case 2: expand(newHaps, index, state, newStates, a[0], a[1]); break;
+	case 3: expand(newHaps, index, state, newStates, a[0], a[1], a[2]); break;
+	default: expand(newHaps, index, state, newStates, a[0], a[1], a[2], a[3]);
 	}
 }
 
-// Extends the segment by one site: every state by every allele combination of the site,
-// n per combination in `alleles`; combinations from `n_always` on only extend states whose
-// two fragments differ, since an unordered pair of equal fragments would make the same
-// pair twice. Returns false, the segment unchanged, when the result breaks the limits.
-static bool extendSegment(std::vector < std::vector < bool > > & haps, std::vector < std::vector < int > > & states, std::vector < std::vector < bool > > & newHaps, std::vector < std::vector < int > > & newStates, std::vector < std::vector < int > > & index, const std::vector < int > & alleles, int n_always, unsigned int max_states) {
-	int n = states[0].size(), n_options = alleles.size() / n;
+namespace {
+
+// The open segment: its number of fragments and its states, n fragment indices each.
+struct open_segment {
+	int n, haps;
+	std::vector < int > states, newStates;
+	std::vector < unsigned char > newHaps;
+	int index[trailRow][2];
+};
+
+// The closed segments: segment s spans the sites first[s] .. first[s + 1] - 1 and has
+// haps[s] fragments, read from the trail, and the states from states[n * stateFirst[s]]
+// to states[n * stateFirst[s + 1]].
+struct segment_chain {
+	std::vector < unsigned char > trail;
+	std::vector < int > first, haps, states, stateFirst;
+};
+
+}
+
+// Extends the segment by site l: every state by every allele combination of the site, n per
+// combination in `alleles`; combinations from `n_always` on only extend states whose two
+// fragments differ, since an unordered pair of equal fragments would make the same pair
+// twice. Returns false, the segment unchanged, when the result breaks the limits.
+static bool extendSegment(open_segment & seg, unsigned char * row, const std::vector < int > & alleles, int n_always, unsigned int max_states) {
+	const int n = seg.n, n_options = alleles.size() / n;
 	sorvane_assert(n_always == n_options || n == 2);
 	if (n_options == 1 && std::all_of(alleles.begin(), alleles.end(), [&](int a) { return a == alleles[0]; })) {
 		// One allele for all tracks: each fragment grows in place. Fragments are already in
 		// the order in which the states first use them, so this is what expanding gives.
-		for (std::vector < bool > & h : haps) h.push_back(alleles[0]);
+		for (int r = 0 ; r < seg.haps ; r ++) row[r] = (unsigned char)((r << 1) | alleles[0]);
 		return true;
 	}
-	newHaps.clear();
-	newStates.clear();
-	for (unsigned int r = 0 ; r < haps.size() ; r ++) index[r][0] = index[r][1] = -1;
-	for (std::vector < int > & s : states)
+	seg.newHaps.clear();
+	seg.newStates.clear();
+	for (int r = 0 ; r < seg.haps ; r ++) seg.index[r][0] = seg.index[r][1] = -1;
+	for (unsigned int s = 0 ; s < seg.states.size() ; s += n)
 		for (int o = 0 ; o < n_options ; o ++)
-			if (o < n_always || s[0] != s[1]) expandState(haps, newHaps, index, s, newStates, &alleles[o * n]);
-	if (newStates.size() >= max_states || newHaps.size() >= 9) return false;
-	haps.swap(newHaps);
-	states.swap(newStates);
+			if (o < n_always || seg.states[s] != seg.states[s + 1]) expandState(seg.newHaps, seg.index, &seg.states[s], n, seg.newStates, &alleles[o * n]);
+	if (seg.newStates.size() >= max_states * n || seg.newHaps.size() > trailRow) return false;
+	std::copy(seg.newHaps.begin(), seg.newHaps.end(), row);
+	seg.haps = seg.newHaps.size();
+	seg.states.swap(seg.newStates);
 	return true;
+}
+
+// One transition per track: previous-side and next-side fragment, the next side read in
+// reverse track order for the crossed transition of an unordered pair.
+static void addTransition(std::vector < std::vector < int > > & t, const int * p, const int * q, int n, bool crossed) {
+	for (int j = 0 ; j < n ; j ++) {
+		t[2 * j].push_back(p[j]);
+		t[2 * j + 1].push_back(q[crossed ? n - 1 - j : j]);
+	}
+}
+
+// The states of one side of a group: count states of n fragment indices from x on.
+struct state_list {
+	const int * x;
+	int count;
+};
+
+// Fills the columns of t with the transitions from the states P of one segment to the states
+// Q of the next: their full product, and with `crossing`, for pairs whose fragments differ
+// on both sides, a second, crossed transition that holds the other relative phase of the
+// two segments.
+static void makeGroup(state_list P, state_list Q, int n, bool crossing, std::vector < std::vector < int > > & t) {
+	for (std::vector < int > & column : t) column.clear();
+	for (int a = 0 ; a < P.count ; a ++) for (int b = 0 ; b < Q.count ; b ++) {
+		const int * p = P.x + a * n, * q = Q.x + b * n;
+		addTransition(t, p, q, n, false);
+		if (crossing && p[0] != p[1] && q[0] != q[1]) addTransition(t, p, q, n, true);
+	}
+}
+
+// The number of transitions that makeGroup makes, known before any is made.
+static unsigned int groupSize(state_list P, state_list Q, int n, bool crossing) {
+	auto unequal = [&](state_list X) {
+		int c = 0;
+		for (int a = 0 ; a < X.count ; a ++) c += X.x[a * n] != X.x[a * n + 1];
+		return c;
+	};
+	return P.count * Q.count + (crossing ? unequal(P) * unequal(Q) : 0);
+}
+
+// Pushes the closed segments and the groups of transitions between their states, the
+// virtual start and end having the one state of fragment 0 on every track. Every vector is
+// sized exactly before it is filled.
+static void pushChain(genotype_graph & G, const segment_chain & c, bool crossing) {
+	const int S = c.haps.size(), n = G.type;
+	unsigned int bits = 0, rows = 0;
+	const int ends[4] = { 0, 0, 0, 0 };
+	auto side = [&](int s) {
+		if (s < 0 || s >= S) return state_list { ends, 1 };
+		return state_list { &c.states[n * c.stateFirst[s]], c.stateFirst[s + 1] - c.stateFirst[s] };
+	};
+	for (int s = 0 ; s < S ; s ++) bits += c.haps[s] * (c.first[s + 1] - c.first[s]);
+	for (int g = 0 ; g <= S ; g ++) rows += groupSize(side(g - 1), side(g), n, crossing);
+	G.Haps.data.reserve((bits + 7) / 8);
+	G.HapsI.reserve(S);
+	G.HapsC.reserve(S);
+	G.HapsS.reserve(S);
+	G.probsI.reserve(S + 1);
+	G.probsC.reserve(S + 1);
+	G.probs.reserve(rows);
+	G.trans.reserve(rows * n);
+	std::vector < std::vector < bool > > haps;
+	for (int s = 0 ; s < S ; s ++) {
+		const int first = c.first[s], last = c.first[s + 1] - 1;
+		haps.resize(c.haps[s]);
+		for (int h = 0 ; h < c.haps[s] ; h ++) {
+			haps[h].assign(last - first + 1, false);
+			for (int l = last, k = h ; l >= first ; l --) {
+				const unsigned char b = c.trail[l * trailRow + k];
+				haps[h][l - first] = b & 1;
+				k = b >> 1;
+			}
+		}
+		G.pushHaps(haps);
+	}
+	std::vector < std::vector < int > > t(2 * n);
+	for (int g = 0 ; g <= S ; g ++) {
+		makeGroup(side(g - 1), side(g), n, crossing, t);
+		G.pushTrans(t);
+	}
+	sorvane_assert(G.probs.size() == rows);
 }
 
 // Sites are taken from left to right and a segment is closed at the first site that would
@@ -99,11 +201,11 @@ static bool extendSegment(std::vector < std::vector < bool > > & haps, std::vect
 template < class SiteRule >
 void genotype_graph::buildSegments(int n_sites, unsigned int max_states, SiteRule rule) {
 	sorvane_assert(n_sites > 0 && HapsS.empty() && probsI.empty());
-	std::vector < std::vector < bool > > haps, newHaps;
-	std::vector < std::vector < int > > states, newStates;
-	std::vector < std::vector < int > > index(8, std::vector < int > (2, -1));
-	std::vector < std::vector < std::vector < bool > > > segHaps;
-	std::vector < std::vector < std::vector < int > > > segStates;
+	open_segment seg;
+	seg.n = type;
+	segment_chain chain;
+	chain.trail.resize((size_t)n_sites * trailRow);
+	chain.stateFirst.push_back(0);
 	std::vector < int > alleles;
 	bool amb = false, miss = false;
 	Ambs.reserve(n_sites);
@@ -111,78 +213,23 @@ void genotype_graph::buildSegments(int n_sites, unsigned int max_states, SiteRul
 	int n_always = rule(0, alleles, amb, miss);
 	int l = 0;
 	while (l < n_sites) {
-		haps.assign(1, std::vector < bool > ());
-		states.assign(1, std::vector < int > (type, 0));
-		bool fresh = true;
-		while (l < n_sites && extendSegment(haps, states, newHaps, newStates, index, alleles, n_always, max_states)) {
+		seg.haps = 1;
+		seg.states.assign(type, 0);
+		chain.first.push_back(l);
+		const int opened = l;
+		while (l < n_sites && extendSegment(seg, &chain.trail[(size_t)l * trailRow], alleles, n_always, max_states)) {
 			Ambs.push_back(amb);
 			Miss.push_back(miss);
-			fresh = false;
 			if (++ l < n_sites) n_always = rule(l, alleles, amb, miss);
 		}
 		// Any site fits an empty segment; otherwise this would never end.
-		sorvane_assert(!fresh);
-		segHaps.push_back(std::move(haps));
-		segStates.push_back(std::move(states));
+		sorvane_assert(l > opened);
+		chain.haps.push_back(seg.haps);
+		chain.states.insert(chain.states.end(), seg.states.begin(), seg.states.end());
+		chain.stateFirst.push_back(chain.states.size() / type);
 	}
-	pushChain(segHaps, segStates);
-}
-
-// One transition per track: previous-side and next-side fragment, the next side read in
-// reverse track order for the crossed transition of an unordered pair.
-static void addTransition(std::vector < std::vector < int > > & t, const std::vector < int > & p, const std::vector < int > & q, bool crossed) {
-	int n = p.size();
-	for (int j = 0 ; j < n ; j ++) {
-		t[2 * j].push_back(p[j]);
-		t[2 * j + 1].push_back(q[crossed ? n - 1 - j : j]);
-	}
-}
-
-// Fills the columns of t with the transitions from the states P of one segment to the states
-// Q of the next: their full product, and with `crossing`, for pairs whose fragments differ
-// on both sides, a second, crossed transition that holds the other relative phase of the
-// two segments.
-static void makeGroup(const std::vector < std::vector < int > > & P, const std::vector < std::vector < int > > & Q, bool crossing, std::vector < std::vector < int > > & t) {
-	for (std::vector < int > & column : t) column.clear();
-	for (const std::vector < int > & p : P) for (const std::vector < int > & q : Q) {
-		addTransition(t, p, q, false);
-		if (crossing && p[0] != p[1] && q[0] != q[1]) addTransition(t, p, q, true);
-	}
-}
-
-// The number of transitions that makeGroup makes, known before any is made.
-static unsigned int groupSize(const std::vector < std::vector < int > > & P, const std::vector < std::vector < int > > & Q, bool crossing) {
-	auto unequal = [](const std::vector < std::vector < int > > & X) {
-		return std::count_if(X.begin(), X.end(), [](const std::vector < int > & x) { return x[0] != x[1]; });
-	};
-	return P.size() * Q.size() + (crossing ? unequal(P) * unequal(Q) : 0);
-}
-
-// Pushes the closed segments and the groups of transitions between their states, the
-// virtual start and end having the one state of fragment 0 on every track. Every vector is
-// sized exactly before it is filled.
-void genotype_graph::pushChain(std::vector < std::vector < std::vector < bool > > > & segHaps, std::vector < std::vector < std::vector < int > > > & segStates) {
-	int S = segHaps.size();
-	unsigned int bits = 0, rows = 0;
-	const std::vector < std::vector < int > > ends(1, std::vector < int > (type, 0));
-	auto side = [&](int s) -> const std::vector < std::vector < int > > & { return (s < 0 || s >= S) ? ends : segStates[s]; };
-	for (int s = 0 ; s < S ; s ++) bits += segHaps[s].size() * segHaps[s][0].size();
-	for (int g = 0 ; g <= S ; g ++) rows += groupSize(side(g - 1), side(g), unordered());
-	Haps.data.reserve((bits + 7) / 8);
-	HapsI.reserve(S);
-	HapsC.reserve(S);
-	HapsS.reserve(S);
-	probsI.reserve(S + 1);
-	probsC.reserve(S + 1);
-	probs.reserve(rows);
-	trans.reserve(rows * type);
-	for (int s = 0 ; s < S ; s ++) pushHaps(segHaps[s]);
-	std::vector < std::vector < int > > t(2 * type);
-	for (int g = 0 ; g <= S ; g ++) {
-		makeGroup(side(g - 1), side(g), unordered(), t);
-		pushTrans(t);
-	}
-	sorvane_assert(probs.size() == rows);
+	chain.first.push_back(n_sites);
+	pushChain(*this, chain, unordered());
 }
 
 int genotype_graph::buildHap(std::vector < bool > & G0, std::vector < bool > & M) {

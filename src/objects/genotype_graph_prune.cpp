@@ -388,19 +388,19 @@ void genotype_graph::mask(std::vector < std::vector < std::vector < std::vector 
 void genotype_graph::cluster(int length, int window, std::vector < int > & start, std::vector < int > & stop, std::vector < int > & segStart, std::vector < int > & segStop) {
 	const int q = std::max(length / window, 1);
 	const int m = std::max((int)HapsS.size() / q, 2);
-	std::vector < std::vector < int > > list;
-	for (int s = 0, offset = 0 ; s < (int)HapsS.size() ; offset += HapsS[s ++]) list.push_back({ s, offset, offset + (int)HapsS[s] - 1 });
-	std::vector < std::vector < std::vector < int > > > windows;
-	autils::decompose(m, list, windows);
+	std::vector < int > first(HapsS.size() + 1, 0);
+	for (unsigned int s = 0 ; s < HapsS.size() ; s ++) first[s + 1] = first[s] + HapsS[s];
+	std::vector < std::pair < int, int > > windows;
+	autils::decompose(m, 0, (int)HapsS.size() - 1, windows);
 	start.clear();
 	stop.clear();
 	segStart.clear();
 	segStop.clear();
-	for (const std::vector < std::vector < int > > & w : windows) {
-		segStart.push_back(w.front()[0]);
-		start.push_back(w.front()[1]);
-		segStop.push_back(w.back()[0]);
-		stop.push_back(w.back()[2]);
+	for (const std::pair < int, int > & w : windows) {
+		segStart.push_back(w.first);
+		start.push_back(first[w.first]);
+		segStop.push_back(w.second);
+		stop.push_back(first[w.second + 1] - 1);
 	}
 }
 

@@ -53,19 +53,22 @@ int checkTrio(int f0, int f1, int m0, int m1, int c0, int c1) {
 }
 
 void decompose(int min_length, std::vector < std::vector < int > > & in, std::vector < std::vector < std::vector < int > > > & out) {
-	int n = in.size();
+	std::vector < std::pair < int, int > > pieces;
+	decompose(min_length, 0, (int)in.size() - 1, pieces);
+	for (const std::pair < int, int > & p : pieces) out.emplace_back(in.begin() + p.first, in.begin() + p.second + 1);
+}
+
+// The same cut on the entries first .. last of a list, each piece given by the indices of
+// its first and last entries; the random draws come in the same order.
+void decompose(int min_length, int first, int last, std::vector < std::pair < int, int > > & out) {
+	int n = last - first + 1;
 	if (2 * min_length > n || n == 2) {
-		out.push_back(in);
+		out.emplace_back(first, last);
 		return;
 	}
 	int k = min_length + (int)(putils::getRandom() * (n - 2 * min_length));
-	std::vector < std::vector < int > > left(in.begin(), in.begin() + k + 1);
-	std::vector < std::vector < int > > right(in.begin() + k - 1, in.end());
-	std::vector < std::vector < std::vector < int > > > outL, outR;
-	decompose(min_length, left, outL);
-	decompose(min_length, right, outR);
-	out.insert(out.end(), outL.begin(), outL.end());
-	out.insert(out.end(), outR.begin(), outR.end());
+	decompose(min_length, first, first + k, out);
+	decompose(min_length, first + k - 1, last, out);
 }
 
 }
