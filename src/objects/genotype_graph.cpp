@@ -103,6 +103,7 @@ void genotype_graph::sort() {
 	std::vector < unsigned char > t;
 	for (unsigned int g = 0 ; g < probsC.size() ; g ++) {
 		unsigned int first = probsI[g], count = probsC[g];
+		if (count < 2) continue;
 		order.clear();
 		for (unsigned int k = 0 ; k < count ; k ++) order.push_back(std::make_pair(probs[first + k], k));
 		std::sort(order.begin(), order.end(), [](const std::pair < float, int > & a, const std::pair < float, int > & b) { return a.first > b.first; });
@@ -112,7 +113,7 @@ void genotype_graph::sort() {
 		for (unsigned int k = 0 ; k < count ; k ++) {
 			int from = order[k].second;
 			probs[first + k] = p[from];
-			std::copy(t.begin() + from * type, t.begin() + (from + 1) * type, trans.begin() + (first + k) * type);
+			for (int j = 0 ; j < type ; j ++) trans[(first + k) * type + j] = t[from * type + j];
 			if (!likes.empty()) likes[first + k] = l[from];
 		}
 	}

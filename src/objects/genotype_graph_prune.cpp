@@ -24,8 +24,12 @@ struct merge_lists {
 	// Per group: the bytes of its kept transitions, and the number of distinct byte values.
 	std::vector < std::vector < unsigned char > > T;
 	std::vector < int > C;
-	// Per segment: its fragments and its number of ambiguous sites.
-	std::vector < std::vector < std::vector < bool > > > F;
+	// Per node: the number of segments of the graph that it covers, from its own on, and
+	// its fragments as one fragment index per covered segment, fragment h at F[s][h * span],
+	// so that a merge copies indices and not bits.
+	std::vector < int > span;
+	std::vector < std::vector < unsigned char > > F;
+	// Per node: its number of ambiguous sites.
 	std::vector < int > A;
 	std::vector < int > prev, next;
 	// Heap-ordered tree over `leaves` slots; 255 where no group of the range has that c.
@@ -119,16 +123,17 @@ void rewriteGroup(const merge_lists & M, const std::vector < unsigned char > & X
 // left fragment of its low nibble followed by the right fragment of its high nibble.
 void merge(merge_lists & M, int G) {
 	const int L = M.prev[G], R = G, P = L, N = M.next[G];
-	int table[256];
+	const int sL = M.span[L], sR = M.span[R];
+	int table[256], count = 0;
 	std::fill(table, table + 256, -1);
-	std::vector < std::vector < bool > > fragments;
+	std::vector < unsigned char > fragments;
 	std::vector < int > idx;
 	for (unsigned char b : M.T[G]) {
 		if (table[b] < 0) {
-			table[b] = fragments.size();
-			fragments.push_back(M.F[L][b & 15]);
-			const std::vector < bool > & right = M.F[R][b >> 4];
-			fragments.back().insert(fragments.back().end(), right.begin(), right.end());
+			table[b] = count ++;
+			const unsigned char * left = &M.F[L][(b & 15) * sL], * right = &M.F[R][(b >> 4) * sR];
+			fragments.insert(fragments.end(), left, left + sL);
+			fragments.insert(fragments.end(), right, right + sR);
 		}
 		idx.push_back(table[b]);
 	}
@@ -136,13 +141,14 @@ void merge(merge_lists & M, int G) {
 	rewriteGroup(M, M.T[P], M.T[G], idx, true, newP);
 	rewriteGroup(M, M.T[N], M.T[G], idx, false, newN);
 	M.F[L].swap(fragments);
+	M.span[L] = sL + sR;
 	M.A[L] += M.A[R];
 	M.T[P].swap(newP);
 	M.T[N].swap(newN);
 	M.C[P] = distinctBytes(M.T[P]);
 	M.C[N] = distinctBytes(M.T[N]);
 	std::vector < unsigned char > ().swap(M.T[G]);
-	std::vector < std::vector < bool > > ().swap(M.F[R]);
+	std::vector < unsigned char > ().swap(M.F[R]);
 	M.next[P] = N;
 	M.prev[N] = P;
 	M.prev[G] = M.next[G] = -1;
@@ -168,40 +174,51 @@ void toLists(const genotype_graph & g, bool unordered, const std::vector < bool 
 		M.prev[k] = k - 1;
 		M.next[k] = (k + 1 < n_groups) ? k + 1 : -1;
 	}
+	M.span.assign(n_segments, 1);
 	M.F.resize(n_segments);
 	M.A.assign(n_segments, 0);
 	for (int s = 0, offset = 0 ; s < n_segments ; offset += g.HapsS[s ++]) {
-		M.F[s].assign(g.HapsC[s], std::vector < bool > (g.HapsS[s]));
-		for (unsigned int h = 0 ; h < g.HapsC[s] ; h ++) for (unsigned int i = 0 ; i < g.HapsS[s] ; i ++) M.F[s][h][i] = g.getA(s, h, i);
+		for (unsigned int h = 0 ; h < g.HapsC[s] ; h ++) M.F[s].push_back(h);
 		for (unsigned int i = 0 ; i < g.HapsS[s] ; i ++) M.A[s] += g.Ambs[offset + i];
 	}
 	buildTree(M);
 }
 
-// Segments anew from the fragments of the nodes in `order`, with exact capacities.
+// Segments anew from the fragments of the nodes in `order`, with exact capacities: the bits
+// of a new fragment are those of the old fragments that it lists, one per covered segment.
 void rebuildSegments(genotype_graph & g, const merge_lists & M, const std::vector < int > & order) {
 	const int S = order.size() - 1;
-	std::vector < unsigned int > ().swap(g.HapsI);
+	std::vector < unsigned int > oldI, oldS;
+	oldI.swap(g.HapsI);
+	oldS.swap(g.HapsS);
 	std::vector < unsigned int > ().swap(g.HapsC);
-	std::vector < unsigned int > ().swap(g.HapsS);
 	g.HapsI.reserve(S);
 	g.HapsC.reserve(S);
 	g.HapsS.reserve(S);
 	unsigned int total = 0;
 	for (int k = 0 ; k < S ; k ++) {
-		const std::vector < std::vector < bool > > & f = M.F[order[k]];
+		const int node = order[k], span = M.span[node];
+		unsigned int length = 0;
+		for (int i = 0 ; i < span ; i ++) length += oldS[node + i];
 		g.HapsI.push_back(total);
-		g.HapsC.push_back(f.size());
-		g.HapsS.push_back(f[0].size());
-		total += f.size() * f[0].size();
+		g.HapsC.push_back(M.F[node].size() / span);
+		g.HapsS.push_back(length);
+		total += g.HapsC.back() * length;
 	}
-	g.Haps.clear();
-	g.Haps = chaplotype(total);
+	chaplotype haps(total);
 	for (int k = 0 ; k < S ; k ++) {
-		const std::vector < std::vector < bool > > & f = M.F[order[k]];
-		for (unsigned int h = 0 ; h < f.size() ; h ++) for (unsigned int i = 0 ; i < f[h].size() ; i ++)
-			if (f[h][i]) g.Haps.set(g.HapsI[k] + h * g.HapsS[k] + i, true);
+		const int node = order[k], span = M.span[node];
+		for (unsigned int h = 0 ; h < g.HapsC[k] ; h ++) {
+			int at = g.HapsI[k] + h * g.HapsS[k];
+			for (int i = 0 ; i < span ; i ++) {
+				const int s = node + i;
+				haps.copyBits(at, g.Haps, oldI[s] + M.F[node][h * span + i] * oldS[s], oldS[s]);
+				at += oldS[s];
+			}
+		}
 	}
+	g.Haps.data.swap(haps.data);
+	g.Haps.n = haps.n;
 }
 
 // Transitions anew: every surviving state of a cut to every surviving state of the next,
@@ -253,20 +270,29 @@ void rebuildTransitions(genotype_graph & g, const merge_lists & M, const std::ve
 
 // Ambiguity anew, as pruning may have resolved sites. A pair may carry any fragment of a
 // segment on either track; other units per track the fragments that the entering group
-// leads to.
+// leads to. A site is ambiguous where the fragments of a track differ, found 8 sites at a
+// time as the bits that some of them carry and not all.
 void recomputeAmbs(genotype_graph & g) {
 	const int n = g.type;
 	std::vector < bool > ambs(g.Ambs.size(), false);
 	for (unsigned int s = 0, offset = 0 ; s < g.HapsS.size() ; offset += g.HapsS[s ++]) {
-		std::vector < std::vector < bool > > used(n, std::vector < bool > (g.HapsC[s], n == 2));
-		if (n != 2) for (unsigned int t = g.probsI[s] ; t < g.probsI[s] + g.probsC[s] ; t ++)
-			for (int j = 0 ; j < n ; j ++) used[j][g.trans[t * n + j] >> 4] = true;
-		for (unsigned int i = 0 ; i < g.HapsS[s] ; i ++) for (int j = 0 ; j < n && !ambs[offset + i] ; j ++) {
-			int first = -1;
-			for (unsigned int h = 0 ; h < g.HapsC[s] ; h ++) if (used[j][h]) {
-				if (first < 0) first = g.getA(s, h, i);
-				else if (g.getA(s, h, i) != first) ambs[offset + i] = true;
+		const int C = g.HapsC[s], L = g.HapsS[s];
+		unsigned int used[4] = { 0, 0, 0, 0 };
+		if (n == 2) used[0] = used[1] = (1u << C) - 1;
+		else for (unsigned int t = g.probsI[s] ; t < g.probsI[s] + g.probsC[s] ; t ++)
+			for (int j = 0 ; j < n ; j ++) used[j] |= 1u << (g.trans[t * n + j] >> 4);
+		for (int i = 0 ; i < L ; i += 8) {
+			unsigned int amb = 0;
+			for (int j = 0 ; j < n ; j ++) {
+				unsigned int some = 0, all = 0xFF;
+				for (int h = 0 ; h < C ; h ++) if ((used[j] >> h) & 1) {
+					const unsigned int v = g.Haps.bits8(g.HapsI[s] + h * L + i);
+					some |= v;
+					all &= v;
+				}
+				amb |= some & ~all;
 			}
+			for (int b = 0 ; b < 8 && i + b < L ; b ++) ambs[offset + i + b] = (amb >> b) & 1;
 		}
 	}
 	g.Ambs.swap(ambs);
