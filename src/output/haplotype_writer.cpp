@@ -234,20 +234,24 @@ std::vector < int > haplotype_writer::doubletonSpans(const std::vector < chaplot
 	return span;
 }
 
-void haplotype_writer::phaseConfidences(const std::vector < bool > & written, bool singletons_placed, std::vector < std::vector < float > > & pp) const {
+void haplotype_writer::phaseConfidences(const std::vector < bool > & written, bool singletons_placed, std::vector < std::vector < float > > & pp, work_queue & workers) const {
 	std::vector < const chaplotype * > c0 = columns(0), c1 = columns(1);
 	const int N = set.vecH.size();
 	std::vector < int > mac = alleleCounts(set.vecH, written.size());
 	const std::vector < int > span = doubletonSpans(set.vecH, mac, set.hap2ind, *set.sites);
 	for (int & c : mac) c = std::min(c, N - c);
 	const double singleton = singletons_placed ? placedSingleton(N) : 0.5;
-	std::vector < int > sites;
-	std::vector < unsigned char > alleles;
-	std::vector < double > p;
+	// Per worker: the heterozygous sites of a sample, its alleles there and their pairs.
+	std::vector < std::vector < int > > siteSets(workers.size());
+	std::vector < std::vector < unsigned char > > alleleSets(workers.size());
+	std::vector < std::vector < double > > pairSets(workers.size());
 	pp.assign(order.size(), std::vector < float > ());
-	for (unsigned int k = 0 ; k < order.size() ; k ++) {
+	workers.run(order.size(), [&](int k, int worker) {
 		const int kind = order[k].kind;
-		if (kind == 0) continue;
+		if (kind == 0) return;
+		std::vector < int > & sites = siteSets[worker];
+		std::vector < unsigned char > & alleles = alleleSets[worker];
+		std::vector < double > & p = pairSets[worker];
 		sites.clear();
 		alleles.clear();
 		for (int l = 0 ; l < (int)written.size() ; l ++) {
@@ -263,7 +267,7 @@ void haplotype_writer::phaseConfidences(const std::vector < bool > & written, bo
 			for (int l : { sites[j], sites[j + 1] }) if (span[l] >= 0) c = std::min(c, (float)doubletonCap(span[l], N, singleton));
 			pp[k].push_back(c);
 		}
-	}
+	});
 }
 
 // Four significant digits at most, and no trailing zeros: most heterozygous genotypes are
@@ -278,6 +282,16 @@ static void appendProbability(std::string & out, float p) {
 	out += text;
 }
 
+void haplotype_writer::alleleLine(const std::vector < const chaplotype * > & c0, const std::vector < const chaplotype * > & c1, int l, std::string & line) const {
+	line.clear();
+	for (unsigned int k = 0 ; k < order.size() ; k ++) {
+		if (k) line += ' ';
+		line += (char)('0' + allele(c0, c1, k, l, 0));
+		line += ' ';
+		line += (char)('0' + allele(c0, c1, k, l, 1));
+	}
+}
+
 void haplotype_writer::writeHaplotypeHap(std::string haps, std::string sample) {
 	LOG.println("\nWriting sample list in [" + sample + "]");
 	ofile fs;
@@ -288,6 +302,7 @@ void haplotype_writer::writeHaplotypeHap(std::string haps, std::string sample) {
 
 	LOG.println("\nWriting site list and haplotypes in [" + haps + "]");
 	std::vector < const chaplotype * > c0 = columns(0), c1 = columns(1);
+	std::string line;
 	ofile fh;
 	openOutput(fh, haps);
 	for (int l = 0 ; l < set.sites->size() ; l ++) {
@@ -297,8 +312,8 @@ void haplotype_writer::writeHaplotypeHap(std::string haps, std::string sample) {
 		// The six-column GEN layout keeps its second identifier in the site's properties.
 		if (s->source == 4) fh << " " << s->properties[0];
 		fh << " " << s->bp << " " << s->a0 << " " << s->a1;
-		for (unsigned int k = 0 ; k < order.size() ; k ++) fh << " " << allele(c0, c1, k, l, 0) << " " << allele(c0, c1, k, l, 1);
-		fh << "\n";
+		alleleLine(c0, c1, l, line);
+		fh << " " << line << "\n";
 	}
 	fh.close();
 }
@@ -323,12 +338,13 @@ void haplotype_writer::writeHaplotypeRef(std::string haplotypes, std::string leg
 
 	LOG.println("\nWriting haplotypes in [" + haplotypes + "]");
 	std::vector < const chaplotype * > c0 = columns(0), c1 = columns(1);
+	std::string line;
 	ofile fh;
 	openOutput(fh, haplotypes);
 	for (int l = 0 ; l < set.sites->size() ; l ++) {
 		if (!filter.checkSnp(set.sites->getByIndex(l)->bp)) continue;
-		for (unsigned int k = 0 ; k < order.size() ; k ++) fh << (k ? " " : "") << allele(c0, c1, k, l, 0) << " " << allele(c0, c1, k, l, 1);
-		fh << "\n";
+		alleleLine(c0, c1, l, line);
+		fh << line << "\n";
 	}
 	fh.close();
 }
@@ -338,10 +354,10 @@ void haplotype_writer::writeHaplotypeRef(std::string haplotypes, std::string leg
 // they were, then the declarations that the sites need and the input lacked. A site read
 // from plink files is written with its reference allele as REF, and a haploid sample (a
 // male on chromosome X) with one allele.
-void haplotype_writer::writeHaplotypeVcf(std::string vcf, bool confidence, bool singletons_placed) {
+void haplotype_writer::writeHaplotypeVcf(std::string vcf, bool confidence, bool singletons_placed, work_queue & workers) {
 	LOG.println("\nWriting haplotypes in [" + vcf + "] in VCF format");
 	vcf_output fv;
-	if (!fv.open(vcf)) LOG.error("Impossible to create file [" + vcf + "]");
+	if (!fv.open(vcf, workers.size())) LOG.error("Impossible to create file [" + vcf + "]");
 	std::ostringstream head;
 	head << "##fileformat=VCFv4.2\n";
 	head << "##fileDate=" << sutils::date2str(&START_DATE, "%Y%m%d") << "\n";
@@ -383,7 +399,7 @@ void haplotype_writer::writeHaplotypeVcf(std::string vcf, bool confidence, bool 
 	std::vector < bool > written (set.sites->size());
 	for (int l = 0 ; l < set.sites->size() ; l ++) written[l] = filter.checkSnp(set.sites->getByIndex(l)->bp);
 	std::vector < std::vector < float > > pp;
-	if (confidence) phaseConfidences(written, singletons_placed, pp);
+	if (confidence) phaseConfidences(written, singletons_placed, pp, workers);
 	// Per output sample, the heterozygous genotypes written so far.
 	std::vector < int > hets (order.size(), 0);
 	std::vector < const chaplotype * > c0 = columns(0), c1 = columns(1);

@@ -4,6 +4,7 @@
 #include "containers/genhap_set/genhap_set.h"
 #include "output/filter_writer.h"
 #include "utils/ofile.h"
+#include "utils/work_queue.h"
 
 #include <map>
 #include <string>
@@ -48,7 +49,7 @@ public:
 	// of its sample the probability, from the graph's stored probabilities, that its phase
 	// relative to the sample's previous heterozygous genotype is as written;
 	// `singletons_placed` tells that singletons were placed from the haplotypes around them.
-	void writeHaplotypeVcf(std::string vcf, bool confidence, bool singletons_placed);
+	void writeHaplotypeVcf(std::string vcf, bool confidence, bool singletons_placed, work_queue & workers);
 
 	// Per site: for a doubleton carried by two different samples, the bp over which its two
 	// haplotypes agree around it; -1 elsewhere. `ones` counts allele 1 at each site.
@@ -71,7 +72,7 @@ private:
 	void writeSamples(ofile & f) const;
 	// Per output sample, the probabilities of the PP field at its heterozygous sites after the
 	// first, in site order, over the sites written.
-	void phaseConfidences(const std::vector < bool > & written, bool singletons_placed, std::vector < std::vector < float > > & pp) const;
+	void phaseConfidences(const std::vector < bool > & written, bool singletons_placed, std::vector < std::vector < float > > & pp, work_queue & workers) const;
 	// Per output sample, the haplotypes of its first and second column.
 	std::vector < const chaplotype * > columns(int which) const;
 	// The allele of column `which` of output sample k at site l, after orient.
@@ -79,6 +80,8 @@ private:
 		bool swap = !swaps.empty() && !swaps[k].empty() && swaps[k][l];
 		return (which != swap ? c1 : c0)[k]->get(l);
 	}
+	// The two alleles of every output sample at site l, space-separated, into line.
+	void alleleLine(const std::vector < const chaplotype * > & c0, const std::vector < const chaplotype * > & c1, int l, std::string & line) const;
 };
 
 #endif

@@ -30,7 +30,7 @@ bool vcf_output::toStdout(const std::string & name) {
 	return name == "-" || name == "-.vcf.gz" || name == "-.bcf";
 }
 
-bool vcf_output::open(const std::string & name) {
+bool vcf_output::open(const std::string & name, int threads) {
 	file = name;
 	if (!isIndexed(name)) {
 		text.reset(new ofile());
@@ -39,8 +39,9 @@ bool vcf_output::open(const std::string & name) {
 	const char * mode = endsWith(name, ".bcf") ? "wb" : "wz";
 	if (toStdout(name)) {
 		hts = hts_open("-", mode);
-		if (hts) record = bcf_init();
-		return hts != nullptr;
+		if (!hts) return false;
+		record = bcf_init();
+		return threads < 2 || hts_set_threads(hts, threads) == 0;
 	}
 	if (access(name.c_str(), F_OK) == 0 && access(name.c_str(), W_OK) != 0) return false;
 	target = futils::temporaryName(name);
@@ -51,7 +52,7 @@ bool vcf_output::open(const std::string & name) {
 	}
 	OUTPUTS.add(target, name);
 	record = bcf_init();
-	return true;
+	return threads < 2 || hts_set_threads(hts, threads) == 0;
 }
 
 void vcf_output::fail(const std::string & what) {

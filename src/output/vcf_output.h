@@ -21,7 +21,8 @@ public:
 	vcf_output(const vcf_output &) = delete;
 	vcf_output & operator=(const vcf_output &) = delete;
 
-	bool open(const std::string & name);
+	// Compressed forms are compressed on `threads` threads of htslib.
+	bool open(const std::string & name, int threads = 1);
 	// All header lines, each ending in a newline, the "#CHROM" line last.
 	void header(const std::string & text);
 	void line(const std::string & text);

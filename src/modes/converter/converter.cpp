@@ -156,7 +156,7 @@ void converter::writeHaps(const std::string & option) {
 
 void converter::writeVcf(bool confidence) {
 	haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);
-	writerH.writeHaplotypeVcf(options["output-vcf"].as < std::string > (), confidence, confidence && !options.count("no-rare-phasing"));
+	writerH.writeHaplotypeVcf(options["output-vcf"].as < std::string > (), confidence, confidence && !options.count("no-rare-phasing"), workers());
 }
 
 // Singletons are placed after maximisation or sampling, as in the phasing mode. The VCF holds
