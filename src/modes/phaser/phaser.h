@@ -44,7 +44,7 @@ public:
 	// Samples in a batch of the iterations, per thread; the samples of a batch are hidden
 	// from one another, so a batch takes at most one sample in batch_share, and at least one
 	// per thread.
-	static constexpr int batch_per_thread = 8;
+	static constexpr int batch_per_thread = 16;
 	static constexpr int batch_share = 32;
 	// Sites between two checkpoints of the transform for --selection pbwt. Sparser checkpoints
 	// let the walks of a window reach deeper matches at each one before the states run out:
