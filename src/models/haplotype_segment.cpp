@@ -8,6 +8,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 static const int max_fragments = segment_links::max_fragments;
 static const double underflow = 1e-300;
@@ -80,7 +83,7 @@ static inline void emissions16(const unsigned char * bits, int k, const floats16
 // updateRow with the emission row made on the fly from the site's bit row: e[k] is `one`
 // where bit k is set and `zero` where it is clear, for k < K, and 0 in the padding. The
 // cells and the sum come out bit for bit as from updateRow. bits holds Kp / 8 bytes.
-SORVANE_VECTOR_CLONES static double updateRowBits(const float * __restrict__ o, float a, float b, const unsigned char * __restrict__ bits, float one, float zero, float * __restrict__ c, int K, int Kp) {
+SORVANE_VECTOR_CLONES static double updateRowBitsAny(const float * __restrict__ o, float a, float b, const unsigned char * __restrict__ bits, float one, float zero, float * __restrict__ c, int K, int Kp) {
 	const floats16 ones = (floats16){ 0 } + one, zeros = (floats16){ 0 } + zero;
 	const ints16 lane = { 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15 };
 	floats16 s = { 0 };
@@ -94,6 +97,41 @@ SORVANE_VECTOR_CLONES static double updateRowBits(const float * __restrict__ o, 
 	}
 	return reduce(s);
 }
+
+#if defined(__x86_64__) && !defined(SORVANE_NO_TARGET_CLONES)
+// Cells k .. k + 15 of updateRowBits512 added to s; lanes outside `valid` get an emission of 0.
+__attribute__((target("avx512f"), always_inline)) static inline void cells512(const float * o, __m512 a, __m512 b, const unsigned char * bits, __m512 ones, __m512 zeros, float * c, size_t k, __mmask16 valid, __m512 & s) {
+	uint16_t m;
+	memcpy(&m, bits + k / 8, 2);
+	const __m512 e = _mm512_maskz_mov_ps(valid, _mm512_mask_blend_ps((__mmask16)m, zeros, ones));
+	const __m512 v = _mm512_mul_ps(_mm512_add_ps(_mm512_mul_ps(_mm512_loadu_ps(o + k), a), b), e);
+	_mm512_storeu_ps(c + k, v);
+	s = _mm512_add_ps(s, v);
+}
+
+// updateRowBitsAny with AVX-512 intrinsics: 16 bits of the row are the blend mask of 16
+// emissions, where the portable form spreads them over the lanes and compares; the same
+// operations in the same order give the same bits. Chosen once, when the processor has it.
+__attribute__((target("avx512f"))) static double updateRowBits512(const float * __restrict__ o, float a, float b, const unsigned char * __restrict__ bits, float one, float zero, float * __restrict__ c, int K, int Kp) {
+	const __m512 ones = _mm512_set1_ps(one), zeros = _mm512_set1_ps(zero), va = _mm512_set1_ps(a), vb = _mm512_set1_ps(b);
+	__m512 s = _mm512_setzero_ps();
+	size_t k = 0;
+	for (; k + 16 <= (size_t)K ; k += 16) cells512(o, va, vb, bits, ones, zeros, c, k, 0xFFFF, s);
+	for (; k < (size_t)Kp ; k += 16) cells512(o, va, vb, bits, ones, zeros, c, k, (__mmask16)((1u << std::max(K - (int)k, 0)) - 1), s);
+	floats16 t;
+	memcpy(&t, &s, sizeof t);
+	return reduce(t);
+}
+
+static double updateRowBits(const float * o, float a, float b, const unsigned char * bits, float one, float zero, float * c, int K, int Kp) {
+	static const bool avx512 = __builtin_cpu_supports("avx512f");
+	return avx512 ? updateRowBits512(o, a, b, bits, one, zero, c, K, Kp) : updateRowBitsAny(o, a, b, bits, one, zero, c, K, Kp);
+}
+#else
+static double updateRowBits(const float * o, float a, float b, const unsigned char * bits, float one, float zero, float * c, int K, int Kp) {
+	return updateRowBitsAny(o, a, b, bits, one, zero, c, K, Kp);
+}
+#endif
 
 // Emission row of a site from its bit row: `one` where bit k is set and `zero` where it is
 // clear, for k < K; the padding up to Kp is left as it is. bits holds Kp / 8 bytes.
