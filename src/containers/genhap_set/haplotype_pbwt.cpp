@@ -87,10 +87,14 @@ int haplotype_pbwt::next(walker & w, const std::vector < bool > & allowed) const
 	while (w.up >= 0 || w.down < N) {
 		int h;
 		if (w.up >= 0 && (w.down >= N || w.up_start <= w.down_start)) {
+			// Walks run through their rows a position at a time: the line that a walk
+			// enters 8 positions on is fetched before it gets there.
+			__builtin_prefetch(w.sorted + std::max(w.up - 8, 0));
 			h = w.sorted[w.up].hap;
 			w.up_start = std::max(w.up_start, w.sorted[w.up].start);
 			w.up --;
 		} else {
+			__builtin_prefetch(w.sorted + std::min(w.down + 8, N - 1));
 			h = w.sorted[w.down].hap;
 			w.down ++;
 			if (w.down < N) w.down_start = std::max(w.down_start, w.sorted[w.down].start);
