@@ -5,10 +5,11 @@
 #include <algorithm>
 #include <utility>
 
-// The fragments of an open segment hold no bits. Fragment k made at site l is the byte
-// (fragment at site l - 1 << 1) + allele, row l of a trail with 8 bytes a site, and a closed
-// segment reads its bits back from its last site to its first. Copying a fragment to extend
-// it is one byte, which keeps the build free of allocations per site.
+// The fragments of an open segment hold no bits. Fragment k made at site l is byte k of row
+// l of a trail of 8 bytes a site: (f << 1) + a, f the fragment at site l - 1 that it extends
+// and a its allele; a closed segment reads its bits back from its last site to its first.
+// Copying a fragment to extend it is one byte, which keeps the build free of allocations
+// per site.
 static const int trailRow = 8;
 
 // One allele per track. A fragment extended by an allele is made once per site and then
@@ -85,10 +86,16 @@ struct segment_chain {
 	std::vector < int > first, haps, states, stateFirst;
 };
 
+// The states of one side of a group: count states of n fragment indices from x on.
+struct state_list {
+	const int * x;
+	int count;
+};
+
 }
 
-// Extends the segment by site l: every state by every allele combination of the site, n per
-// combination in `alleles`; combinations from `n_always` on only extend states whose two
+// Extends the segment by one site, whose fragments go to `row` of the trail: every state by
+// every allele combination of the site, n per combination in `alleles`; combinations from `n_always` on only extend states whose two
 // fragments differ, since an unordered pair of equal fragments would make the same pair
 // twice. Returns false, the segment unchanged, when the result breaks the limits.
 static bool extendSegment(open_segment & seg, unsigned char * row, const std::vector < int > & alleles, int n_always, unsigned int max_states) {
@@ -121,12 +128,6 @@ static void addTransition(std::vector < std::vector < int > > & t, const int * p
 		t[2 * j + 1].push_back(q[crossed ? n - 1 - j : j]);
 	}
 }
-
-// The states of one side of a group: count states of n fragment indices from x on.
-struct state_list {
-	const int * x;
-	int count;
-};
 
 // Fills the columns of t with the transitions from the states P of one segment to the states
 // Q of the next: their full product, and with `crossing`, for pairs whose fragments differ
