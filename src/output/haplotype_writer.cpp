@@ -167,6 +167,8 @@ struct confidence_map {
 };
 static const confidence_map common_pairs = { 0.75, 1.5 }, rare_pairs = { 2.0, 3.0 };
 static const int rare_count = 10;
+// Most carriers of an allele whose pairs are held by the stretch the carriers share.
+static const int rare_carriers = 5;
 
 static double placedSingleton(int haplotypes) {
 	return std::min(0.75, std::max(0.55, 0.72 - 0.156 * (std::log10(haplotypes / 2.0) - 2.0)));
@@ -192,44 +194,48 @@ static std::vector < int > alleleCounts(const std::vector < chaplotype > & H, in
 	return count;
 }
 
-// A doubleton is copied with confidence from one carrier to the other, yet a genotype error
-// at a singleton makes a doubleton too, whose carriers share no more than two unrelated
-// haplotypes do around it: its phase is right little more often than a placed singleton's.
-// The two haplotypes of a true doubleton share a stretch around it, longer the more
-// haplotypes there are (a doubleton among more haplotypes is younger). On a simulated cohort
-// of 2000 growing haplotypes (bench/README.md, "Pairs at a doubleton") the pairs at a
-// doubleton were right as a logistic of the bp shared, from even below 10 kb to 0.98 above
-// 100 kb; the PP of such a pair is held below that curve, the length scaled by 2000
-// haplotypes over the cohort's.
-double haplotype_writer::doubletonCap(int shared_bp, int haplotypes, double singleton) {
+// A rare allele is copied with confidence from one carrier to another, yet a genotype error
+// at a singleton, or a missing genotype filled in, gives it carriers too, which share no more
+// with the true carrier than unrelated haplotypes do around it: their phase is right little
+// more often than a placed singleton's. The carriers of a true rare allele share a stretch
+// around it, longer the more haplotypes there are (a rare allele among more haplotypes is
+// younger). On a simulated cohort of 2000 growing haplotypes (bench/README.md, "Pairs at a
+// rare allele") the pairs at an allele of count 2 to 5 were right as one logistic of the bp
+// that their carrier shares with another, from even below 10 kb to 0.98 above 100 kb; the PP
+// of such a pair is held below that curve, the length scaled by 2000 haplotypes over the
+// cohort's.
+double haplotype_writer::rareCap(int shared_bp, int haplotypes, double singleton) {
 	const double d = std::max(1.0, shared_bp * 2000.0 / haplotypes);
 	return std::max(singleton, 1.0 / (1.0 + std::exp(-3.3 * (std::log10(d) - 4.0))));
 }
 
-// The carriers are found in one pass over the bytes of all haplotypes, masked by the
-// doubletons of allele 1 and those of allele 0.
-std::vector < int > haplotype_writer::doubletonSpans(const std::vector < chaplotype > & H, const std::vector < int > & ones, const std::vector < int > & hap2ind, const snp_set & sites) {
+// The carriers are found in one pass over the bytes of all haplotypes, masked by the rare
+// alleles 1 and the rare alleles 0.
+std::vector < std::vector < std::pair < int, int > > > haplotype_writer::rareSpans(const std::vector < chaplotype > & H, const std::vector < int > & ones, const std::vector < int > & hap2ind, const snp_set & sites) {
 	const int L = ones.size(), N = H.size(), B = (L + 7) / 8;
 	std::vector < unsigned char > minor1 (B, 0), minor0 (B, 0);
 	for (int l = 0 ; l < L ; l ++) {
-		if (ones[l] == 2) minor1[l >> 3] |= 1u << (l & 7);
-		else if (ones[l] == N - 2) minor0[l >> 3] |= 1u << (l & 7);
+		const int minor = std::min(ones[l], N - ones[l]);
+		if (minor < 2 || minor > rare_carriers) continue;
+		if (ones[l] <= N - ones[l]) minor1[l >> 3] |= 1u << (l & 7);
+		else minor0[l >> 3] |= 1u << (l & 7);
 	}
 	std::vector < std::vector < int > > carriers (L);
 	for (int h = 0 ; h < N ; h ++) for (int k = 0 ; k < B ; k ++) {
 		const unsigned int d = H[h].data[k];
 		for (unsigned int hit = ((d & minor1[k]) | (~d & minor0[k])) & 0xFF ; hit ; hit &= hit - 1) carriers[8 * k + __builtin_ctz(hit)].push_back(h);
 	}
-	std::vector < int > span (L, -1);
-	for (int l = 0 ; l < L ; l ++) {
-		if (carriers[l].size() != 2) continue;
-		const int c0 = carriers[l][0], c1 = carriers[l][1];
-		if (c1 < (int)hap2ind.size() && hap2ind[c0] == hap2ind[c1]) continue;
-		const chaplotype & a = H[c0], & b = H[c1];
-		int first = l, last = l;
-		while (first > 0 && a[first - 1] == b[first - 1]) first --;
-		while (last + 1 < L && a[last + 1] == b[last + 1]) last ++;
-		span[l] = sites.vecS[last]->bp - sites.vecS[first]->bp;
+	std::vector < std::vector < std::pair < int, int > > > span (L);
+	for (int l = 0 ; l < L ; l ++) for (int a : carriers[l]) {
+		int longest = -1;
+		for (int b : carriers[l]) {
+			if (b == a || (a < (int)hap2ind.size() && b < (int)hap2ind.size() && hap2ind[a] == hap2ind[b])) continue;
+			int first = l, last = l;
+			while (first > 0 && H[a][first - 1] == H[b][first - 1]) first --;
+			while (last + 1 < L && H[a][last + 1] == H[b][last + 1]) last ++;
+			longest = std::max(longest, sites.vecS[last]->bp - sites.vecS[first]->bp);
+		}
+		if (longest >= 0) span[l].emplace_back(a, longest);
 	}
 	return span;
 }
@@ -238,7 +244,7 @@ void haplotype_writer::phaseConfidences(const std::vector < bool > & written, bo
 	std::vector < const chaplotype * > c0 = columns(0), c1 = columns(1);
 	const int N = set.vecH.size();
 	std::vector < int > mac = alleleCounts(set.vecH, written.size());
-	const std::vector < int > span = doubletonSpans(set.vecH, mac, set.hap2ind, *set.sites);
+	const std::vector < std::vector < std::pair < int, int > > > span = rareSpans(set.vecH, mac, set.hap2ind, *set.sites);
 	for (int & c : mac) c = std::min(c, N - c);
 	const double singleton = singletons_placed ? placedSingleton(N) : 0.5;
 	// Per worker: the heterozygous sites of a sample, its alleles there and their pairs.
@@ -261,10 +267,12 @@ void haplotype_writer::phaseConfidences(const std::vector < bool > & written, bo
 			alleles.push_back(x0 | (x1 << 1));
 		}
 		set.vecG[order[k].index]->phaseConfidence(first_track[kind], second_track[kind], sites, alleles, p);
+		const int h0 = set.ind2hap[order[k].index][first_track[kind]], h1 = set.ind2hap[order[k].index][second_track[kind]];
 		// p[j] is the pair of sites[j] and sites[j + 1].
 		for (unsigned int j = 0 ; j < p.size() ; j ++) {
 			float c = calibrated(p[j], std::min(mac[sites[j]], mac[sites[j + 1]]), singleton);
-			for (int l : { sites[j], sites[j + 1] }) if (span[l] >= 0) c = std::min(c, (float)doubletonCap(span[l], N, singleton));
+			for (int l : { sites[j], sites[j + 1] }) for (const std::pair < int, int > & carrier : span[l])
+				if (carrier.first == h0 || carrier.first == h1) c = std::min(c, (float)rareCap(carrier.second, N, singleton));
 			pp[k].push_back(c);
 		}
 	});

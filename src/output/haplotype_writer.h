@@ -51,11 +51,13 @@ public:
 	// `singletons_placed` tells that singletons were placed from the haplotypes around them.
 	void writeHaplotypeVcf(std::string vcf, bool confidence, bool singletons_placed, work_queue & workers);
 
-	// Per site: for a doubleton carried by two different samples, the bp over which its two
-	// haplotypes agree around it; -1 elsewhere. `ones` counts allele 1 at each site.
-	static std::vector < int > doubletonSpans(const std::vector < chaplotype > & H, const std::vector < int > & ones, const std::vector < int > & hap2ind, const snp_set & sites);
-	// The most PP that a pair at a doubleton of that span gets among that many haplotypes.
-	static double doubletonCap(int shared_bp, int haplotypes, double singleton);
+	// Per site whose minor allele has 2 to 5 carriers: each carrier haplotype that another
+	// sample's carries too, with the most bp over which it agrees with one of those around
+	// the site. `ones` counts allele 1 at each site.
+	static std::vector < std::vector < std::pair < int, int > > > rareSpans(const std::vector < chaplotype > & H, const std::vector < int > & ones, const std::vector < int > & hap2ind, const snp_set & sites);
+	// The most PP that a pair at a rare allele whose carrier shares that span gets among that
+	// many haplotypes.
+	static double rareCap(int shared_bp, int haplotypes, double singleton);
 	// Turns the two columns of each sample of `phases` to agree with its known phase: at
 	// each known heterozygous site, and from there on to the next one, the columns are
 	// exchanged where they stand the other way round. The sites before the first one

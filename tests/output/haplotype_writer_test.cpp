@@ -138,23 +138,32 @@ TEST(prob_writer, Table) {
 	EXPECT_EQ(d.read("p.txt"), "1 rs1 100 0.1 0.2 0.3 0.5\n1 rs2 200 1.1 1.2 1.3 1.5\n1 rs3 300 2.1 2.2 2.3 2.5\n1 rs4 400 3.1 3.2 3.3 3.5\n");
 }
 
-// Doubletons of allele 1 in two samples and of allele 0 span the sites where their carriers
-// agree; one within a sample has none. The cap rises from the singleton value with the span,
-// a span among 200 haplotypes counting as ten times as much among 2000.
-TEST(haplotype_writer, DoubletonSpansAndCaps) {
-	snp_set sites;
-	for (int l = 0 ; l < 7 ; l ++) sites.put(new snp("1", 100 * (l + 1), "A", "C", 3));
-	const fields haps = { "1110101", "1001100", "0110001", "1001000", "0100011", "0001111" };
-	std::vector < chaplotype > H (haps.size(), chaplotype(7));
-	std::vector < int > ones (7, 0);
-	for (unsigned int h = 0 ; h < haps.size() ; h ++) for (int l = 0 ; l < 7 ; l ++) {
-		H[h].set(l, haps[h][l] == '1');
-		ones[l] += haps[h][l] == '1';
-	}
-	EXPECT_EQ(haplotype_writer::doubletonSpans(H, ones, { 0, 0, 1, 1, 2, 2 }, sites), std::vector < int > ({ -1, -1, 200, -1, -1, -1, 100 }));
-	EXPECT_DOUBLE_EQ(haplotype_writer::doubletonCap(0, 2000, 0.56), 0.56);
-	EXPECT_DOUBLE_EQ(haplotype_writer::doubletonCap(9000, 2000, 0.56), 0.56);
-	EXPECT_NEAR(haplotype_writer::doubletonCap(20000, 2000, 0.56), 0.73, 0.01);
-	EXPECT_GT(haplotype_writer::doubletonCap(300000, 2000, 0.56), 0.99);
-	EXPECT_DOUBLE_EQ(haplotype_writer::doubletonCap(2000, 200, 0.56), haplotype_writer::doubletonCap(20000, 2000, 0.56));
+// Each carrier of a rare allele 1 or 0 spans the most sites over which it agrees with a
+// carrier of another sample; carriers within one sample have none. An allele of 6 carriers
+// is not rare. The cap rises from the singleton value with the span, a span among 200
+// haplotypes counting as ten times as much among 2000.
+TEST(haplotype_writer, RareSpansAndCaps) {
+	typedef std::vector < std::vector < std::pair < int, int > > > spans;
+	auto rareSpans = [](const fields & haps) {
+		snp_set sites;
+		for (unsigned int l = 0 ; l < haps[0].size() ; l ++) sites.put(new snp("1", 100 * (l + 1), "A", "C", 3));
+		std::vector < chaplotype > H (haps.size(), chaplotype(haps[0].size()));
+		std::vector < int > ones (haps[0].size(), 0), hap2ind;
+		for (unsigned int h = 0 ; h < haps.size() ; h ++) {
+			for (unsigned int l = 0 ; l < haps[h].size() ; l ++) {
+				H[h].set(l, haps[h][l] == '1');
+				ones[l] += haps[h][l] == '1';
+			}
+			hap2ind.push_back(h / 2);
+		}
+		return haplotype_writer::rareSpans(H, ones, hap2ind, sites);
+	};
+	EXPECT_EQ(rareSpans({ "1110101", "1001100", "0110001", "1001000", "0100011", "0001111" }), spans({ { { 0, 0 }, { 1, 300 }, { 3, 300 } }, { { 0, 200 }, { 2, 200 }, { 4, 100 } },
+		{ { 0, 200 }, { 2, 200 } }, { { 1, 300 }, { 3, 300 }, { 5, 300 } }, { { 0, 0 }, { 1, 300 }, { 5, 300 } }, { }, { { 1, 100 }, { 3, 100 } } }));
+	EXPECT_EQ(rareSpans({ "11", "11", "11", "11", "11", "10", "00", "00", "00", "00", "00", "00" }), spans({ { }, { { 0, 100 }, { 1, 100 }, { 2, 100 }, { 3, 100 }, { 4, 100 } } }));
+	EXPECT_DOUBLE_EQ(haplotype_writer::rareCap(0, 2000, 0.56), 0.56);
+	EXPECT_DOUBLE_EQ(haplotype_writer::rareCap(9000, 2000, 0.56), 0.56);
+	EXPECT_NEAR(haplotype_writer::rareCap(20000, 2000, 0.56), 0.73, 0.01);
+	EXPECT_GT(haplotype_writer::rareCap(300000, 2000, 0.56), 0.99);
+	EXPECT_DOUBLE_EQ(haplotype_writer::rareCap(2000, 200, 0.56), haplotype_writer::rareCap(20000, 2000, 0.56));
 }
