@@ -139,3 +139,49 @@ void haplotype_pbwt::select(const std::vector < bool > & allowed, const std::vec
 		}
 	}
 }
+
+void haplotype_pbwt::selectComposite(const std::vector < bool > & allowed, const std::vector < int > & targets, int left, int right, int slots, int per_target, std::vector < int > & first, std::vector < composite_switch > & switches, std::vector < int > & slotOf) const {
+	sorvane_assert(!empty() && (int)allowed.size() == N && (int)slotOf.size() == N);
+	int c0, c1;
+	checkpoints(left, right, c0, c1);
+	first.clear();
+	switches.clear();
+	std::vector < int > hap, seen, from;
+	for (int c = c0 ; c <= c1 ; c ++) for (int t : targets) {
+		walker w = startWalk(c, t);
+		for (int j = 0 ; j < per_target ; j ++) {
+			const int h = next(w, allowed);
+			if (h < 0) break;
+			if (slotOf[h] >= 0) {
+				seen[slotOf[h]] = c;
+				continue;
+			}
+			int s = hap.size();
+			if (s < slots) {
+				hap.push_back(h);
+				seen.push_back(c);
+				from.push_back(left);
+				first.push_back(h);
+				slotOf[h] = s;
+				continue;
+			}
+			s = std::min_element(seen.begin(), seen.end()) - seen.begin();
+			if (seen[s] == c) break;
+			const int site = std::min(right, ((sites[seen[s]] + sites[c]) / 2) & ~7);
+			if (site > from[s]) {
+				switches.push_back({ site, s, h });
+				from[s] = site;
+			} else if (from[s] == left) first[s] = h;
+			else {
+				// No site left to the slot's last haplotype: the new one takes its place.
+				auto last = std::find_if(switches.rbegin(), switches.rend(), [s](const composite_switch & x) { return x.slot == s; });
+				last->hap = h;
+			}
+			slotOf[hap[s]] = -1;
+			hap[s] = h;
+			seen[s] = c;
+			slotOf[h] = s;
+		}
+	}
+	for (int h : hap) slotOf[h] = -1;
+}
