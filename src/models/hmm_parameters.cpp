@@ -33,18 +33,18 @@ void hmm_parameters::initialise(snp_set & S, double rho) {
 	}
 }
 
-void hmm_parameters::update(int K, int N) {
+void hmm_parameters::update(int K, int N, int copied) {
 	for (int l = 0 ; l < (int)t.size() ; l ++) {
 		nrec[l] = exp(-t[l] / K);
 		rec[l] = 1.0 - nrec[l];
 		recN[l] = rec[l] / N;
 	}
-	// Watterson's harmonic sum, deliberately stopping at K - 2.
+	// Watterson's harmonic sum, deliberately stopping at copied - 2.
 	double x = 0.0;
-	for (int i = 1 ; i <= K - 2 ; i ++) x += 1.0 / i;
+	for (int i = 1 ; i <= copied - 2 ; i ++) x += 1.0 / i;
 	double theta = 1.0 / x;
-	ee = theta / (K + theta) * 0.5;
-	ed = K / (K + theta) + ee;
+	ee = theta / (copied + theta) * 0.5;
+	ed = copied / (copied + theta) + ee;
 	edN = ed / N;
 	eeN = ee / N;
 }

@@ -22,7 +22,9 @@ public:
 
 	void initialise(snp_set & S, int Ne);
 	void initialise(snp_set & S, double rho);
-	void update(int K, int N);
+	// Recombination over K haplotypes, N of them copied in each window; the mismatch rate of
+	// Watterson's estimate over `copied` haplotypes.
+	void update(int K, int N, int copied);
 	void update(std::vector < double > & r, int N);
 
 private:

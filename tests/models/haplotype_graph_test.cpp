@@ -39,7 +39,7 @@ TEST(haplotype_graph, ExpectationMatchesEnumeratedChains) {
 		std::vector < int > all(K);
 		std::iota(all.begin(), all.end(), 0);
 		if (c.twin) x.GH.vecH[1] = x.GH.vecH[0];
-		x.M.update(K, K);
+		x.M.update(K, K, K);
 		x.cond = { all }, x.start = { 0 }, x.stop = { c.L - 1 }, x.segStart = { 0 }, x.segStop = { (int)x.G->HapsC.size() - 1 };
 		haplotype_graph Hg(x.GH.vecH, all, c.states);
 		EXPECT_EQ(Hg.levels.size() == 1, c.states >= K);
@@ -55,7 +55,7 @@ TEST(haplotype_list, PassesMatchEnumeration) {
 	putils::initRandom(8);
 	const int L = 7;
 	Scene x(2, L, 0.2, 0.0, true);
-	x.M.update(4, 4);
+	x.M.update(4, 4, 4);
 	x.cond = { { 0, 2, 3, 5 } }, x.start = { 0 }, x.stop = { L - 1 };
 	std::vector < bool > cond(x.GH.vecH.size(), false), every(L, true), some = { 1, 0, 1, 1, 0, 0, 1 };
 	for (int k : x.cond[0]) cond[k] = true;

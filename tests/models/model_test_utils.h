@@ -55,7 +55,7 @@ struct Scene {
 		EXPECT_EQ(graphtest::fault(*G, L), "");
 		for (std::vector < double > * v : { &M.t, &M.rec, &M.recN, &M.nrec }) v->resize(L - 1);
 		for (double & t : M.t) t = 0.01 + putils::getRandom();
-		M.update(20, 6);
+		M.update(20, 6, 20);
 		G->cluster(oneWindow ? 100 : (int)G->HapsC.size() * 10, oneWindow ? 1000 : 30, start, stop, segStart, segStop);
 		// 4 to 8 distinct haplotypes, the first of the panel so that the last site emits.
 		for (unsigned int w = 0 ; w < start.size() ; w ++) {

@@ -297,11 +297,15 @@ void phaser::initialiseModel() {
 	if (!model_version1) K += settings.states_pmatch + settings.states_random + settings.states_cov;
 	if (options.count("input-map")) hmm.initialise(*GH.sites, options["effective-size"].as < int > ());
 	else hmm.initialise(*GH.sites, options["rho"].as < double > ());
-	hmm.update(H, std::min(K, H));
-	if (model_version1 || predefined_states) return;
 	// In a small study alone the Hamming selection takes a large share of all haplotypes and
 	// does better; among many, and in a panel, the longest local matches find the best copies.
-	if (options["selection"].as < std::string > () == "auto") pbwt_selection = GH.n_reference > 0 || H >= pbwt_auto_haplotypes;
+	if (!model_version1 && !predefined_states && options["selection"].as < std::string > () == "auto") pbwt_selection = GH.n_reference > 0 || H >= pbwt_auto_haplotypes;
+	// The transform's few states match the target less closely than all H haplotypes would:
+	// their mismatch rate is that of K haplotypes (about 1e-3 at 100 states, against 5e-6 of
+	// 10,000), which cut the switch error by 5 to 50 % on cohorts of 1,000 to 10,000 samples
+	// (bench/README.md, "Mismatch rate of the transform's states").
+	hmm.update(H, std::min(K, H), pbwt_selection ? std::min(K, H) : H);
+	if (model_version1 || predefined_states) return;
 	if (pbwt_selection && options["window"].defaulted()) window_mb = pbwt_window;
 	if (pbwt_selection) LOG.println("  * Conditioning haplotypes: longest local matches (PBWT) among " + sutils::int2str(H) + " / Windows of ~" + sutils::double2str(window_mb, 1) + " Mb");
 	else LOG.println("  * Conditioning haplotypes: smallest Hamming distance among " + sutils::int2str(H));
