@@ -174,13 +174,21 @@ static double placedSingleton(int haplotypes) {
 	return std::min(0.75, std::max(0.55, 0.72 - 0.156 * (std::log10(haplotypes / 2.0) - 2.0)));
 }
 
+// Where the transform selected the states, their mismatch rate is that of a hundred
+// haplotypes and not of thousands: the graph is less sure of the same pairs. Its logit
+// first takes this map, fitted on c1000all and c1000mac2 (bench/README.md, "Phase
+// confidence"), which brings the pairs back to the scale that the maps above were fitted on.
+static const confidence_map transform_states = { 0.115, 1.15 };
+
 // `least` is the smaller minor allele count of the pair's two sites.
-static float calibrated(double p, int least, double singleton) {
+static float calibrated(double p, int least, double singleton, bool transform) {
 	if (std::isnan(p)) return p;
 	if (std::fabs(p - 0.5) < 0.01) return singleton;
 	p = std::min(std::max(p, 1e-6), 1.0 - 1e-6);
+	double x = std::log(p / (1.0 - p));
+	if (transform) x = transform_states.shift + transform_states.slope * x;
 	const confidence_map & m = least <= rare_count ? rare_pairs : common_pairs;
-	return std::max(0.5, 1.0 / (1.0 + std::exp(-m.shift - m.slope * std::log(p / (1.0 - p)))));
+	return std::max(0.5, 1.0 / (1.0 + std::exp(-m.shift - m.slope * x)));
 }
 
 // Count of allele 1 at each site over all haplotypes, reading their set bits.
@@ -240,7 +248,7 @@ std::vector < std::vector < std::pair < int, int > > > haplotype_writer::rareSpa
 	return span;
 }
 
-void haplotype_writer::phaseConfidences(const std::vector < bool > & written, bool singletons_placed, std::vector < std::vector < float > > & pp, work_queue & workers) const {
+void haplotype_writer::phaseConfidences(const std::vector < bool > & written, bool singletons_placed, bool transform_states, std::vector < std::vector < float > > & pp, work_queue & workers) const {
 	std::vector < const chaplotype * > c0 = columns(0), c1 = columns(1);
 	const int N = set.vecH.size();
 	std::vector < int > mac = alleleCounts(set.vecH, written.size());
@@ -270,7 +278,7 @@ void haplotype_writer::phaseConfidences(const std::vector < bool > & written, bo
 		const int h0 = set.ind2hap[order[k].index][first_track[kind]], h1 = set.ind2hap[order[k].index][second_track[kind]];
 		// p[j] is the pair of sites[j] and sites[j + 1].
 		for (unsigned int j = 0 ; j < p.size() ; j ++) {
-			float c = calibrated(p[j], std::min(mac[sites[j]], mac[sites[j + 1]]), singleton);
+			float c = calibrated(p[j], std::min(mac[sites[j]], mac[sites[j + 1]]), singleton, transform_states);
 			for (int l : { sites[j], sites[j + 1] }) for (const std::pair < int, int > & carrier : span[l])
 				if (carrier.first == h0 || carrier.first == h1) c = std::min(c, (float)rareCap(carrier.second, N, singleton));
 			pp[k].push_back(c);
@@ -362,7 +370,7 @@ void haplotype_writer::writeHaplotypeRef(std::string haplotypes, std::string leg
 // they were, then the declarations that the sites need and the input lacked. A site read
 // from plink files is written with its reference allele as REF, and a haploid sample (a
 // male on chromosome X) with one allele.
-void haplotype_writer::writeHaplotypeVcf(std::string vcf, bool confidence, bool singletons_placed, work_queue & workers) {
+void haplotype_writer::writeHaplotypeVcf(std::string vcf, bool confidence, bool singletons_placed, bool transform_states, work_queue & workers) {
 	LOG.println("\nWriting haplotypes in [" + vcf + "] in VCF format");
 	vcf_output fv;
 	if (!fv.open(vcf, workers.size())) LOG.error("Impossible to create file [" + vcf + "]");
@@ -407,7 +415,7 @@ void haplotype_writer::writeHaplotypeVcf(std::string vcf, bool confidence, bool 
 	std::vector < bool > written (set.sites->size());
 	for (int l = 0 ; l < set.sites->size() ; l ++) written[l] = filter.checkSnp(set.sites->getByIndex(l)->bp);
 	std::vector < std::vector < float > > pp;
-	if (confidence) phaseConfidences(written, singletons_placed, pp, workers);
+	if (confidence) phaseConfidences(written, singletons_placed, transform_states, pp, workers);
 	// Per output sample, the heterozygous genotypes written so far.
 	std::vector < int > hets (order.size(), 0);
 	std::vector < const chaplotype * > c0 = columns(0), c1 = columns(1);

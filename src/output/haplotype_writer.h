@@ -48,8 +48,9 @@ public:
 	// With `confidence`, a FORMAT field PP gives for each heterozygous genotype but the first
 	// of its sample the probability, from the graph's stored probabilities, that its phase
 	// relative to the sample's previous heterozygous genotype is as written;
-	// `singletons_placed` tells that singletons were placed from the haplotypes around them.
-	void writeHaplotypeVcf(std::string vcf, bool confidence, bool singletons_placed, work_queue & workers);
+	// `singletons_placed` tells that singletons were placed from the haplotypes around them,
+	// `transform_states` that the conditioning states were the transform's.
+	void writeHaplotypeVcf(std::string vcf, bool confidence, bool singletons_placed, bool transform_states, work_queue & workers);
 
 	// Per site whose minor allele has 2 to 5 carriers: each carrier haplotype that another
 	// sample's carries too, with the most bp over which it agrees with one of those around
@@ -74,7 +75,7 @@ private:
 	void writeSamples(ofile & f) const;
 	// Per output sample, the probabilities of the PP field at its heterozygous sites after the
 	// first, in site order, over the sites written.
-	void phaseConfidences(const std::vector < bool > & written, bool singletons_placed, std::vector < std::vector < float > > & pp, work_queue & workers) const;
+	void phaseConfidences(const std::vector < bool > & written, bool singletons_placed, bool transform_states, std::vector < std::vector < float > > & pp, work_queue & workers) const;
 	// Per output sample, the haplotypes of its first and second column.
 	std::vector < const chaplotype * > columns(int which) const;
 	// The allele of column `which` of output sample k at site l, after orient.

@@ -38,7 +38,7 @@ TEST(cli_phase, SeedAndRarePhasing) {
 	writeSubset(d);
 	const std::string args = "--input-ped " + E + "/cohort --thread 1 --seed 5 ";
 	phaseSubset(d, args + "--no-rare-phasing", "plain");
-	const std::map < std::string, std::string > runs = { { "hamming", "--no-rare-phasing --selection hamming" }, { "placed", "" }, { "p", "--selection pbwt" } };
+	const std::map < std::string, std::string > runs = { { "hamming", "--no-rare-phasing --selection hamming" }, { "placed", "" }, { "p", "--selection pbwt --output-vcf p.vcf" } };
 	for (const auto & run : runs) phaseSubset(d, args + run.second, run.first);
 	const std::string plain = d.read("plain.haps");
 	EXPECT_EQ(testutils::fnv1a(plain), 0x979a6bab12f16c64ULL);
@@ -49,6 +49,10 @@ TEST(cli_phase, SeedAndRarePhasing) {
 	EXPECT_NE(d.read("placed.haps"), plain);
 	checkPhased(d, "p");
 	EXPECT_TRUE(has(d.read("p.log"), "\n  * Conditioning haplotypes: longest local matches (PBWT) among "));
+	// The transform's states take their own map of the phase confidence, within 0.5 .. 1 too.
+	const std::pair < int, int > rated = exsubset::confidenceFaults(d, "p.vcf");
+	EXPECT_EQ(rated.first, 0);
+	EXPECT_GT(rated.second, 100);
 }
 
 TEST(cli_phase, FailedOrClashingOutputsChangeNothing) {

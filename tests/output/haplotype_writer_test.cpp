@@ -82,7 +82,7 @@ TEST(haplotype_writer, FormatsWithFilters) {
 	W.writeHaplotypeRef(d.file("o.hap"), d.file("o.legend"), d.file("o.samples"));
 	START_DATE = 86400 * 365;
 	work_queue one(1), two(2);
-	W.writeHaplotypeVcf(d.file("o.vcf"), false, false, one);
+	W.writeHaplotypeVcf(d.file("o.vcf"), false, false, false, one);
 
 	EXPECT_EQ(d.read("o.sample"), header1 + "\n" + header2 + "\n" + samples);
 	EXPECT_EQ(d.read("o.haps"), "1 rs1 100 A C " + digits[0] + "\n1 rs2 x2 200 G T " + digits[1] + "\n1 rs3 300 A G " + digits[2] + "\n1 rs4 400 C T " + digits[3] + "\n");
@@ -97,8 +97,8 @@ TEST(haplotype_writer, FormatsWithFilters) {
 		"1\t300\trs3\tA\tG\t50\tq10\tAC=5;DP=4;AN=13;F\tGT" + bars(digits[2]) + "\n1\t400\trs4\tT\tC\t.\tPASS\t.\tGT" + bars(digits[3], true) + "\n");
 
 	// BGZF and BCF, compressed on two threads, each with its index, read back to the same lines (the BCF header gains the PASS filter and drops nothing).
-	W.writeHaplotypeVcf(d.file("o.vcf.gz"), false, false, two);
-	W.writeHaplotypeVcf(d.file("o.bcf"), false, false, two);
+	W.writeHaplotypeVcf(d.file("o.vcf.gz"), false, false, false, two);
+	W.writeHaplotypeVcf(d.file("o.bcf"), false, false, false, two);
 	EXPECT_TRUE(testutils::exists(d.file("o.vcf.gz.tbi")) && testutils::exists(d.file("o.bcf.csi")));
 	for (std::string name : { "o.vcf.gz", "o.bcf" }) {
 		vcf_lines in;
@@ -120,7 +120,7 @@ TEST(haplotype_writer, FormatsWithFilters) {
 	haplotype_writer P(c.filter, c.set, header1, header2, true);
 	c.filter.setL(850);
 	P.writeHaplotypeHap(d.file("p.haps"), d.file("p.sample"));
-	P.writeHaplotypeVcf(d.file("p.vcf"), false, false, one);
+	P.writeHaplotypeVcf(d.file("p.vcf"), false, false, false, one);
 	EXPECT_EQ(d.read("p.sample"), header1 + "\n" + header2 + "\nfam1 f1 0 0 0 1\nfam1 m1 0 0 0 2\nfam2 m2 0 0 0 2\nfam3 u2 0 0 0 1\nfam4 h1 0\n");
 	EXPECT_EQ(d.read("p.haps"), "");
 	const std::string vcf = d.read("p.vcf");

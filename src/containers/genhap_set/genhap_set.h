@@ -51,6 +51,9 @@ public:
 	int n_reference;
 	// Built from vecH by the caller before a selection that uses it.
 	haplotype_pbwt pbwt;
+	// With --selection auto, the transform selects with a panel or from this many haplotypes
+	// to copy from.
+	static constexpr int pbwt_auto_haplotypes = 1000;
 	// Nearest neighbours of each target per checkpoint in composite states (0: none).
 	int composite_per_target = 0;
 

@@ -154,9 +154,12 @@ void converter::writeHaps(const std::string & option) {
 	writerH.writeHaplotypeHap(f[0], f[1]);
 }
 
+// The graphs do not tell how their states were selected: by the phasing mode's default, the
+// transform's from 1000 haplotypes on.
 void converter::writeVcf(bool confidence) {
 	haplotype_writer writerH(filter_out, GH, sample_header1, sample_header2, false);
-	writerH.writeHaplotypeVcf(options["output-vcf"].as < std::string > (), confidence, confidence && !options.count("no-rare-phasing"), workers());
+	const bool transform = (int)GH.vecH.size() >= genhap_set::pbwt_auto_haplotypes;
+	writerH.writeHaplotypeVcf(options["output-vcf"].as < std::string > (), confidence, confidence && !options.count("no-rare-phasing"), transform, workers());
 }
 
 // Singletons are placed after maximisation or sampling, as in the phasing mode. The VCF holds

@@ -50,9 +50,7 @@ public:
 	// let the walks of a window reach deeper matches at each one before the states run out:
 	// 16 phases 5,000 array samples ten times better than 8 at no loss elsewhere (bench/README.md).
 	static constexpr int pbwt_step = 16;
-	// With --selection auto, the transform selects with a panel or from this many haplotypes
-	// to copy from.
-	static constexpr int pbwt_auto_haplotypes = 1000;
+	static constexpr int pbwt_auto_haplotypes = genhap_set::pbwt_auto_haplotypes;
 	static constexpr int small_study_states = 200;
 	// Window size (Mb) of the transform's selection when --window is not given: its states
 	// then stay local enough for every site to have close matches among them.

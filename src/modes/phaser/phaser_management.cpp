@@ -289,7 +289,7 @@ void phaser::write_files_and_finalise() {
 			std::vector < std::string > f = fileSet("output-max", { ".haps", ".sample" });
 			writerH.writeHaplotypeHap(f[0], f[1]);
 		}
-		if (options.count("output-vcf")) writerH.writeHaplotypeVcf(options["output-vcf"].as < std::string > (), true, !options.count("no-rare-phasing"), *workers);
+		if (options.count("output-vcf")) writerH.writeHaplotypeVcf(options["output-vcf"].as < std::string > (), true, !options.count("no-rare-phasing"), pbwt_selection, *workers);
 	}
 	if (options.count("output-graph")) {
 		graph_writer writerG(GH, sample_header1, sample_header2);
