@@ -147,12 +147,11 @@ SORVANE_VECTOR_CLONES static void emissionRow(const unsigned char * __restrict__
 }
 
 haplotype_segment::haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, bool drawn_known) :
-	GH(GH), H(H), cond(nullptr), switches(nullptr), drawn_known(drawn_known), K(0), Kp(0), cur(0), siteRow(nullptr), siteMatch(0.0f), siteMismatch(0.0f), siteRows(false), compStride(0), cur_window(0), rowBytes(0), runP(1.0), start_l(0) {
+	GH(GH), H(H), cond(nullptr), drawn_known(drawn_known), K(0), Kp(0), cur(0), siteRow(nullptr), siteMatch(0.0f), siteMismatch(0.0f), siteRows(false), rowBytes(0), runP(1.0), start_l(0) {
 }
 
-void haplotype_segment::windows(const std::vector < std::vector < int > > & cond, const std::vector < int > & segStart, const std::vector < int > & segStop, const std::vector < int > & start, const std::vector < int > & stop, const std::vector < std::vector < haplotype_pbwt::composite_switch > > * switches) {
+void haplotype_segment::windows(const std::vector < std::vector < int > > & cond, const std::vector < int > & segStart, const std::vector < int > & segStop, const std::vector < int > & start, const std::vector < int > & stop) {
 	this->cond = &cond;
-	this->switches = switches;
 	this->segStart.assign(segStart.begin(), segStart.end());
 	this->segStop.assign(segStop.begin(), segStop.end());
 	this->start.assign(start.begin(), start.end());
@@ -185,13 +184,11 @@ void haplotype_segment::run(genotype_graph * G, hmm_parameters & M, std::vector 
 // and missing flags at hand.
 void haplotype_segment::prepareWindow(int w) {
 	const std::vector < int > & C = (*cond)[w];
-	cur_window = w;
 	K = C.size();
 	Kp = (K + 15) & ~15;
 	condBits.resize(K);
 	condMiss.resize(K);
 	const int first = start[w] >> 3, nb = (stop[w] >> 3) - first + 1;
-	const bool composite = switches && !(*switches)[w].empty();
 	for (int k = 0 ; k < K ; k ++) {
 		condBits[k] = H[C[k]].data.data();
 		condMiss[k] = (!drawn_known && C[k] < (int)GH.hap2ind.size()) ? &GH.vecG[GH.hap2ind[C[k]]]->Miss : nullptr;
@@ -199,7 +196,6 @@ void haplotype_segment::prepareWindow(int w) {
 		for (int b = 0 ; b < nb ; b += 64) __builtin_prefetch(condBits[k] + first + b);
 		__builtin_prefetch(condBits[k] + first + nb - 1);
 	}
-	if (composite) composeWindow(w, first, nb);
 	for (std::vector < float > & L : lattice) L.assign(max_fragments * Kp, 0.0f);
 	missing.assign(K, 0);
 	emit.assign(2 * Kp, 0.0f);
@@ -215,8 +211,8 @@ void haplotype_segment::prepareWindow(int w) {
 		// A last group of fewer than 8 repeats its last haplotype, whose copies are cleared.
 		const int valid = std::min(8, K - k0);
 		const unsigned char * rows[8];
-		for (int i = 0 ; i < 8 ; i ++) rows[i] = composite ? compBytes.data() + (size_t)(k0 + std::min(i, valid - 1)) * compStride : condBits[k0 + std::min(i, valid - 1)];
-		chaplotype::transpose8(rows, composite ? 0 : first, nb, out + (k0 >> 3), rowBytes);
+		for (int i = 0 ; i < 8 ; i ++) rows[i] = condBits[k0 + std::min(i, valid - 1)];
+		chaplotype::transpose8(rows, first, nb, out + (k0 >> 3), rowBytes);
 		if (valid < 8) for (int j = 0 ; j < 8 * nb ; j ++) out[(size_t)j * rowBytes + (k0 >> 3)] &= (1u << valid) - 1;
 	}
 	// A site is the same in all conditioning haplotypes if its row holds K ones or none.
@@ -231,24 +227,6 @@ void haplotype_segment::prepareWindow(int w) {
 			all &= row[i];
 		}
 		condSame[j] = any == 0 || all == 0xFF;
-	}
-}
-
-// The bytes that the composite slots copy over the window's bytes first .. first + nb - 1,
-// each part of a slot from its switch site, a multiple of 8, to the next.
-void haplotype_segment::composeWindow(int w, int first, int nb) {
-	const std::vector < int > & C = (*cond)[w];
-	slotParts.resize(K);
-	for (int k = 0 ; k < K ; k ++) slotParts[k].assign(1, std::make_pair(start[w], C[k]));
-	for (const haplotype_pbwt::composite_switch & x : (*switches)[w]) slotParts[x.slot].emplace_back(x.site, x.hap);
-	compStride = nb;
-	compBytes.resize((size_t)K * nb);
-	for (int k = 0 ; k < K ; k ++) {
-		const std::vector < std::pair < int, int > > & parts = slotParts[k];
-		for (unsigned int i = 0 ; i < parts.size() ; i ++) {
-			const int b0 = i ? (parts[i].first >> 3) - first : 0, b1 = i + 1 < parts.size() ? (parts[i + 1].first >> 3) - first : nb;
-			memcpy(compBytes.data() + (size_t)k * nb + b0, H[parts[i].second].data.data() + first + b0, b1 - b0);
-		}
 	}
 }
 
@@ -300,13 +278,7 @@ void haplotype_segment::emissions(genotype_graph * G, int l, unsigned int act, c
 	if (!siteRows) return;
 	unsigned int used = 0;
 	for (int h = 0 ; h < max_fragments ; h ++) if ((act >> h) & 1) used |= 1u << fa[h];
-	if (switches && !(*switches)[cur_window].empty()) for (int k = 0 ; k < K ; k ++) {
-		const std::vector < std::pair < int, int > > & parts = slotParts[k];
-		int i = parts.size() - 1;
-		while (parts[i].first > l) i --;
-		const int h = parts[i].second;
-		missing[k] = !drawn_known && h < (int)GH.hap2ind.size() && GH.vecG[GH.hap2ind[h]]->Miss[l];
-	} else for (int k = 0 ; k < K ; k ++) missing[k] = condMiss[k] && (*condMiss[k])[l];
+	for (int k = 0 ; k < K ; k ++) missing[k] = condMiss[k] && (*condMiss[k])[l];
 	for (int a = 0 ; a < 2 ; a ++) if ((used >> a) & 1) {
 		float * e = emit.data() + a * Kp;
 		emissionRow(siteRow, a ? siteMatch : siteMismatch, a ? siteMismatch : siteMatch, e, K);

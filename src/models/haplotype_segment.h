@@ -31,9 +31,6 @@ public:
 	std::vector < chaplotype > & H;
 	// Per window: indices into H of the conditioning haplotypes (set by `windows`).
 	const std::vector < std::vector < int > > * cond;
-	// Per window, when not null: the changes of the composite conditioning states, slot k
-	// starting on (*cond)[w][k] (set by `windows`).
-	const std::vector < std::vector < haplotype_pbwt::composite_switch > > * switches;
 	// Per window: first and last site, first and last graph segment, all inclusive.
 	std::vector < int > start;
 	std::vector < int > stop;
@@ -60,7 +57,7 @@ public:
 	// keep their memory from one unit to the next: `windows` sets the unit's windows and
 	// conditioning haplotypes before each expectation.
 	haplotype_segment(genhap_set & GH, std::vector < chaplotype > & H, bool drawn_known);
-	void windows(const std::vector < std::vector < int > > & cond, const std::vector < int > & segStart, const std::vector < int > & segStop, const std::vector < int > & start, const std::vector < int > & stop, const std::vector < std::vector < haplotype_pbwt::composite_switch > > * switches = nullptr);
+	void windows(const std::vector < std::vector < int > > & cond, const std::vector < int > & segStart, const std::vector < int > & segStop, const std::vector < int > & start, const std::vector < int > & stop);
 
 	// Plain form, haploid and unrelated graphs: prob[g][a][b] for fragment a of segment
 	// g - 1 and b of segment g, each matrix normalised.
@@ -96,12 +93,6 @@ private:
 	// (null for a panel haplotype).
 	std::vector < const unsigned char * > condBits;
 	std::vector < const std::vector < bool > * > condMiss;
-	// Composite states: per slot, its haplotypes and the sites from which each is copied,
-	// and the bytes of the window that it copies, slot k at k * compStride.
-	std::vector < std::vector < std::pair < int, int > > > slotParts;
-	std::vector < unsigned char > compBytes;
-	int compStride;
-	int cur_window;
 	// Per site of the window, from the first of the byte holding start_l: one bit row of
 	// rowBytes = Kp / 8 bytes, bit k set if conditioning haplotype k carries allele 1, and
 	// whether all conditioning haplotypes carry one allele (condSame).
@@ -118,7 +109,6 @@ private:
 
 	void run(genotype_graph * G, hmm_parameters & M, std::vector < std::vector < std::vector < double > > > & prob, const std::string & form);
 	void prepareWindow(int w);
-	void composeWindow(int w, int first, int nb);
 	int windowRows(genotype_graph * G, int w) const;
 
 	// One window each, over the lattices that prepareWindow cleared.

@@ -54,8 +54,6 @@ public:
 	// With --selection auto, the transform selects with a panel or from this many haplotypes
 	// to copy from.
 	static constexpr int pbwt_auto_haplotypes = 1000;
-	// Nearest neighbours of each target per checkpoint in composite states (0: none).
-	int composite_per_target = 0;
 
 	genhap_set();
 	~genhap_set();
@@ -82,9 +80,7 @@ public:
 	void subsetHaplotypes_random(std::vector < bool > & input, int states, std::vector < bool > & selected);
 	// Conditioning haplotypes of unit ind for each window left[k] .. right[k], ascending:
 	// chosen among those open in `open`, never from the unit's own family.
-	// With `switches`, the transform's selection makes composite states: sets[k][s] is the
-	// first haplotype of slot s and (*switches)[k] its changes.
-	void conditioningSets(const std::vector < bool > & open, int ind, const state_counts & n, const std::vector < int > & left, const std::vector < int > & right, std::vector < std::vector < int > > & sets, std::vector < std::vector < haplotype_pbwt::composite_switch > > * switches = nullptr);
+	void conditioningSets(const std::vector < bool > & open, int ind, const state_counts & n, const std::vector < int > & left, const std::vector < int > & right, std::vector < std::vector < int > > & sets);
 
 	// The largest batch size T, at most the number of graphs, such that any batch of T
 	// graphs leaves every graph of it at least `need` haplotypes open in `mask` outside the

@@ -304,24 +304,10 @@ int non_overlapping_hamming_distance(const chaplotype & a0, const chaplotype & a
 	return -1;
 }
 
-void genhap_set::conditioningSets(const std::vector < bool > & open, int ind, const state_counts & n, const std::vector < int > & left, const std::vector < int > & right, std::vector < std::vector < int > > & sets, std::vector < std::vector < haplotype_pbwt::composite_switch > > * switches) {
+void genhap_set::conditioningSets(const std::vector < bool > & open, int ind, const state_counts & n, const std::vector < int > & left, const std::vector < int > & right, std::vector < std::vector < int > > & sets) {
 	std::vector < bool > mask = open;
 	subsetHaplotypes_relatives(mask, ind);
 	sets.assign(left.size(), std::vector < int > ());
-	if (switches) switches->assign(left.size(), std::vector < haplotype_pbwt::composite_switch > ());
-	if (switches && n.pbwt && composite_per_target > 0) {
-		std::vector < int > slotOf (vecH.size(), -1);
-		for (unsigned int k = 0 ; k < left.size() ; k ++) {
-			pbwt.selectComposite(mask, ind2hap[ind], left[k], right[k], n.hamming, composite_per_target, sets[k], (*switches)[k], slotOf);
-			if ((int)sets[k].size() < n.minimum) {
-				(*switches)[k].clear();
-				std::vector < bool > selected;
-				subsetHaplotypes_hamming_ALL(mask, ind, n.minimum * vecG[ind]->type, left[k], right[k], selected);
-				autils::findUniqueSet(selected, sets[k]);
-			}
-		}
-		return;
-	}
 	std::vector < bool > selected;
 	// The transform alone lists what it takes, so that a window costs its states and not a
 	// scan of every haplotype.

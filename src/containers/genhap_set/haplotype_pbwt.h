@@ -43,19 +43,6 @@ public:
 	using admission = std::function < bool (int h, std::vector < bool > & selected, int & added) >;
 	void select(const std::vector < bool > & allowed, const std::vector < int > & targets, int left, int right, int states, std::vector < bool > & selected, const admission & admit = nullptr, std::vector < int > * joined = nullptr) const;
 
-	// From `site` on, composite state `slot` copies haplotype `hap`.
-	struct composite_switch {
-		int site, slot, hap;
-	};
-	// Composite states: `slots` haplotypes at most at a time, each slot copying one
-	// haplotype from the window's first site (`first`, slot k holding first[k]) and others
-	// from its switches on. At each checkpoint of left .. right in order, the `per_target`
-	// nearest allowed neighbours of each target take a slot, when they hold none: an empty
-	// one, else the one whose haplotype was found last the longest ago, switching halfway
-	// between that checkpoint and this one (rounded down to a multiple of 8 sites).
-	// `slotOf` has one entry -1 per haplotype, and is left so.
-	void selectComposite(const std::vector < bool > & allowed, const std::vector < int > & targets, int left, int right, int slots, int per_target, std::vector < int > & first, std::vector < composite_switch > & switches, std::vector < int > & slotOf) const;
-
 private:
 	// One walk away from a target through the sort order of one checkpoint: the next
 	// position above and below and the first site of the match with each.

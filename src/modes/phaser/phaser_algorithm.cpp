@@ -26,11 +26,10 @@ void phaser::phaseSegment(int ind, int worker) {
 	// Neither the batch nor the individual's own family may be copied from.
 	const genhap_set::state_counts n = { settings.states, settings.states_pmatch, settings.states_random, settings.states_cov, ibd_relatives, min_conditioning, pbwt_selection };
 	std::vector < std::vector < int > > conditional_index;
-	std::vector < std::vector < haplotype_pbwt::composite_switch > > switches;
-	GH.conditioningSets(hap_mask, ind, n, left_site, right_site, conditional_index, &switches);
+	GH.conditioningSets(hap_mask, ind, n, left_site, right_site, conditional_index);
 	for (unsigned int k = 0 ; k < conditional_index.size() ; k ++) sorvane_assert((int)conditional_index[k].size() >= min_conditioning);
 	haplotype_segment & HS = *thread_models[worker];
-	HS.windows(conditional_index, left_segment, right_segment, left_site, right_site, &switches);
+	HS.windows(conditional_index, left_segment, right_segment, left_site, right_site);
 	runModel(ind, worker, HS, true);
 }
 

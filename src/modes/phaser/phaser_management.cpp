@@ -164,7 +164,6 @@ void phaser::phaseIteration(std::string name) {
 
 void phaser::phaseSegment(std::string name) {
 	if (pbwt_selection) GH.pbwt.build(GH.vecH, GH.sites->size(), pbwt_step);
-	if (getenv("SORVANE_COMPOSITE")) GH.composite_per_target = atoi(getenv("SORVANE_COMPOSITE"));
 	runBatches(name, &phaser::phaseSegment, false);
 }
 
