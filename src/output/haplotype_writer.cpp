@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <numeric>
 #include <set>
 #include <sstream>
 
@@ -167,7 +168,7 @@ struct confidence_map {
 };
 static const confidence_map common_pairs = { 0.75, 1.5 }, rare_pairs = { 2.0, 3.0 };
 static const int rare_count = 10;
-// Most carriers of an allele whose pairs are held by the stretch the carriers share.
+// Most carriers of an allele whose pairs are weighed by the stretch the carriers share.
 static const int rare_carriers = 5;
 
 static double placedSingleton(int haplotypes) {
@@ -180,15 +181,43 @@ static double placedSingleton(int haplotypes) {
 // confidence"), which brings the pairs back to the scale that the maps above were fitted on.
 static const confidence_map transform_states = { 0.115, 1.15 };
 
-// `least` is the smaller minor allele count of the pair's two sites.
-static float calibrated(double p, int least, double singleton, bool transform) {
-	if (std::isnan(p)) return p;
-	if (std::fabs(p - 0.5) < 0.01) return singleton;
+// A pair at an allele of 2 to 5 carriers is either at a true rare allele, right as the
+// graph says, or at an allele that a genotype error gave a second carrier (a singleton of
+// the population), right about as often as a placed singleton whatever the graph says. The
+// log odds of the second kind fall with the rate right of the carrier's shared stretch
+// (rareRate) and with the graph's confidence, rise where the graph weighs both phases alike,
+// and with the cohort's share of such pairs weighed alike (as the square of the ratio): 0.34
+// on the simulated growth cohort of all sites where they were fitted, 0.08 on its sites of
+// 2 carriers or more, 0.01 to 0.04 on studies of 100 to 150 samples (bench/README.md, "Pairs
+// at a rare allele").
+static const double error_base = 1.5, error_by_rate = -0.64, error_by_graph = -1.5, error_when_alike = 2.0, fitted_alike_share = 0.34, error_by_share = 2.0;
+// True rare alleles whose pairs the graph weighs alike: right in about 8 cases of 10.
+static const double rare_alike = 0.8;
+// Pairs of two sites of more than 5 carriers that the graph weighs alike or against what is
+// written: right in 0.6 to 0.7 of cases among 2000 haplotypes, more among fewer.
+static const double common_unsure = 0.65;
+
+static double logistic(double x) {
+	return 1.0 / (1.0 + std::exp(-x));
+}
+
+static double logit(double p) {
 	p = std::min(std::max(p, 1e-6), 1.0 - 1e-6);
-	double x = std::log(p / (1.0 - p));
-	if (transform) x = transform_states.shift + transform_states.slope * x;
+	return std::log(p / (1.0 - p));
+}
+
+double haplotype_writer::pairConfidence(double p, int least, double rare_rate, double alike_share, double singleton, bool transform) {
+	if (std::isnan(p)) return p;
+	const bool alike = std::fabs(p - 0.5) < 0.01;
+	if (least > rare_carriers && p < 0.51) return std::max(singleton, common_unsure);
+	double x = alike ? 0.0 : logit(p);
+	if (transform && !alike) x = transform_states.shift + transform_states.slope * x;
 	const confidence_map & m = least <= rare_count ? rare_pairs : common_pairs;
-	return std::max(0.5, 1.0 / (1.0 + std::exp(-m.shift - m.slope * x)));
+	if (rare_rate < 0.0) return alike ? singleton : std::max(0.5, logistic(m.shift + m.slope * x));
+	const double error = logistic(error_base + error_by_rate * logit(rare_rate) + error_by_graph * std::max(x, 0.0)
+		+ (alike ? error_when_alike : 0.0) + error_by_share * std::log(alike_share / fitted_alike_share));
+	const double genuine = alike ? rare_alike : logistic(m.shift + m.slope * x);
+	return std::max(0.5, (1.0 - error) * genuine + error * singleton);
 }
 
 // Count of allele 1 at each site over all haplotypes, reading their set bits.
@@ -204,17 +233,15 @@ static std::vector < int > alleleCounts(const std::vector < chaplotype > & H, in
 
 // A rare allele is copied with confidence from one carrier to another, yet a genotype error
 // at a singleton, or a missing genotype filled in, gives it carriers too, which share no more
-// with the true carrier than unrelated haplotypes do around it: their phase is right little
-// more often than a placed singleton's. The carriers of a true rare allele share a stretch
-// around it, longer the more haplotypes there are (a rare allele among more haplotypes is
-// younger). On a simulated cohort of 2000 growing haplotypes (bench/README.md, "Pairs at a
-// rare allele") the pairs at an allele of count 2 to 5 were right as one logistic of the bp
-// that their carrier shares with another, from even below 10 kb to 0.98 above 100 kb; the PP
-// of such a pair is held below that curve, the length scaled by 2000 haplotypes over the
-// cohort's.
-double haplotype_writer::rareCap(int shared_bp, int haplotypes, double singleton) {
+// with the true carrier than unrelated haplotypes do around it. The carriers of a true rare
+// allele share a stretch around it, longer the more haplotypes there are (a rare allele among
+// more haplotypes is younger). On a simulated cohort of 2000 growing haplotypes
+// (bench/README.md, "Pairs at a rare allele") the pairs at an allele of count 2 to 5 were
+// right as one logistic of the bp that their carrier shares with another, from even below
+// 10 kb to 0.98 above 100 kb; the length is scaled by 2000 haplotypes over the cohort's.
+double haplotype_writer::rareRate(int shared_bp, int haplotypes) {
 	const double d = std::max(1.0, shared_bp * 2000.0 / haplotypes);
-	return std::max(singleton, 1.0 / (1.0 + std::exp(-3.3 * (std::log10(d) - 4.0))));
+	return logistic(3.3 * (std::log10(d) - 4.0));
 }
 
 // The carriers are found in one pass over the bytes of all haplotypes, masked by the rare
@@ -255,17 +282,13 @@ void haplotype_writer::phaseConfidences(const std::vector < bool > & written, bo
 	const std::vector < std::vector < std::pair < int, int > > > span = rareSpans(set.vecH, mac, set.hap2ind, *set.sites);
 	for (int & c : mac) c = std::min(c, N - c);
 	const double singleton = singletons_placed ? placedSingleton(N) : 0.5;
-	// Per worker: the heterozygous sites of a sample, its alleles there and their pairs.
+	// Per worker: the heterozygous sites of a sample and its alleles there, its pairs, and
+	// the count of pairs at a rare allele's carrier and of those the graph weighs alike.
 	std::vector < std::vector < int > > siteSets(workers.size());
 	std::vector < std::vector < unsigned char > > alleleSets(workers.size());
 	std::vector < std::vector < double > > pairSets(workers.size());
-	pp.assign(order.size(), std::vector < float > ());
-	workers.run(order.size(), [&](int k, int worker) {
-		const int kind = order[k].kind;
-		if (kind == 0) return;
-		std::vector < int > & sites = siteSets[worker];
-		std::vector < unsigned char > & alleles = alleleSets[worker];
-		std::vector < double > & p = pairSets[worker];
+	std::vector < long > rare (workers.size(), 0), rareAlike (workers.size(), 0);
+	auto heterozygotes = [&](int k, std::vector < int > & sites, std::vector < unsigned char > & alleles) {
 		sites.clear();
 		alleles.clear();
 		for (int l = 0 ; l < (int)written.size() ; l ++) {
@@ -274,15 +297,44 @@ void haplotype_writer::phaseConfidences(const std::vector < bool > & written, bo
 			sites.push_back(l);
 			alleles.push_back(x0 | (x1 << 1));
 		}
-		set.vecG[order[k].index]->phaseConfidence(first_track[kind], second_track[kind], sites, alleles, p);
+	};
+	// The least rate right over the carriers of a rare allele at the pair's two sites that
+	// are this sample's haplotypes, or -1 without any.
+	auto pairRate = [&](int k, const std::vector < int > & sites, int j) {
+		const int kind = order[k].kind;
 		const int h0 = set.ind2hap[order[k].index][first_track[kind]], h1 = set.ind2hap[order[k].index][second_track[kind]];
-		// p[j] is the pair of sites[j] and sites[j + 1].
+		double rate = -1.0;
+		for (int l : { sites[j], sites[j + 1] }) for (const std::pair < int, int > & carrier : span[l])
+			if (carrier.first == h0 || carrier.first == h1) {
+				const double r = rareRate(carrier.second, N);
+				rate = rate < 0.0 ? r : std::min(rate, r);
+			}
+		return rate;
+	};
+	// First the graph's probabilities, p[j] for the pair of sites[j] and sites[j + 1].
+	pp.assign(order.size(), std::vector < float > ());
+	workers.run(order.size(), [&](int k, int worker) {
+		const int kind = order[k].kind;
+		if (kind == 0) return;
+		std::vector < int > & sites = siteSets[worker];
+		std::vector < double > & p = pairSets[worker];
+		heterozygotes(k, sites, alleleSets[worker]);
+		set.vecG[order[k].index]->phaseConfidence(first_track[kind], second_track[kind], sites, alleleSets[worker], p);
 		for (unsigned int j = 0 ; j < p.size() ; j ++) {
-			float c = calibrated(p[j], std::min(mac[sites[j]], mac[sites[j + 1]]), singleton, transform_states);
-			for (int l : { sites[j], sites[j + 1] }) for (const std::pair < int, int > & carrier : span[l])
-				if (carrier.first == h0 || carrier.first == h1) c = std::min(c, (float)rareCap(carrier.second, N, singleton));
-			pp[k].push_back(c);
+			pp[k].push_back(p[j]);
+			if (pairRate(k, sites, j) < 0.0) continue;
+			rare[worker] ++;
+			rareAlike[worker] += std::fabs(p[j] - 0.5) < 0.01;
 		}
+	});
+	// Kept off zero: the odds take its logarithm.
+	const double alike_share = (std::accumulate(rareAlike.begin(), rareAlike.end(), 0L) + 0.5) / (std::accumulate(rare.begin(), rare.end(), 0L) + 1.0);
+	workers.run(order.size(), [&](int k, int worker) {
+		if (order[k].kind == 0) return;
+		std::vector < int > & sites = siteSets[worker];
+		heterozygotes(k, sites, alleleSets[worker]);
+		for (unsigned int j = 0 ; j < pp[k].size() ; j ++)
+			pp[k][j] = pairConfidence(pp[k][j], std::min(mac[sites[j]], mac[sites[j + 1]]), pairRate(k, sites, j), alike_share, singleton, transform_states);
 	});
 }
 

@@ -56,9 +56,15 @@ public:
 	// sample's carries too, with the most bp over which it agrees with one of those around
 	// the site. `ones` counts allele 1 at each site.
 	static std::vector < std::vector < std::pair < int, int > > > rareSpans(const std::vector < chaplotype > & H, const std::vector < int > & ones, const std::vector < int > & hap2ind, const snp_set & sites);
-	// The most PP that a pair at a rare allele whose carrier shares that span gets among that
-	// many haplotypes.
-	static double rareCap(int shared_bp, int haplotypes, double singleton);
+	// The share of pairs right at a rare allele whose carrier shares that span with another
+	// sample's, among that many haplotypes.
+	static double rareRate(int shared_bp, int haplotypes);
+	// PP of a pair from the graph's probability p: `least` is the smaller minor allele count
+	// of its two sites, `rare_rate` the least rareRate of its carriers of an allele of 2 to 5
+	// carriers (-1 without any), `alike_share` the cohort's share of such pairs that the graph
+	// weighs alike, `singleton` the PP of a placed singleton, `transform` whether the
+	// transform selected the states.
+	static double pairConfidence(double p, int least, double rare_rate, double alike_share, double singleton, bool transform);
 	// Turns the two columns of each sample of `phases` to agree with its known phase: at
 	// each known heterozygous site, and from there on to the next one, the columns are
 	// exchanged where they stand the other way round. The sites before the first one

@@ -142,7 +142,7 @@ TEST(prob_writer, Table) {
 // carrier of another sample; carriers within one sample have none. An allele of 6 carriers
 // is not rare. The cap rises from the singleton value with the span, a span among 200
 // haplotypes counting as ten times as much among 2000.
-TEST(haplotype_writer, RareSpansAndCaps) {
+TEST(haplotype_writer, RareSpansAndRates) {
 	typedef std::vector < std::vector < std::pair < int, int > > > spans;
 	auto rareSpans = [](const fields & haps) {
 		snp_set sites;
@@ -161,9 +161,37 @@ TEST(haplotype_writer, RareSpansAndCaps) {
 	EXPECT_EQ(rareSpans({ "1110101", "1001100", "0110001", "1001000", "0100011", "0001111" }), spans({ { { 0, 0 }, { 1, 300 }, { 3, 300 } }, { { 0, 200 }, { 2, 200 }, { 4, 100 } },
 		{ { 0, 200 }, { 2, 200 } }, { { 1, 300 }, { 3, 300 }, { 5, 300 } }, { { 0, 0 }, { 1, 300 }, { 5, 300 } }, { }, { { 1, 100 }, { 3, 100 } } }));
 	EXPECT_EQ(rareSpans({ "11", "11", "11", "11", "11", "10", "00", "00", "00", "00", "00", "00" }), spans({ { }, { { 0, 100 }, { 1, 100 }, { 2, 100 }, { 3, 100 }, { 4, 100 } } }));
-	EXPECT_DOUBLE_EQ(haplotype_writer::rareCap(0, 2000, 0.56), 0.56);
-	EXPECT_DOUBLE_EQ(haplotype_writer::rareCap(9000, 2000, 0.56), 0.56);
-	EXPECT_NEAR(haplotype_writer::rareCap(20000, 2000, 0.56), 0.73, 0.01);
-	EXPECT_GT(haplotype_writer::rareCap(300000, 2000, 0.56), 0.99);
-	EXPECT_DOUBLE_EQ(haplotype_writer::rareCap(2000, 200, 0.56), haplotype_writer::rareCap(20000, 2000, 0.56));
+	EXPECT_LT(haplotype_writer::rareRate(0, 2000), 0.001);
+	EXPECT_NEAR(haplotype_writer::rareRate(10000, 2000), 0.5, 1e-9);
+	EXPECT_NEAR(haplotype_writer::rareRate(20000, 2000), 0.73, 0.01);
+	EXPECT_GT(haplotype_writer::rareRate(300000, 2000), 0.99);
+	EXPECT_DOUBLE_EQ(haplotype_writer::rareRate(2000, 200), haplotype_writer::rareRate(20000, 2000));
+}
+
+TEST(haplotype_writer, PairConfidence) {
+	auto pc = haplotype_writer::pairConfidence;
+	const double s = 0.56;
+	// No rare carrier: the maps of the graph's probability, the placed singleton where it
+	// weighs both phases alike, and a floor for common pairs it weighs alike or against.
+	EXPECT_TRUE(std::isnan(pc(std::nan(""), 50, -1, 0.2, s, false)));
+	EXPECT_DOUBLE_EQ(pc(0.5, 1, -1, 0.2, s, false), s);
+	EXPECT_DOUBLE_EQ(pc(0.5, 50, -1, 0.2, s, false), 0.65);
+	EXPECT_DOUBLE_EQ(pc(0.3, 50, -1, 0.2, 0.72, false), 0.72);
+	EXPECT_DOUBLE_EQ(pc(0.3, 3, -1, 0.2, s, false), 0.5);
+	EXPECT_GT(pc(0.9, 50, -1, 0.2, s, false), pc(0.8, 50, -1, 0.2, s, false));
+	EXPECT_GT(pc(0.8, 8, -1, 0.2, s, false), pc(0.8, 50, -1, 0.2, s, false));
+	EXPECT_GT(pc(0.8, 50, -1, 0.2, s, true), pc(0.8, 50, -1, 0.2, s, false));
+	EXPECT_GT(pc(0.9999, 50, -1, 0.2, s, false), 0.999);
+	// A rare carrier: between the graph's map and the placed singleton, nearer the map the
+	// longer the stretch it shares, the surer the graph and the fewer the pairs weighed alike.
+	const double free = pc(0.7, 3, -1, 0.2, s, false);
+	for (double share : { 0.01, 0.2 }) {
+		EXPECT_LT(pc(0.7, 3, 0.3, share, s, false), pc(0.7, 3, 0.9, share, s, false));
+		EXPECT_LT(pc(0.7, 3, 0.9, share, s, false), free);
+		EXPECT_GT(pc(0.7, 3, 0.01, share, s, false), s);
+		EXPECT_LT(pc(0.7, 3, 0.5, share, s, false), pc(0.9, 3, 0.5, share, s, false));
+	}
+	EXPECT_GT(pc(0.7, 3, 0.5, 0.01, s, false), pc(0.7, 3, 0.5, 0.2, s, false) + 0.1);
+	EXPECT_NEAR(pc(0.5, 3, 0.99, 0.001, s, false), 0.8, 0.01);
+	EXPECT_NEAR(pc(0.5, 3, 0.5, 0.5, s, false), s, 0.02);
 }
