@@ -140,8 +140,8 @@ TEST(prob_writer, Table) {
 
 // Each carrier of a rare allele 1 or 0 spans the most sites over which it agrees with a
 // carrier of another sample; carriers within one sample have none. An allele of 6 carriers
-// is not rare. The cap rises from the singleton value with the span, a span among 200
-// haplotypes counting as ten times as much among 2000.
+// is not rare. The rate right rises with the span, a span among 200 haplotypes counting as
+// ten times as much among 2000.
 TEST(haplotype_writer, RareSpansAndRates) {
 	typedef std::vector < std::vector < std::pair < int, int > > > spans;
 	auto rareSpans = [](const fields & haps) {
@@ -168,30 +168,28 @@ TEST(haplotype_writer, RareSpansAndRates) {
 	EXPECT_DOUBLE_EQ(haplotype_writer::rareRate(2000, 200), haplotype_writer::rareRate(20000, 2000));
 }
 
+// Without a rare carrier: the maps of the graph's probability, the placed singleton where it
+// weighs both phases alike, a floor for common pairs it weighs alike or against. With one:
+// between the map and the placed singleton, nearer the map the longer the stretch shared, the
+// surer the graph and the fewer the cohort's pairs weighed alike.
 TEST(haplotype_writer, PairConfidence) {
-	auto pc = haplotype_writer::pairConfidence;
-	const double s = 0.56;
-	// No rare carrier: the maps of the graph's probability, the placed singleton where it
-	// weighs both phases alike, and a floor for common pairs it weighs alike or against.
-	EXPECT_TRUE(std::isnan(pc(std::nan(""), 50, -1, 0.2, s, false)));
-	EXPECT_DOUBLE_EQ(pc(0.5, 1, -1, 0.2, s, false), s);
-	EXPECT_DOUBLE_EQ(pc(0.5, 50, -1, 0.2, s, false), 0.65);
-	EXPECT_DOUBLE_EQ(pc(0.3, 50, -1, 0.2, 0.72, false), 0.72);
-	EXPECT_DOUBLE_EQ(pc(0.3, 3, -1, 0.2, s, false), 0.5);
-	EXPECT_GT(pc(0.9, 50, -1, 0.2, s, false), pc(0.8, 50, -1, 0.2, s, false));
-	EXPECT_GT(pc(0.8, 8, -1, 0.2, s, false), pc(0.8, 50, -1, 0.2, s, false));
-	EXPECT_GT(pc(0.8, 50, -1, 0.2, s, true), pc(0.8, 50, -1, 0.2, s, false));
-	EXPECT_GT(pc(0.9999, 50, -1, 0.2, s, false), 0.999);
-	// A rare carrier: between the graph's map and the placed singleton, nearer the map the
-	// longer the stretch it shares, the surer the graph and the fewer the pairs weighed alike.
-	const double free = pc(0.7, 3, -1, 0.2, s, false);
-	for (double share : { 0.01, 0.2 }) {
-		EXPECT_LT(pc(0.7, 3, 0.3, share, s, false), pc(0.7, 3, 0.9, share, s, false));
-		EXPECT_LT(pc(0.7, 3, 0.9, share, s, false), free);
-		EXPECT_GT(pc(0.7, 3, 0.01, share, s, false), s);
-		EXPECT_LT(pc(0.7, 3, 0.5, share, s, false), pc(0.9, 3, 0.5, share, s, false));
+	auto pc = [](double p, int least, double rate, double share, double singleton = 0.56, bool transform = false) {
+		return haplotype_writer::pairConfidence(p, least, rate, share, singleton, transform);
+	};
+	EXPECT_TRUE(std::isnan(pc(std::nan(""), 50, -1, 0.2)));
+	const double exact[][4] = { { 0.5, 1, -1, 0.56 }, { 0.5, 50, -1, 0.65 }, { 0.3, 3, -1, 0.5 }, { 0.5, 3, 0.99, 0.8 } };
+	for (const auto & e : exact) EXPECT_NEAR(pc(e[0], e[1], e[2], 0.001), e[3], 0.01) << e[0] << " " << e[1] << " " << e[2];
+	EXPECT_DOUBLE_EQ(pc(0.3, 50, -1, 0.2, 0.72), 0.72);
+	EXPECT_GT(pc(0.9999, 50, -1, 0.2), 0.999);
+	EXPECT_GT(pc(0.9, 50, -1, 0.2), pc(0.8, 50, -1, 0.2));
+	EXPECT_GT(pc(0.8, 8, -1, 0.2), pc(0.8, 50, -1, 0.2));
+	EXPECT_GT(pc(0.8, 50, -1, 0.2, 0.56, true), pc(0.8, 50, -1, 0.2));
+	for (double share : { 0.01, 0.3 }) {
+		EXPECT_LT(pc(0.7, 3, 0.3, share), pc(0.7, 3, 0.9, share));
+		EXPECT_LT(pc(0.7, 3, 0.9, share), pc(0.7, 3, -1, share));
+		EXPECT_LT(pc(0.7, 3, 0.5, share), pc(0.9, 3, 0.5, share));
+		EXPECT_GT(pc(0.7, 3, 0.01, share), 0.56);
 	}
-	EXPECT_GT(pc(0.7, 3, 0.5, 0.01, s, false), pc(0.7, 3, 0.5, 0.2, s, false) + 0.1);
-	EXPECT_NEAR(pc(0.5, 3, 0.99, 0.001, s, false), 0.8, 0.01);
-	EXPECT_NEAR(pc(0.5, 3, 0.5, 0.5, s, false), s, 0.02);
+	EXPECT_GT(pc(0.7, 3, 0.5, 0.01), pc(0.7, 3, 0.5, 0.3) + 0.1);
+	EXPECT_NEAR(pc(0.5, 3, 0.5, 0.5), 0.56, 0.02);
 }
