@@ -1,7 +1,7 @@
 #include "modes/sorvane.h"
 #include "test_utils.h"
 
-#include <regex>
+#include <regex.h>
 
 using namespace testutils;
 
@@ -9,8 +9,11 @@ namespace {
 
 // The default logs in a folder, named from the date and a random identifier.
 int defaultLogs(const TempDir & d) {
+	regex_t name;
+	regcomp(&name, "^sorvane_[0-9]{8}_[0-9]{2}h[0-9]{2}m[0-9]{2}s_.{36}\\.log$", REG_EXTENDED | REG_NOSUB);
 	int n = 0;
-	for (const std::string & f : d.files()) n += std::regex_match(f, std::regex("sorvane_[0-9]{8}_[0-9]{2}h[0-9]{2}m[0-9]{2}s_.{36}\\.log"));
+	for (const std::string & f : d.files()) n += regexec(&name, f.c_str(), 0, nullptr, 0) == 0;
+	regfree(&name);
 	return n;
 }
 
