@@ -189,7 +189,7 @@ static const confidence_map transform_states = { 0.115, 1.15 };
 // and with the cohort's share of such pairs weighed alike (as the square of the ratio): 0.34
 // on the simulated growth cohort of all sites where they were fitted, 0.08 on its sites of
 // 2 carriers or more, 0.01 to 0.04 on studies of 100 to 150 samples (bench/README.md, "Pairs
-// at a rare allele").
+// at a rare allele as two kinds").
 static const double error_base = 1.5, error_by_rate = -0.64, error_by_graph = -1.5, error_when_alike = 2.0, fitted_alike_share = 0.34, error_by_share = 2.0;
 // True rare alleles whose pairs the graph weighs alike: right in about 8 cases of 10.
 static const double rare_alike = 0.8;
@@ -213,11 +213,11 @@ double haplotype_writer::pairConfidence(double p, int least, double rare_rate, d
 	double x = alike ? 0.0 : logit(p);
 	if (transform && !alike) x = transform_states.shift + transform_states.slope * x;
 	const confidence_map & m = least <= rare_count ? rare_pairs : common_pairs;
-	if (rare_rate < 0.0) return alike ? singleton : std::max(0.5, logistic(m.shift + m.slope * x));
+	const double mapped = logistic(m.shift + m.slope * x);
+	if (rare_rate < 0.0) return alike ? singleton : std::max(0.5, mapped);
 	const double error = logistic(error_base + error_by_rate * logit(rare_rate) + error_by_graph * std::max(x, 0.0)
 		+ (alike ? error_when_alike : 0.0) + error_by_share * std::log(alike_share / fitted_alike_share));
-	const double genuine = alike ? rare_alike : logistic(m.shift + m.slope * x);
-	return std::max(0.5, (1.0 - error) * genuine + error * singleton);
+	return std::max(0.5, (1.0 - error) * (alike ? rare_alike : mapped) + error * singleton);
 }
 
 // Count of allele 1 at each site over all haplotypes, reading their set bits.
