@@ -38,7 +38,7 @@ void phaser::declare_options() {
 		("burn", bpo::value< int >()->default_value(3), "Number of burn-in MCMC iterations.")
 		("prune", bpo::value< int >()->default_value(4), "Number of pruning MCMC iterations.")
 		("main", bpo::value< int >()->default_value(16), "Number of main MCMC iterations.")
-		("run", bpo::value< int >()->default_value(1), "Number of pruning stages")
+		("run", bpo::value< int >()->default_value(1), "Number of pruning stages (3 with the pbwt selection, unless given).")
 		("no-mcmc", "No MCMC iteration (just phase given the reference panel haplotypes).");
 
 	bpo::options_description opt_input ("\033[33mInput files options\033[0m", 80, 40);
@@ -307,6 +307,10 @@ void phaser::initialiseModel() {
 	hmm.update(H, std::min(K, H), pbwt_selection ? std::min(K, H) : H);
 	if (model_version1 || predefined_states) return;
 	if (pbwt_selection && options["window"].defaulted()) window_mb = pbwt_window;
+	if (pbwt_selection && options["run"].defaulted() && !settings.no_mcmc) {
+		settings.runs = pbwt_runs;
+		if (pruningRuns() == pbwt_runs) LOG.println("  * " + sutils::int2str(pbwt_runs) + " runs of pruning iterations, the default of the PBWT selection");
+	}
 	if (pbwt_selection) LOG.println("  * Conditioning haplotypes: longest local matches (PBWT) among " + sutils::int2str(H) + " / Windows of ~" + sutils::double2str(window_mb, 1) + " Mb");
 	else LOG.println("  * Conditioning haplotypes: smallest Hamming distance among " + sutils::int2str(H));
 }
