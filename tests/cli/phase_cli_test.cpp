@@ -48,7 +48,7 @@ TEST(cli_phase, SeedAndRarePhasing) {
 	checkPhased(d, "placed");
 	EXPECT_NE(d.read("placed.haps"), plain);
 	checkPhased(d, "p");
-	EXPECT_TRUE(hasAll(d.read("p.log"), { "\n  * Conditioning haplotypes: longest local matches (PBWT) among ", "  * 3 runs of pruning iterations, the default of the PBWT selection\n" }));
+	EXPECT_TRUE(hasAll(d.read("p.log"), { "\n  * Conditioning haplotypes: longest local matches (PBWT) among ", "  * MCMC: 6 iterations [1 B + 3 runs of 1 P + 2 M], the default of the PBWT selection\n" }));
 	// The transform's states take their own map of the phase confidence, within 0.5 .. 1 too.
 	const std::pair < int, int > rated = exsubset::confidenceFaults(d, "p.vcf");
 	EXPECT_EQ(rated.first, 0);

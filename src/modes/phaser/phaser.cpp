@@ -191,12 +191,17 @@ void phaser::verboseSettings() {
 	else LOG.println("  * Gibbs sampling");
 }
 
+std::string phaser::scheduleText() {
+	const phasing_settings & s = settings;
+	const int run = pruningRuns();
+	return sutils::int2str(s.burn + s.prune * run + s.main) + " iterations [" + sutils::int2str(s.burn) + " B + " + sutils::int2str(run) + " runs of " + sutils::int2str(s.prune) + " P + " + sutils::int2str(s.main) + " M]";
+}
+
 void phaser::verbose_options() {
 	sorvane::verbose_options();
 	const phasing_settings & s = settings;
-	const int run = pruningRuns();
 	if (s.no_mcmc) LOG.println("  * No MCMC");
-	else LOG.println("  * MCMC: " + sutils::int2str(s.burn + s.prune * run + s.main) + " iterations [" + sutils::int2str(s.burn) + " B + " + sutils::int2str(run) + " runs of " + sutils::int2str(s.prune) + " P + " + sutils::int2str(s.main) + " M]");
+	else LOG.println("  * MCMC: " + scheduleText());
 	LOG.print("  * Model: ");
 	if (model_version1) LOG.print(sutils::int2str(s.states) + " states per segment ");
 	else {
@@ -309,7 +314,7 @@ void phaser::initialiseModel() {
 	if (pbwt_selection && options["window"].defaulted()) window_mb = pbwt_window;
 	if (pbwt_selection && options["run"].defaulted() && !settings.no_mcmc) {
 		settings.runs = pbwt_runs;
-		if (pruningRuns() == pbwt_runs) LOG.println("  * " + sutils::int2str(pbwt_runs) + " runs of pruning iterations, the default of the PBWT selection");
+		if (pruningRuns() == pbwt_runs) LOG.println("  * MCMC: " + scheduleText() + ", the default of the PBWT selection");
 	}
 	if (pbwt_selection) LOG.println("  * Conditioning haplotypes: longest local matches (PBWT) among " + sutils::int2str(H) + " / Windows of ~" + sutils::double2str(window_mb, 1) + " Mb");
 	else LOG.println("  * Conditioning haplotypes: smallest Hamming distance among " + sutils::int2str(H));

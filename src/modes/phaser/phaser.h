@@ -177,6 +177,8 @@ protected:
 	virtual int pruningRuns();
 	// The settings that the modes built on phasing list under their mode line.
 	void verboseSettings();
+	// "N iterations [B B + R runs of P P + M M]" of the current settings.
+	std::string scheduleText();
 
 private:
 	void checkRange(const std::string & option, int low, int high);
