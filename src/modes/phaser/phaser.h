@@ -56,9 +56,9 @@ public:
 	// then stay local enough for every site to have close matches among them.
 	static constexpr double pbwt_window = 0.5;
 	// Rounds of pruning when the transform selects and --run is not given: each pruning
-	// merges the graphs' segments over longer stretches, and three rounds halved the long
-	// switches across stretches of 30 kb or more without a heterozygote on 5,000 sequenced
-	// samples (bench/README.md, "Rounds of pruning").
+	// merges the graphs' segments over longer stretches, and three rounds cut the long
+	// switches across stretches of 30 kb or more without a heterozygote to a third on 5,000
+	// sequenced samples (bench/README.md, "Rounds of pruning").
 	static constexpr int pbwt_runs = 3;
 
 	// The study's sites, taken over from the genotype store: GH, the graphs and the writers
